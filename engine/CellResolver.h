@@ -1,0 +1,57 @@
+#pragma once
+// How evaluation reads cells: the value of one cell, and the values or
+// numbers of a range, on the sheet being calculated or on a named sheet.
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "engine/CellRef.h"
+#include "engine/FormulaValue.h"
+
+namespace sumora {
+
+// A rectangle as evaluation sees it; `sheet` empty means the current sheet.
+struct RangeSpec {
+    int64_t col1 = 0, row1 = 0, col2 = 0, row2 = 0;
+    std::optional<std::string_view> sheet;
+    bool isBackwards() const { return col2 < col1 || row2 < row1; }
+    int64_t rows() const { return isBackwards() ? 0 : row2 - row1 + 1; }
+    int64_t cols() const { return isBackwards() ? 0 : col2 - col1 + 1; }
+};
+
+class CellResolver {
+public:
+    virtual ~CellResolver() = default;
+
+    // One cell: "#REF!" outside the grid or on a sheet that does not exist.
+    virtual FormulaValue cellValue(int64_t col, int64_t row, std::optional<std::string_view> sheet) = 0;
+    // Row-major values of the part of the range inside the grid.
+    virtual void rangeValues(const RangeSpec& range, std::vector<FormulaValue>& out) = 0;
+    // The numbers of the range (cells that read as numbers), row-major.
+    virtual void rangeNumbers(const RangeSpec& range, std::vector<double>& out) = 0;
+    // Grid size of a sheet (current when empty); nothing when no such sheet.
+    virtual std::optional<std::pair<int64_t, int64_t>> gridSize(std::optional<std::string_view> sheet) = 0;
+    // A workbook named range (case-insensitive), with its sheet when it has one.
+    virtual std::optional<CellRange> resolveNamedRange(std::string_view name) = 0;
+    // The formula cell being evaluated (ROW() and COLUMN() without arguments).
+    virtual CellRef currentCell() const = 0;
+    // The formula text of a cell, for ISFORMULA; nothing for a constant.
+    virtual std::optional<std::string> cellFormula(int64_t col, int64_t row, std::optional<std::string_view> sheet) = 0;
+
+    // The interface under the names the rest of the system uses.
+    FormulaValue getCellValue(const CellRef& at) {
+        return cellValue(at.col, at.row, at.sheet ? std::optional<std::string_view>(*at.sheet) : std::nullopt);
+    }
+    FormulaValue getCellValue(const CellRef& at, std::string_view sheet) { return cellValue(at.col, at.row, sheet); }
+    std::vector<FormulaValue> getCellValues(const CellRange& in);
+    std::vector<double> getNumericValues(const CellRange& in);
+};
+
+// The cell-reading rule: a non-empty computed text is read first (numbers,
+// exactly "TRUE"/"FALSE", else text — error texts stay text); otherwise the
+// value (empty, number, TRUE/FALSE in any case, else text).
+FormulaValue readCellText(std::optional<std::string_view> computedValue, std::string_view value);
+
+} // namespace sumora

@@ -1,0 +1,148 @@
+#include "engine/FormulaEvaluator.h"
+
+#include <cmath>
+
+#include "engine/FunctionContext.h"
+#include "engine/FunctionRegistry.h"
+
+namespace sumora {
+
+const FormulaValue* FormulaEvaluator::variable(std::string_view upperName) const {
+    for (auto it = variables_.rbegin(); it != variables_.rend(); ++it)
+        if (it->first == upperName) return &it->second;
+    return nullptr;
+}
+
+std::optional<RangeSpec> FormulaEvaluator::referenceOf(const FormulaTree& tree, uint32_t index) {
+    const FormulaNode& n = tree.node(index);
+    if (n.kind == NodeKind::cellRef || n.kind == NodeKind::range) {
+        RangeSpec s{n.ref.col, n.ref.row, n.ref.col2, n.ref.row2, std::nullopt};
+        if (const std::string* sheet = tree.sheetOf(n)) s.sheet = *sheet;
+        return s;
+    }
+    if (n.kind == NodeKind::name && !variable(tree.string(n.stringIndex))) {
+        auto range = resolver_.resolveNamedRange(tree.string(n.stringIndex));
+        if (!range) return std::nullopt;
+        RangeSpec s{range->start.col, range->start.row, range->end.col, range->end.row, std::nullopt};
+        if (range->start.sheet) {
+            nameSheets_.push_back(*range->start.sheet);
+            s.sheet = nameSheets_.back();
+        }
+        return s;
+    }
+    return std::nullopt;
+}
+
+FormulaValue FormulaEvaluator::evaluateName(const FormulaTree& tree, const FormulaNode& n) {
+    std::string_view name = tree.string(n.stringIndex);
+    if (const FormulaValue* v = variable(name)) return *v;
+    auto range = resolver_.resolveNamedRange(name);
+    if (!range) return FormulaValue::error(ErrorKind::invalidName);
+    // A one-cell name reads as that cell; a larger range is not a plain value.
+    if (range->start.col == range->end.col && range->start.row == range->end.row)
+        return resolver_.getCellValue(range->start);
+    return FormulaValue::error(ErrorKind::invalidValue);
+}
+
+FormulaValue FormulaEvaluator::evaluate(const FormulaTree& tree, uint32_t index, int depth) {
+    if (depth > kMaxDepth) return FormulaValue::error(ErrorKind::circularReference);
+    const FormulaNode& n = tree.node(index);
+    switch (n.kind) {
+    case NodeKind::literal:
+        switch (n.literal) {
+        case LiteralKind::number: return FormulaValue::number(n.number);
+        case LiteralKind::boolean: return FormulaValue::boolean(n.boolean);
+        case LiteralKind::text: return FormulaValue::text(std::string(tree.string(n.stringIndex)));
+        }
+        break;
+    case NodeKind::cellRef: {
+        const std::string* sheet = tree.sheetOf(n);
+        return resolver_.cellValue(n.ref.col, n.ref.row,
+                                   sheet ? std::optional<std::string_view>(*sheet) : std::nullopt);
+    }
+    case NodeKind::range: return FormulaValue::error(ErrorKind::invalidValue);
+    case NodeKind::unaryOp: {
+        auto v = evaluate(tree, n.first, depth + 1).asNumber();
+        if (!v) return FormulaValue::error(ErrorKind::invalidValue);
+        return FormulaValue::number(n.op == '-' ? -*v : *v);
+    }
+    case NodeKind::binaryOp: return evaluateBinaryOp(tree, n, depth + 1);
+    case NodeKind::functionCall: return evaluateFunction(tree, index, depth + 1);
+    case NodeKind::percent: {
+        auto v = evaluate(tree, n.first, depth + 1).asNumber();
+        if (!v) return FormulaValue::error(ErrorKind::invalidValue);
+        return FormulaValue::number(*v / 100);
+    }
+    case NodeKind::name: return evaluateName(tree, n);
+    }
+    return FormulaValue::error(ErrorKind::invalidValue);
+}
+
+FormulaValue FormulaEvaluator::evaluateFunction(const FormulaTree& tree, uint32_t callNode, int depth) {
+    const FormulaNode& n = tree.node(callNode);
+    if (!n.call.function) return FormulaValue::error(FormulaError::unknownFunction(std::string(tree.functionName(n))));
+    FunctionContext context(*this, tree, callNode, depth);
+    return n.call.function->impl(context);
+}
+
+FormulaValue FormulaEvaluator::evaluateBinaryOp(const FormulaTree& tree, const FormulaNode& n, int depth) {
+    FormulaValue a = evaluate(tree, n.first, depth);
+    FormulaValue b = evaluate(tree, tree.node(n.first).next, depth);
+    if (a.isError()) return a;
+    if (b.isError()) return b;
+    auto op = static_cast<BinaryOp>(n.op);
+    switch (op) {
+    case BinaryOp::concat: {
+        std::string s = a.description();
+        b.appendDescription(s);
+        return FormulaValue::text(std::move(s));
+    }
+    case BinaryOp::eq:
+    case BinaryOp::ne: {
+        bool equal = a.description() == b.description();
+        return FormulaValue::boolean(op == BinaryOp::eq ? equal : !equal);
+    }
+    case BinaryOp::lt:
+    case BinaryOp::gt:
+    case BinaryOp::le:
+    case BinaryOp::ge: {
+        auto x = a.asNumber(), y = b.asNumber();
+        if (x && y) {
+            switch (op) {
+            case BinaryOp::lt: return FormulaValue::boolean(*x < *y);
+            case BinaryOp::gt: return FormulaValue::boolean(*x > *y);
+            case BinaryOp::le: return FormulaValue::boolean(*x <= *y);
+            default: return FormulaValue::boolean(*x >= *y);
+            }
+        }
+        // Plain code-point order of the text forms (UTF-8 byte order agrees).
+        int c = a.description().compare(b.description());
+        switch (op) {
+        case BinaryOp::lt: return FormulaValue::boolean(c < 0);
+        case BinaryOp::gt: return FormulaValue::boolean(c > 0);
+        case BinaryOp::le: return FormulaValue::boolean(c <= 0);
+        default: return FormulaValue::boolean(c >= 0);
+        }
+    }
+    case BinaryOp::add:
+    case BinaryOp::sub:
+    case BinaryOp::mul:
+    case BinaryOp::div:
+    case BinaryOp::pow: {
+        auto x = a.asNumber(), y = b.asNumber();
+        if (!x || !y) return FormulaValue::error(ErrorKind::invalidValue);
+        switch (op) {
+        case BinaryOp::add: return FormulaValue::number(*x + *y);
+        case BinaryOp::sub: return FormulaValue::number(*x - *y);
+        case BinaryOp::mul: return FormulaValue::number(*x * *y);
+        case BinaryOp::div:
+            if (*y == 0) return FormulaValue::error(ErrorKind::divisionByZero);
+            return FormulaValue::number(*x / *y);
+        default: return FormulaValue::number(std::pow(*x, *y));
+        }
+    }
+    }
+    return FormulaValue::error(ErrorKind::invalidValue);
+}
+
+} // namespace sumora

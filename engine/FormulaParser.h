@@ -1,0 +1,71 @@
+#pragma once
+// Tokens to a formula tree by precedence climbing.
+//
+//   expression := primary (op expression)* percent?
+//   primary    := number | string | bool
+//               | ref (":" ref)?            — a range keeps the first corner's sheet
+//               | name "(" args? ")"        — args := expression ("," expression)*
+//               | ("+" | "-") primary
+//               | "(" expression ")"
+//               | name                      — only a workbook name or a LET variable
+//
+// Precedence, loosest first: comparisons, "&", "+ -", "* /", "^" (right
+// associative). Unary signs bind tighter than every binary operator; one
+// percent is taken after each operator chain. Tokens left over after the
+// expression are ignored.
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "engine/FormulaTokenizer.h"
+#include "engine/FormulaTree.h"
+#include "engine/FormulaValue.h"
+
+namespace sumora {
+
+class FunctionRegistry;
+
+// Thrown for every syntax failure; carries the FormulaError of the failure.
+struct FormulaParseError {
+    FormulaError error;
+};
+
+class FormulaParser {
+public:
+    // isWorkbookName answers whether an upper-cased bare name is a workbook
+    // named range; without it every bare name outside LET is an error.
+    FormulaParser(std::vector<Token> tokens, const FunctionRegistry* registry = nullptr,
+                  std::function<bool(std::string_view)> isWorkbookName = {});
+
+    // Parses one expression; throws FormulaParseError.
+    FormulaTree parse();
+
+    static int precedence(std::string_view op);
+
+private:
+    uint32_t parseExpression(int minPrecedence);
+    uint32_t parsePrimary();
+    uint32_t parseReference(const Token& first);
+    uint32_t parseCall(std::string name);
+    uint32_t add(FormulaNode node);
+    uint32_t addString(std::string s);
+    const Token* peek() const { return pos_ < tokens_.size() ? &tokens_[pos_] : nullptr; }
+    [[noreturn]] void fail(FormulaError e) const;
+    bool isLetVariable(std::string_view upper) const;
+
+    std::vector<Token> tokens_;
+    size_t pos_ = 0;
+    const FunctionRegistry* registry_;
+    std::function<bool(std::string_view)> isWorkbookName_;
+    std::vector<std::string> letScope_;
+    struct NestingGuard;
+    int nesting_ = 0;
+    FormulaTree tree_;
+};
+
+// Strips one leading "=", tokenizes and parses; throws FormulaParseError.
+FormulaTree parseFormula(std::string_view formula, const FunctionRegistry* registry = nullptr,
+                         std::function<bool(std::string_view)> isWorkbookName = {});
+
+} // namespace sumora

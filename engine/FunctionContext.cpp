@@ -1,0 +1,124 @@
+#include "engine/FunctionContext.h"
+
+#include <cmath>
+
+namespace sumora {
+
+FunctionContext::FunctionContext(FormulaEvaluator& evaluator, const FormulaTree& tree, uint32_t callNode, int depth)
+    : evaluator_(evaluator), tree_(tree), callNode_(callNode), depth_(depth) {
+    const FormulaNode& call = tree.node(callNode);
+    args_.reserve(call.call.argCount);
+    tree.arguments(call, args_);
+}
+
+FormulaValue FunctionContext::evaluate(size_t i) {
+    if (i >= args_.size()) return FormulaValue::empty();
+    return evaluator_.evaluate(tree_, args_[i], depth_);
+}
+
+std::optional<double> FunctionContext::evalNum(size_t i) {
+    if (i >= args_.size()) return std::nullopt;
+    return evaluate(i).asNumber();
+}
+
+std::optional<double> FunctionContext::evalNumOr(size_t i, double fallback) {
+    if (i >= args_.size()) return fallback;
+    return evaluate(i).asNumber();
+}
+
+std::string FunctionContext::evalStr(size_t i) {
+    if (i >= args_.size()) return {};
+    return evaluate(i).description();
+}
+
+std::optional<bool> FunctionContext::evalBoolOr(size_t i, bool fallback) {
+    if (i >= args_.size()) return fallback;
+    FormulaValue v = evaluate(i);
+    if (v.isEmpty()) return false;
+    return v.asBool();
+}
+
+void FunctionContext::appendNumbers(size_t i, std::vector<double>& out) {
+    if (i >= args_.size()) return;
+    const FormulaNode& n = tree_.node(args_[i]);
+    if (n.kind == NodeKind::cellRef) {
+        if (auto x = evaluator_.evaluate(tree_, args_[i], depth_).asNumber()) out.push_back(*x);
+        return;
+    }
+    if (n.kind == NodeKind::range || (n.kind == NodeKind::name && !evaluator_.variable(tree_.string(n.stringIndex)))) {
+        if (auto spec = reference(i)) resolver().rangeNumbers(*spec, out);
+        return;
+    }
+    FormulaValue v = evaluate(i);
+    if (v.isArray()) {
+        for (const auto& row : v.arrayRows())
+            for (const auto& e : row)
+                if (e.isNumber()) out.push_back(e.numberValue());
+        return;
+    }
+    if (auto x = v.asNumber()) out.push_back(*x);
+}
+
+std::vector<double> FunctionContext::resolveNumbers() {
+    std::vector<double> out;
+    for (size_t i = 0; i < args_.size(); ++i) appendNumbers(i, out);
+    return out;
+}
+
+std::vector<FormulaValue> FunctionContext::resolveValues(size_t i) {
+    std::vector<FormulaValue> out;
+    if (i >= args_.size()) return out;
+    const FormulaNode& n = tree_.node(args_[i]);
+    if (n.kind == NodeKind::range || (n.kind == NodeKind::name && !evaluator_.variable(tree_.string(n.stringIndex)))) {
+        if (auto spec = reference(i)) resolver().rangeValues(*spec, out);
+        else out.push_back(evaluate(i));
+        return out;
+    }
+    FormulaValue v = evaluate(i);
+    if (v.isArray()) {
+        for (const auto& row : v.arrayRows()) out.insert(out.end(), row.begin(), row.end());
+        return out;
+    }
+    out.push_back(std::move(v));
+    return out;
+}
+
+ValueRows FunctionContext::resolve2DValues(size_t i) {
+    ValueRows rows;
+    if (i >= args_.size()) return rows;
+    const FormulaNode& n = tree_.node(args_[i]);
+    if (n.kind == NodeKind::range || (n.kind == NodeKind::name && !evaluator_.variable(tree_.string(n.stringIndex)))) {
+        auto spec = reference(i);
+        if (!spec) return {{evaluate(i)}};
+        std::vector<FormulaValue> flat;
+        resolver().rangeValues(*spec, flat);
+        // rangeValues clips to the grid; recover the clipped width.
+        int64_t cols = spec->cols();
+        if (auto size = resolver().gridSize(spec->sheet)) {
+            int64_t lastCol = std::min(spec->col2, size->second - 1);
+            cols = std::max<int64_t>(0, lastCol - std::max<int64_t>(spec->col1, 0) + 1);
+        }
+        if (cols <= 0) return rows;
+        for (size_t k = 0; k < flat.size(); k += static_cast<size_t>(cols))
+            rows.emplace_back(flat.begin() + static_cast<ptrdiff_t>(k),
+                              flat.begin() + static_cast<ptrdiff_t>(std::min(flat.size(), k + static_cast<size_t>(cols))));
+        return rows;
+    }
+    FormulaValue v = evaluate(i);
+    if (v.isArray()) return v.arrayRows();
+    rows.push_back({std::move(v)});
+    return rows;
+}
+
+const FormulaValue* FunctionContext::firstError(const std::vector<FormulaValue>& values) {
+    for (const auto& v : values)
+        if (v.isError()) return &v;
+    return nullptr;
+}
+
+FormulaValue finiteOrNumError(double x) {
+    if (!std::isfinite(x)) return FormulaValue::error(ErrorKind::invalidNumber);
+    return FormulaValue::number(x);
+}
+
+} // namespace sumora

@@ -1,0 +1,74 @@
+#pragma once
+// What a built-in function sees: its unevaluated arguments and the shared
+// argument handling (counting, coercion, flattening of ranges), so that a
+// function body reads like its definition.
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "engine/CellResolver.h"
+#include "engine/FormulaEvaluator.h"
+#include "engine/FormulaTree.h"
+#include "engine/FormulaValue.h"
+
+namespace sumora {
+
+class FunctionContext {
+public:
+    FunctionContext(FormulaEvaluator& evaluator, const FormulaTree& tree, uint32_t callNode, int depth);
+
+    size_t argCount() const { return args_.size(); }
+    bool hasArg(size_t i) const { return i < args_.size(); }
+    std::string_view name() const { return tree_.functionName(tree_.node(callNode_)); }
+    int depth() const { return depth_; }
+    const FormulaTree& tree() const { return tree_; }
+    uint32_t argIndex(size_t i) const { return args_[i]; }
+    const FormulaNode& argNode(size_t i) const { return tree_.node(args_[i]); }
+    FormulaEvaluator& evaluator() { return evaluator_; }
+    CellResolver& resolver() { return evaluator_.resolver(); }
+
+    // Argument i evaluated as a plain value (empty when missing).
+    FormulaValue evaluate(size_t i);
+    // Argument i as a number: nothing when missing or not numeric.
+    std::optional<double> evalNum(size_t i);
+    // Argument i as a number, `fallback` when the argument is missing.
+    std::optional<double> evalNumOr(size_t i, double fallback);
+    // Argument i as text (its text form; "" when missing).
+    std::string evalStr(size_t i);
+    // Argument i as a truth value, `fallback` when missing.
+    std::optional<bool> evalBoolOr(size_t i, bool fallback);
+
+    // Numbers of every argument: a cell gives its number if it has one
+    // (numeric text and booleans count), a range or name gives the numbers
+    // its cells hold, anything else is evaluated (arrays give their numbers).
+    std::vector<double> resolveNumbers();
+    void appendNumbers(size_t i, std::vector<double>& out);
+    // Every value of argument i, row-major for ranges and arrays.
+    std::vector<FormulaValue> resolveValues(size_t i);
+    // Argument i as rows of values, keeping its shape.
+    ValueRows resolve2DValues(size_t i);
+    // The range argument i names (a cell, a range or a workbook name).
+    std::optional<RangeSpec> reference(size_t i) { return evaluator_.referenceOf(tree_, args_[i]); }
+
+    // First error among the values, for functions that propagate errors.
+    static const FormulaValue* firstError(const std::vector<FormulaValue>& values);
+
+private:
+    FormulaEvaluator& evaluator_;
+    const FormulaTree& tree_;
+    uint32_t callNode_;
+    int depth_;
+    std::vector<uint32_t> args_;
+};
+
+// Shorthands for function bodies.
+inline FormulaValue num(double x) { return FormulaValue::number(x); }
+inline FormulaValue err(ErrorKind k) { return FormulaValue::error(k); }
+inline FormulaValue txt(std::string s) { return FormulaValue::text(std::move(s)); }
+inline FormulaValue boolean(bool b) { return FormulaValue::boolean(b); }
+// A numeric result, or "#NUM!" when it is not finite.
+FormulaValue finiteOrNumError(double x);
+
+} // namespace sumora

@@ -1,0 +1,151 @@
+#include "formats/CsvFormat.h"
+
+#include "formats/FileErrors.h"
+
+namespace sumora {
+
+std::vector<std::string> parseCSVLine(std::string_view line) {
+    std::vector<std::string> fields;
+    std::string field;
+    bool inQuotes = false;
+    for (char c : line) {
+        if (c == '"') {
+            inQuotes = !inQuotes;
+        } else if (c == ',' && !inQuotes) {
+            fields.push_back(std::move(field));
+            field.clear();
+            inQuotes = false;
+        } else {
+            field += c;
+        }
+    }
+    fields.push_back(std::move(field));
+    return fields;
+}
+
+bool isValidUtf8(std::string_view s) {
+    size_t i = 0, n = s.size();
+    while (i < n) {
+        auto c = static_cast<unsigned char>(s[i]);
+        if (c < 0x80) {
+            ++i;
+            continue;
+        }
+        size_t len;
+        uint32_t cp;
+        if ((c & 0xE0) == 0xC0) {
+            len = 2;
+            cp = c & 0x1F;
+        } else if ((c & 0xF0) == 0xE0) {
+            len = 3;
+            cp = c & 0x0F;
+        } else if ((c & 0xF8) == 0xF0) {
+            len = 4;
+            cp = c & 0x07;
+        } else {
+            return false;
+        }
+        if (i + len > n) return false;
+        for (size_t k = 1; k < len; ++k) {
+            auto d = static_cast<unsigned char>(s[i + k]);
+            if ((d & 0xC0) != 0x80) return false;
+            cp = (cp << 6) | (d & 0x3F);
+        }
+        if ((len == 2 && cp < 0x80) || (len == 3 && cp < 0x800) || (len == 4 && (cp < 0x10000 || cp > 0x10FFFF)) ||
+            (cp >= 0xD800 && cp <= 0xDFFF))
+            return false;
+        i += len;
+    }
+    return true;
+}
+
+namespace {
+
+// Length of a line separator starting at i: LF, VT, FF, CR, NEL, LS, PS each
+// end a line on their own (so CR LF gives an empty line, which is dropped).
+size_t newlineLength(std::string_view s, size_t i) {
+    auto c = static_cast<unsigned char>(s[i]);
+    if (c >= 0x0A && c <= 0x0D) return 1;
+    if (c == 0xC2 && i + 1 < s.size() && static_cast<unsigned char>(s[i + 1]) == 0x85) return 2;
+    if (c == 0xE2 && i + 2 < s.size() && static_cast<unsigned char>(s[i + 1]) == 0x80) {
+        auto d = static_cast<unsigned char>(s[i + 2]);
+        if (d == 0xA8 || d == 0xA9) return 3;
+    }
+    return 0;
+}
+
+} // namespace
+
+SumoraDocument readCsvDocument(std::string_view bytes) {
+    if (!isValidUtf8(bytes))
+        throw FileReadError(FileReadError::Code::inapplicableEncoding,
+                            "The file couldn't be opened because the text encoding of its contents can't be determined.");
+    SumoraDocument doc = SumoraDocument::empty();
+    Sheet sheet("Sheet 1", 0, 0);
+    int64_t row = 0;
+    size_t widest = 0;
+    size_t start = 0;
+    auto takeLine = [&](size_t end) {
+        if (end > start) {
+            auto fields = parseCSVLine(bytes.substr(start, end - start));
+            widest = std::max(widest, fields.size());
+            sheet.growTo(row + 1, static_cast<int64_t>(fields.size()));
+            sheet.reserveRow(row, static_cast<int64_t>(fields.size()));
+            for (size_t col = 0; col < fields.size(); ++col) {
+                if (fields[col].empty()) continue;
+                Cell& cell = sheet.cellForWriting(row, static_cast<int64_t>(col));
+                cell.setValue(fields[col]);
+                cell.setComputedValue(fields[col]);
+            }
+            ++row;
+        }
+    };
+    for (size_t i = 0; i < bytes.size();) {
+        size_t nl = newlineLength(bytes, i);
+        if (nl) {
+            takeLine(i);
+            i += nl;
+            start = i;
+        } else {
+            ++i;
+        }
+    }
+    takeLine(bytes.size());
+    sheet.setGridSize(std::max<int64_t>(row, SumoraDocument::kNewSheetRows),
+                      std::max<int64_t>(static_cast<int64_t>(widest), SumoraDocument::kNewSheetColumns));
+    sheet.compact();
+    doc.sheets.push_back(std::move(sheet));
+    return doc;
+}
+
+void appendCsvField(std::string& out, std::string_view text) {
+    if (text.find_first_of(",\"\n") == std::string_view::npos) {
+        out.append(text);
+        return;
+    }
+    out += '"';
+    for (char c : text) {
+        if (c == '"') out += '"';
+        out += c;
+    }
+    out += '"';
+}
+
+std::string writeCsv(const SumoraDocument& document) {
+    std::string out;
+    if (document.sheets.empty()) return out;
+    const Sheet& sheet = document.sheets.front();
+    int64_t cols = sheet.columnCount();
+    out.reserve(static_cast<size_t>(sheet.rowCount() * cols));
+    for (int64_t r = 0; r < sheet.rowCount(); ++r) {
+        int64_t stored = sheet.storedColumnCount(r);
+        for (int64_t c = 0; c < cols; ++c) {
+            if (c > 0) out += ',';
+            if (c < stored) appendCsvField(out, sheet.cell(r, c).displayValue());
+        }
+        out += '\n';
+    }
+    return out;
+}
+
+} // namespace sumora

@@ -1,0 +1,158 @@
+#include "formats/DocumentIO.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <unistd.h>
+
+#include "engine/Log.h"
+#include "formats/CsvFormat.h"
+#include "formats/FileErrors.h"
+#include "formats/OdsFormat.h"
+#include "formats/XlsxFormat.h"
+
+namespace sumora {
+
+namespace {
+
+std::string lowerExtension(std::string_view filename) {
+    auto dot = filename.rfind('.');
+    auto slash = filename.find_last_of("/\\");
+    if (dot == std::string_view::npos || (slash != std::string_view::npos && dot < slash)) return {};
+    std::string ext(filename.substr(dot + 1));
+    std::transform(ext.begin(), ext.end(), ext.begin(), [](unsigned char c) { return std::tolower(c); });
+    return ext;
+}
+
+bool contains(std::string_view haystack, std::string_view needle) { return haystack.find(needle) != std::string_view::npos; }
+
+SumoraDocument openXlsx(const std::string& bytes) {
+    Log::progress("  Matched XLSX, parsing " + std::to_string(bytes.size()) + " bytes...");
+    try {
+        SumoraDocument doc = readXlsxDocument(bytes);
+        Log::progress("  XLSX parse OK, sheets=" + std::to_string(doc.sheets.size()));
+        return doc;
+    } catch (const FileReadError& e) {
+        Log::progress(std::string("  XLSX parse FAILED (Cocoa): ") + e.what());
+        throw;
+    } catch (const std::exception& e) {
+        Log::progress(std::string("  XLSX parse FAILED: ") + e.what());
+        throw FileReadError(FileReadError::Code::corruptFile, xlsxFailureMessage(e.what()));
+    }
+}
+
+SumoraDocument openOds(const std::string& bytes) {
+    try {
+        SumoraDocument doc = SumoraDocument::empty();
+        doc.sheets = readOdsSheets(bytes);
+        if (doc.sheets.empty()) doc.sheets.push_back(SumoraDocument::makeNewSheet("Sheet 1"));
+        return doc;
+    } catch (const FileReadError&) {
+        throw;
+    } catch (const std::exception& e) {
+        throw FileReadError(FileReadError::Code::corruptFile, std::string("Could not open this ODS file: ") + e.what());
+    }
+}
+
+} // namespace
+
+std::string xlsxFailureMessage(std::string_view d) {
+    if (contains(d, "ZIP") || contains(d, "archive") || contains(d, "Archive"))
+        return "The file is not a valid XLSX archive. It may be corrupted or truncated.";
+    if (contains(d, "XML") || contains(d, "parse") || contains(d, "Parse"))
+        return "The file contains invalid XML data. A worksheet may be corrupted.";
+    if (contains(d, "sharedStrings") || contains(d, "SharedStrings"))
+        return "The file is missing required components (shared strings). It may have been partially saved.";
+    return "Could not open this XLSX file: " + std::string(d);
+}
+
+SumoraDocument openDocument(const std::optional<std::string>& contents, std::string_view filename,
+                            std::string_view contentType) {
+    Log::progress("  regularFileContents size: " + std::to_string(contents ? static_cast<long long>(contents->size()) : -1LL));
+    if (!contents)
+        throw FileReadError(FileReadError::Code::corruptFile, "The file appears to be empty or could not be read.");
+    std::string ext = lowerExtension(filename);
+    Log::progress("  filename: " + std::string(filename) + ", ext: " + ext);
+    if (contentType == kXlsxContentType || ext == "xlsx") return openXlsx(*contents);
+    if (contentType == kCsvContentType || ext == "csv") return readCsvDocument(*contents);
+    if (contentType == kOdsContentType || ext == "ods") return openOds(*contents);
+    Log::progress("  No match for contentType " + std::string(contentType) + ", ext=" + ext +
+                  ", falling back to empty doc");
+    return SumoraDocument();
+}
+
+std::string documentFileContents(const SumoraDocument& document, FileType type) {
+    switch (type) {
+    case FileType::xlsx: return writeXlsx(document.sheets);
+    case FileType::ods: return writeOds(document.sheets);
+    case FileType::csv: return writeCsv(document);
+    }
+    return writeCsv(document);
+}
+
+std::optional<FileType> fileTypeForPath(const std::filesystem::path& path) {
+    std::string ext = lowerExtension(path.filename().string());
+    if (ext == "xlsx") return FileType::xlsx;
+    if (ext == "ods") return FileType::ods;
+    if (ext == "csv") return FileType::csv;
+    return std::nullopt;
+}
+
+std::string_view contentTypeForPath(const std::filesystem::path& path) {
+    auto type = fileTypeForPath(path);
+    if (!type) return kDataContentType;
+    switch (*type) {
+    case FileType::xlsx: return kXlsxContentType;
+    case FileType::ods: return kOdsContentType;
+    case FileType::csv: return kCsvContentType;
+    }
+    return kDataContentType;
+}
+
+SumoraDocument openDocumentFile(const std::filesystem::path& path) {
+    std::optional<std::string> contents;
+    std::ifstream in(path, std::ios::binary);
+    if (in) {
+        std::ostringstream buffer;
+        buffer << in.rdbuf();
+        if (!in.bad()) contents = buffer.str();
+    }
+    if (!contents && !std::filesystem::exists(path))
+        throw FileReadError(FileReadError::Code::noSuchFile,
+                            "The file \"" + path.filename().string() + "\" couldn't be opened because there is no such file.");
+    return openDocument(contents, path.filename().string(), contentTypeForPath(path));
+}
+
+void writeFileAtomically(const std::filesystem::path& path, std::string_view bytes) {
+    std::filesystem::path dir = path.parent_path().empty() ? std::filesystem::path(".") : path.parent_path();
+    std::random_device rd;
+    std::filesystem::path temp = dir / ("." + path.filename().string() + ".sumora-" + std::to_string(rd()) + ".tmp");
+    {
+        FILE* f = std::fopen(temp.c_str(), "wb");
+        if (!f) throw FileWriteError("Could not write \"" + path.string() + "\": the folder is not writable.");
+        bool ok = std::fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();
+        ok = std::fflush(f) == 0 && ok;
+        ok = fsync(fileno(f)) == 0 && ok;
+        ok = std::fclose(f) == 0 && ok;
+        if (!ok) {
+            std::filesystem::remove(temp);
+            throw FileWriteError("Could not write \"" + path.string() + "\": the disk may be full.");
+        }
+    }
+    std::error_code ec;
+    std::filesystem::rename(temp, path, ec);
+    if (ec) {
+        std::filesystem::remove(temp);
+        throw FileWriteError("Could not write \"" + path.string() + "\": " + ec.message());
+    }
+}
+
+void saveDocumentFile(const SumoraDocument& document, const std::filesystem::path& path, std::optional<FileType> type) {
+    FileType t = type ? *type : fileTypeForPath(path).value_or(FileType::csv);
+    std::string bytes = documentFileContents(document, t);
+    writeFileAtomically(path, bytes);
+}
+
+} // namespace sumora

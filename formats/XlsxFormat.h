@@ -1,0 +1,17 @@
+#pragma once
+// Office Open XML workbooks.
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "document/SumoraDocument.h"
+
+namespace sumora {
+
+// Builds a document from XLSX bytes; throws on failure (the open dispatch
+// turns the error's text into the user's message).
+SumoraDocument readXlsxDocument(std::string_view bytes);
+// The package bytes of the sheets; throws FileWriteError on a failed check.
+std::string writeXlsx(const std::vector<Sheet>& sheets);
+
+} // namespace sumora

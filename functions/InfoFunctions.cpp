@@ -1,0 +1,7 @@
+#include "engine/FunctionRegistry.h"
+
+namespace sumora {
+
+void registerInfoFunctions(FunctionRegistry&) {}
+
+} // namespace sumora

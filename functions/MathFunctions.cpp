@@ -1,0 +1,7 @@
+#include "engine/FunctionRegistry.h"
+
+namespace sumora {
+
+void registerMathFunctions(FunctionRegistry&) {}
+
+} // namespace sumora

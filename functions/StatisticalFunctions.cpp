@@ -1,0 +1,7 @@
+#include "engine/FunctionRegistry.h"
+
+namespace sumora {
+
+void registerStatisticalFunctions(FunctionRegistry&) {}
+
+} // namespace sumora
