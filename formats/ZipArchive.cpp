@@ -1,0 +1,321 @@
+#include "formats/ZipArchive.h"
+
+#include <zip.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+
+namespace sumora {
+
+namespace {
+
+// Deflate cannot expand data by more than about 1032:1; used to cap how much a
+// declared size may make us reserve up front.
+constexpr std::uint64_t maxDeflateRatio = 1032;
+
+std::string quoted(std::string_view path) {
+    std::string text = "'";
+    text.append(path);
+    text += "'";
+    return text;
+}
+
+// The key for forgiving lookups: ASCII case folded, "\" read as "/", no leading "/".
+std::string foldedPath(std::string_view path) {
+    std::string key;
+    key.reserve(path.size());
+    for (char c : path) {
+        if (c == '\\') c = '/';
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+        key += c;
+    }
+    std::size_t start = key.find_first_not_of('/');
+    return start == std::string::npos ? std::string() : key.substr(start);
+}
+
+class ErrorHolder {
+  public:
+    ErrorHolder() { zip_error_init(&error_); }
+    ~ErrorHolder() { zip_error_fini(&error_); }
+    zip_error_t* get() { return &error_; }
+    std::string text() { return zip_error_strerror(&error_); }
+
+  private:
+    zip_error_t error_;
+};
+
+struct FileCloser {
+    void operator()(zip_file_t* file) const { zip_fclose(file); }
+};
+
+} // namespace
+
+// ---------------------------------------------------------------------------
+// ZipReader
+
+ZipReader::ZipReader(std::string_view bytes, ZipLimits limits) : bytes_(bytes), limits_(limits) {
+    open();
+}
+
+ZipReader::ZipReader(std::string&& bytes, ZipLimits limits) : bytes_(std::move(bytes)), limits_(limits) {
+    open();
+}
+
+ZipReader::~ZipReader() {
+    if (archive_) zip_discard(archive_);
+}
+
+void ZipReader::open() {
+    // libzip treats zero bytes as a fresh, empty archive; as input it is simply no archive.
+    if (bytes_.empty()) throw ArchiveError("The ZIP archive is empty.");
+
+    ErrorHolder error;
+    zip_source_t* source = zip_source_buffer_create(bytes_.data(), bytes_.size(), 0, error.get());
+    if (!source) throw ArchiveError("Cannot read the ZIP archive: " + error.text());
+    archive_ = zip_open_from_source(source, ZIP_RDONLY, error.get());
+    if (!archive_) {
+        zip_source_free(source);
+        throw ArchiveError("Cannot open the ZIP archive: " + error.text());
+    }
+
+    zip_int64_t count = zip_get_num_entries(archive_, 0);
+    entries_.reserve(static_cast<std::size_t>(std::max<zip_int64_t>(count, 0)));
+    for (zip_int64_t i = 0; i < count; ++i) {
+        zip_stat_t stat;
+        zip_stat_init(&stat);
+        if (zip_stat_index(archive_, static_cast<zip_uint64_t>(i), 0, &stat) != 0 || !stat.name)
+            throw ArchiveError("Cannot list the ZIP archive: " + std::string(zip_strerror(archive_)));
+        ZipEntry entry;
+        entry.path = stat.name;
+        entry.isDirectory = !entry.path.empty() && entry.path.back() == '/';
+        if (stat.valid & ZIP_STAT_SIZE) entry.uncompressedSize = stat.size;
+        if (stat.valid & ZIP_STAT_COMP_SIZE) entry.compressedSize = stat.comp_size;
+        std::size_t index = entries_.size();
+        exactIndex_.emplace(entry.path, index);
+        foldedIndex_.emplace(foldedPath(entry.path), index);
+        entries_.push_back(std::move(entry));
+    }
+}
+
+std::size_t ZipReader::indexOf(std::string_view path) const {
+    if (auto it = exactIndex_.find(std::string(path)); it != exactIndex_.end()) return it->second;
+    if (auto it = foldedIndex_.find(foldedPath(path)); it != foldedIndex_.end()) return it->second;
+    return std::string::npos;
+}
+
+bool ZipReader::contains(std::string_view path) const {
+    return indexOf(path) != std::string::npos;
+}
+
+namespace {
+
+// One open entry with the size limits applied to every piece it delivers.
+class ZipEntryReader {
+  public:
+    ZipEntryReader(zip_t* archive, std::size_t index, const ZipEntry& entry, const ZipLimits& limits,
+                   std::uint64_t& totalBytesRead)
+        : entry_(entry), limits_(limits), totalBytesRead_(totalBytesRead) {
+        // Declared sizes can lie, so they only serve to refuse early; the counts below are what holds.
+        if (entry.uncompressedSize > limits.maxEntryBytes) throw entryTooLarge();
+        if (totalBytesRead + entry.uncompressedSize > limits.maxTotalBytes) throw totalTooLarge();
+        file_.reset(zip_fopen_index(archive, index, 0));
+        if (!file_)
+            throw ArchiveError("Cannot read " + quoted(entry.path) +
+                               " from the ZIP archive: " + zip_strerror(archive));
+    }
+
+    // A size worth reserving for the whole entry, never more than the limits allow.
+    std::size_t sizeHint() const {
+        std::uint64_t plausible = entry_.compressedSize * maxDeflateRatio + ZipReader::chunkSize;
+        return static_cast<std::size_t>(
+            std::min({entry_.uncompressedSize, limits_.maxEntryBytes, plausible}));
+    }
+
+    // Fills up to `capacity` bytes; 0 means the entry is complete (and its CRC checked).
+    std::size_t readSome(char* destination, std::size_t capacity) {
+        zip_int64_t n = zip_fread(file_.get(), destination, capacity);
+        if (n < 0)
+            throw ArchiveError("The ZIP archive entry " + quoted(entry_.path) +
+                               " is damaged: " + zip_error_strerror(zip_file_get_error(file_.get())));
+        auto count = static_cast<std::uint64_t>(n);
+        entryBytes_ += count;
+        totalBytesRead_ += count;
+        if (entryBytes_ > limits_.maxEntryBytes) throw entryTooLarge();
+        if (totalBytesRead_ > limits_.maxTotalBytes) throw totalTooLarge();
+        return static_cast<std::size_t>(count);
+    }
+
+  private:
+    ArchiveError entryTooLarge() const {
+        return ArchiveError("The ZIP archive entry " + quoted(entry_.path) + " expands beyond " +
+                            std::to_string(limits_.maxEntryBytes) + " bytes.");
+    }
+    ArchiveError totalTooLarge() const {
+        return ArchiveError("The ZIP archive expands beyond " + std::to_string(limits_.maxTotalBytes) +
+                            " bytes in total.");
+    }
+
+    const ZipEntry& entry_;
+    const ZipLimits& limits_;
+    std::uint64_t& totalBytesRead_;
+    std::uint64_t entryBytes_ = 0;
+    std::unique_ptr<zip_file_t, FileCloser> file_;
+};
+
+std::size_t requireEntry(std::size_t index, std::string_view path) {
+    if (index == std::string::npos) throw ArchiveError("The ZIP archive has no entry " + quoted(path) + ".");
+    return index;
+}
+
+} // namespace
+
+std::string ZipReader::read(std::string_view path) {
+    std::size_t index = requireEntry(indexOf(path), path);
+    ZipEntryReader entry(archive_, index, entries_[index], limits_, totalBytesRead_);
+    std::string content(entry.sizeHint(), '\0');
+    std::size_t used = 0;
+    for (;;) {
+        std::size_t n;
+        if (used < content.size()) {
+            n = entry.readSome(content.data() + used, content.size() - used);
+        } else {
+            // Full: a small probe finds the end (and lets the CRC be checked)
+            // without growing the result when the declared size was right.
+            char probe[4096];
+            n = entry.readSome(probe, sizeof probe);
+            if (n > 0) {
+                content.resize(std::max(2 * used, used + chunkSize));
+                std::copy_n(probe, n, content.data() + used);
+            }
+        }
+        if (n == 0) break;
+        used += n;
+    }
+    content.resize(used);
+    return content;
+}
+
+void ZipReader::stream(std::string_view path, const std::function<void(std::string_view chunk)>& consume) {
+    std::size_t index = requireEntry(indexOf(path), path);
+    ZipEntryReader entry(archive_, index, entries_[index], limits_, totalBytesRead_);
+    std::unique_ptr<char[]> buffer(new char[chunkSize]);
+    while (std::size_t n = entry.readSome(buffer.get(), chunkSize))
+        consume(std::string_view(buffer.get(), n));
+}
+
+// ---------------------------------------------------------------------------
+// ZipWriter
+
+ZipWriter::ZipWriter() {
+    ErrorHolder error;
+    target_ = zip_source_buffer_create(nullptr, 0, 0, error.get());
+    if (!target_) throw ArchiveError("Cannot create a ZIP archive: " + error.text());
+    archive_ = zip_open_from_source(target_, ZIP_TRUNCATE, error.get());
+    if (!archive_) {
+        zip_source_free(target_);
+        target_ = nullptr;
+        throw ArchiveError("Cannot create a ZIP archive: " + error.text());
+    }
+    // The archive owns the target from here on; keep our own reference so the
+    // written bytes survive zip_close().
+    zip_source_keep(target_);
+}
+
+ZipWriter::~ZipWriter() {
+    if (archive_) zip_discard(archive_);
+    if (target_) zip_source_free(target_);
+}
+
+zip_t* ZipWriter::requireOpen(const char* operation) const {
+    if (!archive_)
+        throw ArchiveError(std::string("Cannot ") + operation + ": the ZIP archive is already finished.");
+    return archive_;
+}
+
+void ZipWriter::add(std::string_view path, std::string_view bytes, Compression compression, int level) {
+    addStored(path, std::string(bytes), compression, level);
+}
+
+void ZipWriter::add(std::string_view path, std::string&& bytes, Compression compression, int level) {
+    addStored(path, std::move(bytes), compression, level);
+}
+
+void ZipWriter::addStored(std::string_view path, std::string&& bytes, Compression compression, int level) {
+    zip_t* archive = requireOpen("add an entry");
+    if (level != -1 && (level < 1 || level > 9))
+        throw std::invalid_argument("Deflate level must be -1 or 1 to 9, not " + std::to_string(level));
+
+    // libzip reads the part only when the archive is closed, so the bytes stay
+    // here until then; a deque never moves its elements.
+    const std::string& part = parts_.emplace_back(std::move(bytes));
+    zip_source_t* source = zip_source_buffer(archive, part.data(), part.size(), 0);
+    if (!source)
+        throw ArchiveError("Cannot add " + quoted(path) + " to the ZIP archive: " + zip_strerror(archive));
+    zip_int64_t index = zip_file_add(archive, std::string(path).c_str(), source, ZIP_FL_ENC_UTF_8);
+    if (index < 0) {
+        zip_source_free(source);
+        parts_.pop_back();
+        throw ArchiveError("Cannot add " + quoted(path) + " to the ZIP archive: " + zip_strerror(archive));
+    }
+    // libzip's own default is the slowest level; -1 asks for zlib's usual balance.
+    zip_int32_t method = compression == Compression::store ? ZIP_CM_STORE : ZIP_CM_DEFLATE;
+    zip_uint32_t flags =
+        compression == Compression::store ? 0 : static_cast<zip_uint32_t>(level == -1 ? 6 : level);
+    if (zip_set_file_compression(archive, static_cast<zip_uint64_t>(index), method, flags) != 0)
+        throw ArchiveError("Cannot set the compression of " + quoted(path) +
+                           " in the ZIP archive: " + zip_strerror(archive));
+}
+
+void ZipWriter::addDirectory(std::string_view path) {
+    zip_t* archive = requireOpen("add a directory");
+    if (zip_dir_add(archive, std::string(path).c_str(), ZIP_FL_ENC_UTF_8) < 0)
+        throw ArchiveError("Cannot add the directory " + quoted(path) +
+                           " to the ZIP archive: " + zip_strerror(archive));
+}
+
+std::string ZipWriter::finish() {
+    zip_t* archive = requireOpen("finish");
+    if (zip_get_num_entries(archive, 0) == 0) {
+        // libzip removes an archive left without entries; an empty package is
+        // still a valid ZIP: just the end-of-central-directory record.
+        zip_discard(archive);
+        archive_ = nullptr;
+        parts_.clear();
+        return std::string("PK\x05\x06", 4) + std::string(18, '\0');
+    }
+    if (zip_close(archive) != 0) {
+        std::string message = zip_strerror(archive);
+        zip_discard(archive);
+        archive_ = nullptr;
+        parts_.clear();
+        throw ArchiveError("Cannot write the ZIP archive: " + message);
+    }
+    archive_ = nullptr;
+    parts_.clear();
+
+    std::string bytes;
+    bool ok = zip_source_open(target_) == 0;
+    if (ok) {
+        ok = zip_source_seek(target_, 0, SEEK_END) == 0;
+        zip_int64_t size = ok ? zip_source_tell(target_) : -1;
+        ok = size >= 0 && zip_source_seek(target_, 0, SEEK_SET) == 0;
+        if (ok) {
+            bytes.resize(static_cast<std::size_t>(size));
+            std::size_t used = 0;
+            while (used < bytes.size()) {
+                zip_int64_t n = zip_source_read(target_, bytes.data() + used, bytes.size() - used);
+                if (n <= 0) break;
+                used += static_cast<std::size_t>(n);
+            }
+            ok = used == bytes.size();
+        }
+        zip_source_close(target_);
+    }
+    zip_source_free(target_);
+    target_ = nullptr;
+    if (!ok) throw ArchiveError("Cannot collect the written ZIP archive.");
+    return bytes;
+}
+
+} // namespace sumora

@@ -1,0 +1,128 @@
+#pragma once
+// The ZIP layer under the XLSX and ODS packages. Everything happens in memory:
+// a reader works on the package bytes it was given, a writer collects parts and
+// hands back the finished archive's bytes. No temporary files are involved.
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+struct zip;
+struct zip_source;
+
+namespace sumora {
+
+// Every message names the ZIP archive, so that the open dispatch recognises a
+// damaged package by its description.
+class ArchiveError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+struct ZipEntry {
+    std::string path; // as stored, directories end in "/"
+    bool isDirectory = false;
+    std::uint64_t uncompressedSize = 0; // as declared by the archive; reads never trust it
+    std::uint64_t compressedSize = 0;
+};
+
+// Bounds on what reading may decompress, so that a ZIP bomb fails with an
+// ArchiveError instead of exhausting memory. Bytes are counted as they come
+// out of the decompressor; declared sizes are only used to fail early.
+struct ZipLimits {
+    std::uint64_t maxEntryBytes = std::uint64_t{1} << 30; // one entry, 1 GiB
+    std::uint64_t maxTotalBytes = std::uint64_t{4} << 30; // all reads of one reader together, 4 GiB
+};
+
+// Reads a ZIP archive held in memory. The reader keeps its own copy of the
+// bytes (or takes over a moved-in string), so the caller's buffer may go away.
+//
+// Lookup by path is forgiving: an exact match wins; otherwise a leading "/" and
+// backslash separators are ignored and letters compare case-insensitively.
+// When an archive holds the same name twice, the first entry wins for lookup;
+// entries() still lists both.
+//
+// Not thread-safe: one reader serves one thread at a time.
+class ZipReader {
+  public:
+    static constexpr std::size_t chunkSize = 256 * 1024;
+
+    explicit ZipReader(std::string_view bytes, ZipLimits limits = {});
+    explicit ZipReader(std::string&& bytes, ZipLimits limits = {});
+    ~ZipReader();
+    ZipReader(const ZipReader&) = delete;
+    ZipReader& operator=(const ZipReader&) = delete;
+
+    // In stored order.
+    const std::vector<ZipEntry>& entries() const { return entries_; }
+    bool contains(std::string_view path) const;
+
+    // Reads one entry whole. Throws ArchiveError when the entry is missing,
+    // damaged (CRC or deflate errors), encrypted or over a limit.
+    std::string read(std::string_view path);
+    // Reads one entry in pieces of at most chunkSize bytes; the view is only
+    // valid during the call. To stop early, throw from the callback.
+    void stream(std::string_view path, const std::function<void(std::string_view chunk)>& consume);
+
+    // Decompressed bytes delivered so far by this reader (checked against maxTotalBytes).
+    std::uint64_t totalBytesRead() const { return totalBytesRead_; }
+
+  private:
+    void open();
+    std::size_t indexOf(std::string_view path) const;
+
+    std::string bytes_;
+    ZipLimits limits_;
+    zip* archive_ = nullptr;
+    std::vector<ZipEntry> entries_;
+    std::unordered_map<std::string, std::size_t> exactIndex_;
+    std::unordered_map<std::string, std::size_t> foldedIndex_;
+    std::uint64_t totalBytesRead_ = 0;
+};
+
+enum class Compression { store, deflate };
+
+// Builds a ZIP archive in memory; entries keep the order in which they were added.
+//
+// Deflate levels follow zlib: 1 is fastest, 9 smallest, -1 means zlib's default
+// (6). For big parts (a worksheet of tens of megabytes) use level 1 to 3: they
+// compress several times faster than the default and lose only a few percent
+// of size on spreadsheet XML.
+class ZipWriter {
+  public:
+    ZipWriter();
+    ~ZipWriter();
+    ZipWriter(const ZipWriter&) = delete;
+    ZipWriter& operator=(const ZipWriter&) = delete;
+
+    // Adding a path twice is an ArchiveError; a level outside -1 and 1..9 is
+    // std::invalid_argument.
+    void add(std::string_view path, std::string_view bytes, Compression compression = Compression::deflate,
+             int level = -1);
+    // Takes the bytes over instead of copying them (for big parts).
+    void add(std::string_view path, std::string&& bytes, Compression compression = Compression::deflate,
+             int level = -1);
+    void add(std::string_view path, const char* bytes, Compression compression = Compression::deflate,
+             int level = -1) {
+        add(path, std::string_view(bytes), compression, level);
+    }
+    // A trailing "/" is added when missing.
+    void addDirectory(std::string_view path);
+
+    // Produces the archive. The writer is spent afterwards: any further call throws.
+    std::string finish();
+
+  private:
+    void addStored(std::string_view path, std::string&& bytes, Compression compression, int level);
+    zip* requireOpen(const char* operation) const;
+
+    zip* archive_ = nullptr;
+    zip_source* target_ = nullptr;  // the in-memory buffer the archive is written into
+    std::deque<std::string> parts_; // must outlive the archive: libzip reads them on close
+};
+
+} // namespace sumora

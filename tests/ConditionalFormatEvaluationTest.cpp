@@ -1,0 +1,107 @@
+#include <gtest/gtest.h>
+
+#include "document/ConditionalFormatEvaluation.h"
+#include "document/SumoraDocument.h"
+
+namespace sumora {
+namespace {
+
+ConditionalFormatRule ruleOver(ConditionalRuleType type, std::string fill = "FF0000") {
+    ConditionalFormatRule r;
+    r.ruleType = std::move(type);
+    r.format.fillColor = std::move(fill);
+    r.startCol = 0;
+    r.endCol = 0;
+    r.startRow = 0;
+    r.endRow = 4;
+    return r;
+}
+
+Sheet columnOf(std::vector<std::string> texts) {
+    Sheet s = SumoraDocument::makeNewSheet("S");
+    for (size_t i = 0; i < texts.size(); ++i) {
+        if (texts[i].empty()) continue;
+        Cell& c = s.cellForWriting(static_cast<int64_t>(i), 0);
+        c.setValue(texts[i]);
+        c.setComputedValue(texts[i]);
+    }
+    return s;
+}
+
+struct Case {
+    const char* name;
+    ConditionalRuleType type;
+    std::vector<bool> matches; // per row 0..4 of column A = 10, 20, 30, apple, (empty)
+};
+
+TEST(ConditionalFormats, EachRuleTypeMatchesTheCellsUsersExpect) {
+    Sheet sheet = columnOf({"10", "20", "30", "Apple pie", ""});
+    const std::vector<Case> cases = {
+        {"greaterThan", rule::GreaterThan{15}, {false, true, true, false, false}},
+        {"lessThan", rule::LessThan{15}, {true, false, false, false, false}},
+        {"equalTo", rule::EqualTo{20}, {false, true, false, false, false}},
+        {"between inclusive", rule::Between{20, 30}, {false, true, true, false, false}},
+        {"notBetween", rule::NotBetween{20, 30}, {true, false, false, false, false}},
+        {"contains ignores case", rule::TextContains{"PIE"}, {false, false, false, true, false}},
+        {"notContains", rule::TextNotContains{"pie"}, {true, true, true, false, true}},
+        {"startsWith", rule::TextStartsWith{"app"}, {false, false, false, true, false}},
+        {"endsWith", rule::TextEndsWith{"0"}, {true, true, true, false, false}},
+        {"top 2", rule::TopN{2}, {false, true, true, false, false}},
+        {"bottom 1", rule::BottomN{1}, {true, false, false, false, false}},
+        {"blank", rule::IsBlank{}, {false, false, false, false, true}},
+        {"not blank", rule::IsNotBlank{}, {true, true, true, true, false}},
+        {"above average", rule::AboveAverage{}, {false, false, true, false, false}},
+        {"below average", rule::BelowAverage{}, {true, false, false, false, false}},
+    };
+    for (const auto& c : cases) {
+        auto rule = ruleOver(c.type);
+        for (int64_t row = 0; row < 5; ++row) {
+            bool matched = evaluateConditionalFormats({rule}, 0, row, sheet).has_value();
+            EXPECT_EQ(matched, c.matches[static_cast<size_t>(row)]) << c.name << " row " << row;
+        }
+    }
+}
+
+TEST(ConditionalFormats, DuplicatesCompareDisplayTextsIgnoringCase) {
+    Sheet sheet = columnOf({"a", "A", "b", "", ""});
+    auto dup = ruleOver(rule::DuplicateValues{});
+    auto uni = ruleOver(rule::UniqueValues{});
+    EXPECT_TRUE(evaluateConditionalFormats({dup}, 0, 0, sheet));
+    EXPECT_FALSE(evaluateConditionalFormats({dup}, 0, 2, sheet));
+    EXPECT_TRUE(evaluateConditionalFormats({uni}, 0, 2, sheet));
+    EXPECT_FALSE(evaluateConditionalFormats({uni}, 0, 3, sheet)) << "blank cells are neither";
+}
+
+TEST(ConditionalFormats, ColorScalesBlendByPositionInRange) {
+    Sheet sheet = columnOf({"0", "50", "100", "", ""});
+    auto two = ruleOver(rule::ColorScale2{"000000", "FFFFFF"});
+    EXPECT_EQ(evaluateConditionalFormats({two}, 0, 0, sheet)->fillColor, "000000");
+    EXPECT_EQ(evaluateConditionalFormats({two}, 0, 1, sheet)->fillColor, "7F7F7F");
+    EXPECT_EQ(evaluateConditionalFormats({two}, 0, 2, sheet)->fillColor, "FFFFFF");
+    auto three = ruleOver(rule::ColorScale3{"FF0000", "FFFF00", "00FF00"});
+    EXPECT_EQ(evaluateConditionalFormats({three}, 0, 1, sheet)->fillColor, "FFFF00");
+    EXPECT_EQ(evaluateConditionalFormats({three}, 0, 2, sheet)->fillColor, "00FF00");
+}
+
+TEST(ConditionalFormats, LaterRulesOverrideEarlierOnesFieldByField) {
+    Sheet sheet = columnOf({"10"});
+    auto first = ruleOver(rule::GreaterThan{0}, "111111");
+    first.format.isBold = true;
+    auto second = ruleOver(rule::GreaterThan{5}, "222222");
+    auto merged = evaluateConditionalFormats({first, second}, 0, 0, sheet);
+    ASSERT_TRUE(merged);
+    EXPECT_EQ(merged->fillColor, "222222");
+    EXPECT_EQ(merged->isBold, true);
+}
+
+TEST(ConditionalFormats, DataBarsGiveAFractionNotAFill) {
+    Sheet sheet = columnOf({"0", "50", "100"});
+    ConditionalFormatEvaluator eval(sheet);
+    auto bar = ruleOver(rule::DataBar{"638EC6"});
+    EXPECT_FALSE(eval.evaluateRule(bar, 0, 1));
+    EXPECT_DOUBLE_EQ(*eval.dataBarFraction(bar, 0, 1), 0.5);
+    EXPECT_EQ(collectRangeNumbers(bar, sheet), (std::vector<double>{0, 50, 100}));
+}
+
+} // namespace
+} // namespace sumora
