@@ -1,5 +1,7 @@
 #include "engine/FormulaParser.h"
 
+#include <cmath>
+
 #include "engine/FunctionRegistry.h"
 
 namespace sumora {
@@ -196,6 +198,11 @@ uint32_t FormulaParser::parsePrimary() {
         n.literal = LiteralKind::boolean;
         n.boolean = t->boolean;
         ++pos_;
+        // TRUE() and FALSE() are catalogued functions; the tokenizer reads the
+        // word as a boolean, so the empty call that follows is taken here.
+        if (pos_ + 1 < tokens_.size() && tokens_[pos_].kind == TokenKind::lparen &&
+            tokens_[pos_ + 1].kind == TokenKind::rparen)
+            pos_ += 2;
         return add(n);
     }
     case TokenKind::cellRef:
@@ -213,6 +220,16 @@ uint32_t FormulaParser::parsePrimary() {
             FormulaNode n;
             n.kind = NodeKind::name;
             n.stringIndex = addString(std::move(name));
+            // After a name the tokenizer folds "+1" into the number; a name is
+            // an operand, so the sign is really a binary operator.
+            if (const Token* after = peek(); after && after->kind == TokenKind::number && after->signFolded) {
+                Token op;
+                op.kind = TokenKind::op;
+                op.text.assign(1, std::signbit(after->number) ? '-' : '+');
+                tokens_[pos_].number = std::fabs(tokens_[pos_].number);
+                tokens_[pos_].signFolded = false;
+                tokens_.insert(tokens_.begin() + static_cast<ptrdiff_t>(pos_), std::move(op));
+            }
             return add(n);
         }
         fail(FormulaError::generic("Unexpected token"));

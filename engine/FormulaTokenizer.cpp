@@ -147,14 +147,15 @@ void FormulaTokenizer::readString(std::vector<Token>& out) {
         ++pos_;
     }
     Token t;
-        t.kind = TokenKind::string;
+    t.kind = TokenKind::string;
     t.text = std::move(s);
     out.push_back(std::move(t));
 }
 
 void FormulaTokenizer::readNumber(std::vector<Token>& out) {
     size_t start = pos_;
-    if (!atEnd() && (text_[pos_] == '-' || text_[pos_] == '+')) ++pos_;
+    bool signed_ = !atEnd() && (text_[pos_] == '-' || text_[pos_] == '+');
+    if (signed_) ++pos_;
     while (!atEnd() && (isFormulaNumeric(current()) || text_[pos_] == '.')) advance();
     if (!atEnd() && (text_[pos_] == 'e' || text_[pos_] == 'E')) {
         ++pos_;
@@ -162,8 +163,9 @@ void FormulaTokenizer::readNumber(std::vector<Token>& out) {
         while (!atEnd() && isFormulaNumeric(current())) advance();
     }
     Token t;
-        t.kind = TokenKind::number;
+    t.kind = TokenKind::number;
     t.number = parseStrictNumber(text_.substr(start, pos_ - start)).value_or(0.0);
+    t.signFolded = signed_;
     out.push_back(std::move(t));
 }
 
@@ -194,7 +196,7 @@ bool isBinaryPosition(const std::vector<Token>& tokens) {
 }
 Token opToken(std::string text) {
     Token t;
-        t.kind = TokenKind::op;
+    t.kind = TokenKind::op;
     t.text = std::move(text);
     return t;
 }
@@ -287,7 +289,7 @@ std::vector<Token> FormulaTokenizer::tokenize() {
                 std::string ident = readIdentifier();
                 if (auto ref = parseCellRef(ident)) {
                     Token t;
-        t.kind = TokenKind::sheetCellRef;
+                    t.kind = TokenKind::sheetCellRef;
                     t.text = std::move(sheet);
                     t.col = ref->col;
                     t.row = ref->row;
@@ -305,7 +307,7 @@ std::vector<Token> FormulaTokenizer::tokenize() {
             std::string upper = toUpperText(ident);
             if (upper == "TRUE" || upper == "FALSE") {
                 Token t;
-        t.kind = TokenKind::boolean;
+                t.kind = TokenKind::boolean;
                 t.boolean = upper == "TRUE";
                 tokens.push_back(std::move(t));
                 continue;
@@ -315,7 +317,7 @@ std::vector<Token> FormulaTokenizer::tokenize() {
                 std::string second = readIdentifier();
                 if (auto ref = parseCellRef(second)) {
                     Token t;
-        t.kind = TokenKind::sheetCellRef;
+                    t.kind = TokenKind::sheetCellRef;
                     t.text = std::move(ident);
                     t.col = ref->col;
                     t.row = ref->row;
@@ -324,7 +326,7 @@ std::vector<Token> FormulaTokenizer::tokenize() {
                     tokens.push_back(std::move(t));
                 } else {
                     Token t;
-        t.kind = TokenKind::functionName;
+                    t.kind = TokenKind::functionName;
                     t.text = std::move(upper);
                     tokens.push_back(std::move(t));
                 }
@@ -332,14 +334,14 @@ std::vector<Token> FormulaTokenizer::tokenize() {
             }
             if (!atEnd() && text_[pos_] == '(') {
                 Token t;
-        t.kind = TokenKind::functionName;
+                t.kind = TokenKind::functionName;
                 t.text = std::move(upper);
                 tokens.push_back(std::move(t));
                 continue;
             }
             if (auto ref = parseCellRef(ident)) {
                 Token t;
-        t.kind = TokenKind::cellRef;
+                t.kind = TokenKind::cellRef;
                 t.col = ref->col;
                 t.row = ref->row;
                 t.absCol = ref->absCol;
@@ -348,7 +350,7 @@ std::vector<Token> FormulaTokenizer::tokenize() {
                 continue;
             }
             Token t;
-        t.kind = TokenKind::functionName;
+            t.kind = TokenKind::functionName;
             t.text = std::move(upper);
             tokens.push_back(std::move(t));
             continue;

@@ -33,6 +33,8 @@ struct Token {
     int64_t row = 0;
     bool absCol = false;
     bool absRow = false;
+    // A number whose sign was folded in from a "+" or "-" in operand position.
+    bool signFolded = false;
     // Text of a string literal, the sheet of a sheetCellRef, the upper-cased
     // function name, or the operator text.
     std::string text;

@@ -98,11 +98,17 @@ std::optional<double> parseStrictNumber(std::string_view text) {
         // from_chars rejects overflow where strtod answers ±HUGE_VAL/0: fall through.
     }
     // strtod covers "+5", hexadecimal floats and the out-of-range cases.
-    if (text.size() > 4096) return std::nullopt;
-    char buf[4097];
-    std::memcpy(buf, text.data(), text.size());
-    buf[text.size()] = '\0';
-    if (std::strlen(buf) != text.size()) return std::nullopt; // embedded NUL
+    if (text.find('\0') != std::string_view::npos) return std::nullopt;
+    char small[256];
+    std::string large;
+    const char* buf = small;
+    if (text.size() < sizeof small) {
+        std::memcpy(small, text.data(), text.size());
+        small[text.size()] = '\0';
+    } else {
+        large.assign(text);
+        buf = large.c_str();
+    }
     char* end = nullptr;
     double v = strtod_l(buf, &end, cLocale());
     if (end != buf + text.size()) return std::nullopt;
@@ -122,9 +128,11 @@ void appendNumberDescription(std::string& out, double x) {
             out.append(buf, p);
             return;
         }
+        // "%g" as printf writes it in the C locale; snprintf itself would
+        // follow the process locale (a decimal comma under de_DE).
         char buf[32];
-        int n = std::snprintf(buf, sizeof buf, "%g", x);
-        out.append(buf, static_cast<size_t>(n));
+        auto [p, ec] = std::to_chars(buf, buf + sizeof buf, x, std::chars_format::general, 6);
+        out.append(buf, p);
         return;
     }
     out += shortestNumberText(x);
@@ -157,7 +165,7 @@ std::string shortestNumberText(double x) {
     if (exponent < -4 || exponent >= 15) {
         out += digits.substr(0, 1);
         if (digits.size() > 1) out += "." + digits.substr(1);
-        char e[8];
+        char e[16];
         std::snprintf(e, sizeof e, "e%c%02d", exponent < 0 ? '-' : '+', std::abs(exponent));
         out += e;
         return out;

@@ -1,7 +1,327 @@
+// The text family: slicing, searching, case, joining and character codes.
+// Positions count user-perceived characters from 1. An error argument is the
+// result, except where the joining functions take the text forms of values.
+#include <cmath>
+
 #include "engine/FunctionRegistry.h"
+#include "functions/ArgumentValues.h"
+#include "functions/TextFamily.h"
+#include "functions/TextSupport.h"
 
 namespace sumora {
 
-void registerTextFunctions(FunctionRegistry&) {}
+namespace {
+
+// Longest result REPT builds, in characters.
+constexpr double kMaxRepeatedCharacters = 32767;
+
+bool tooFew(FunctionContext& c, size_t n) {
+    return c.argCount() < n;
+}
+
+// A character count (LEFT's num_chars, MID's num_chars): truncated, negative
+// is "#VALUE!".
+ArgValue<size_t> countArg(FunctionContext& c, size_t i, std::optional<double> fallback = std::nullopt) {
+    auto x = fallback ? numberArgOr(c, i, *fallback) : numberArg(c, i);
+    if (!x) return {std::nullopt, x.failure};
+    double n = std::trunc(*x);
+    if (!(n >= 0)) return {std::nullopt, err(ErrorKind::invalidValue)};
+    return {static_cast<size_t>(std::min(n, 1e15)), {}};
+}
+
+// A 1-based position: truncated; below 1 is "#VALUE!".
+ArgValue<size_t> positionArg(FunctionContext& c, size_t i, double fallback) {
+    auto x = numberArgOr(c, i, fallback);
+    if (!x) return {std::nullopt, x.failure};
+    double n = std::trunc(*x);
+    if (!(n >= 1)) return {std::nullopt, err(ErrorKind::invalidValue)};
+    return {static_cast<size_t>(std::min(n, 1e15)), {}};
+}
+
+FormulaValue sliceLeftOrRight(FunctionContext& c, bool fromEnd) {
+    if (tooFew(c, 1)) return err(ErrorKind::invalidValue);
+    auto text = textArg(c, 0);
+    if (!text) return text.failure;
+    auto n = countArg(c, 1, 1.0);
+    if (!n) return n.failure;
+    CharacterIndex chars(*text);
+    size_t k = std::min(*n, chars.count());
+    if (fromEnd) return txt(text->substr(chars.byteOffset(chars.count() - k)));
+    return txt(text->substr(0, chars.byteOffset(k)));
+}
+
+// LEFT(text, num_chars) — num_chars defaults to 1
+FormulaValue left(FunctionContext& c) {
+    return sliceLeftOrRight(c, false);
+}
+
+// RIGHT(text, num_chars) — num_chars defaults to 1
+FormulaValue right(FunctionContext& c) {
+    return sliceLeftOrRight(c, true);
+}
+
+// MID(text, start, num_chars) — a start just past the end gives ""
+FormulaValue mid(FunctionContext& c) {
+    if (tooFew(c, 3)) return err(ErrorKind::invalidValue);
+    auto text = textArg(c, 0);
+    if (!text) return text.failure;
+    auto start = positionArg(c, 1, 1);
+    if (!start) return start.failure;
+    auto n = countArg(c, 2);
+    if (!n) return n.failure;
+    CharacterIndex chars(*text);
+    if (*start > chars.count() + 1) return err(ErrorKind::invalidValue);
+    size_t first = *start - 1;
+    size_t last = first + std::min(*n, chars.count() - first);
+    return txt(text->substr(chars.byteOffset(first), chars.byteOffset(last) - chars.byteOffset(first)));
+}
+
+// LEN(text) — number of characters
+FormulaValue len(FunctionContext& c) {
+    if (tooFew(c, 1)) return err(ErrorKind::invalidValue);
+    auto text = textArg(c, 0);
+    if (!text) return text.failure;
+    return num(static_cast<double>(CharacterIndex(*text).count()));
+}
+
+FormulaValue findOrSearch(FunctionContext& c, bool ignoreCase) {
+    if (tooFew(c, 2)) return err(ErrorKind::invalidValue);
+    auto needle = textArg(c, 0);
+    if (!needle) return needle.failure;
+    auto within = textArg(c, 1);
+    if (!within) return within.failure;
+    auto start = positionArg(c, 2, 1);
+    if (!start) return start.failure;
+    CharacterIndex chars(*within);
+    if (*start > chars.count() + 1) return err(ErrorKind::invalidValue);
+    auto hit = findText(*within, chars, *needle, chars.byteOffset(*start - 1), ignoreCase);
+    if (!hit) return err(ErrorKind::invalidValue);
+    return num(static_cast<double>(chars.characterAt(hit->begin) + 1));
+}
+
+// FIND(find_text, within_text, start) — case-sensitive position
+FormulaValue find(FunctionContext& c) {
+    return findOrSearch(c, false);
+}
+
+// SEARCH(find_text, within_text, start) — case-insensitive, literal position
+FormulaValue search(FunctionContext& c) {
+    return findOrSearch(c, true);
+}
+
+// SUBSTITUTE(text, old, new, instance) — every occurrence, or the instance-th
+FormulaValue substitute(FunctionContext& c) {
+    if (tooFew(c, 3)) return err(ErrorKind::invalidValue);
+    auto text = textArg(c, 0);
+    if (!text) return text.failure;
+    auto old = textArg(c, 1);
+    if (!old) return old.failure;
+    auto replacement = textArg(c, 2);
+    if (!replacement) return replacement.failure;
+    std::optional<size_t> instance;
+    if (c.hasArg(3)) {
+        auto n = positionArg(c, 3, 1);
+        if (!n) return n.failure;
+        instance = *n;
+    }
+    CharacterIndex chars(*text);
+    std::vector<TextSpan> hits = findAll(*text, chars, *old, false);
+    std::string out;
+    size_t copied = 0;
+    for (size_t k = 0; k < hits.size(); ++k) {
+        if (instance && *instance != k + 1) continue;
+        out.append(*text, copied, hits[k].begin - copied);
+        out += *replacement;
+        copied = hits[k].end;
+    }
+    out.append(*text, copied);
+    return txt(std::move(out));
+}
+
+// REPLACE(old_text, start, num, new_text) — a start just past the end appends
+FormulaValue replace(FunctionContext& c) {
+    if (tooFew(c, 4)) return err(ErrorKind::invalidValue);
+    auto text = textArg(c, 0);
+    if (!text) return text.failure;
+    auto start = positionArg(c, 1, 1);
+    if (!start) return start.failure;
+    auto n = countArg(c, 2);
+    if (!n) return n.failure;
+    auto replacement = textArg(c, 3);
+    if (!replacement) return replacement.failure;
+    CharacterIndex chars(*text);
+    if (*start > chars.count() + 1) return err(ErrorKind::invalidValue);
+    size_t first = *start - 1;
+    size_t last = first + std::min(*n, chars.count() - first);
+    std::string out = text->substr(0, chars.byteOffset(first));
+    out += *replacement;
+    out.append(*text, chars.byteOffset(last));
+    return txt(std::move(out));
+}
+
+// TRIM(text) — blanks and tabs at both ends only; inner runs are kept
+FormulaValue trim(FunctionContext& c) {
+    if (tooFew(c, 1)) return err(ErrorKind::invalidValue);
+    auto text = textArg(c, 0);
+    if (!text) return text.failure;
+    size_t begin = text->size(), end = 0;
+    forEachCodePoint(*text, [&](char32_t ch, size_t from, size_t to) {
+        if (isHorizontalSpace(ch)) return;
+        begin = std::min(begin, from);
+        end = to;
+    });
+    if (begin >= end) return txt("");
+    return txt(text->substr(begin, end - begin));
+}
+
+FormulaValue mapCase(FunctionContext& c, std::string (*map)(std::string_view)) {
+    if (tooFew(c, 1)) return err(ErrorKind::invalidValue);
+    auto text = textArg(c, 0);
+    if (!text) return text.failure;
+    return txt(map(*text));
+}
+
+// UPPER(text)
+FormulaValue upper(FunctionContext& c) {
+    return mapCase(c, upperCased);
+}
+
+// LOWER(text)
+FormulaValue lower(FunctionContext& c) {
+    return mapCase(c, lowerCased);
+}
+
+// PROPER(text) — first letter of each word upper case, the rest lower case
+FormulaValue proper(FunctionContext& c) {
+    return mapCase(c, titleCased);
+}
+
+// CONCATENATE(text1, text2, ...) and CONCAT — text forms of every value joined
+FormulaValue concat(FunctionContext& c) {
+    if (tooFew(c, 1)) return err(ErrorKind::invalidValue);
+    std::string out;
+    for (size_t i = 0; i < c.argCount(); ++i)
+        for (const FormulaValue& v : c.resolveValues(i))
+            v.appendDescription(out);
+    return txt(std::move(out));
+}
+
+// TEXTJOIN(delimiter, ignore_empty, text1, ...) — empty texts optionally left out
+FormulaValue textJoin(FunctionContext& c) {
+    if (tooFew(c, 3)) return err(ErrorKind::invalidValue);
+    auto delimiter = textArg(c, 0);
+    if (!delimiter) return delimiter.failure;
+    auto ignoreEmpty = boolArgOr(c, 1, false);
+    if (!ignoreEmpty) return ignoreEmpty.failure;
+    std::string out;
+    bool first = true;
+    for (size_t i = 2; i < c.argCount(); ++i) {
+        for (const FormulaValue& v : c.resolveValues(i)) {
+            std::string piece = v.description();
+            if (*ignoreEmpty && piece.empty()) continue;
+            if (!first) out += *delimiter;
+            out += piece;
+            first = false;
+        }
+    }
+    return txt(std::move(out));
+}
+
+// CHAR(number) — the character of a Unicode scalar value
+FormulaValue charFromCode(FunctionContext& c) {
+    if (tooFew(c, 1)) return err(ErrorKind::invalidValue);
+    auto x = numberArg(c, 0);
+    if (!x) return x.failure;
+    double code = std::trunc(*x);
+    if (!(code >= 1 && code <= 0x10FFFF) || (code >= 0xD800 && code <= 0xDFFF))
+        return err(ErrorKind::invalidValue);
+    std::string out;
+    appendCodePoint(out, static_cast<char32_t>(code));
+    return txt(std::move(out));
+}
+
+// CODE(text) — the Unicode scalar value of the first character
+FormulaValue codeOfText(FunctionContext& c) {
+    if (tooFew(c, 1)) return err(ErrorKind::invalidValue);
+    auto text = textArg(c, 0);
+    if (!text) return text.failure;
+    auto first = firstCodePoint(*text);
+    if (!first) return err(ErrorKind::invalidValue);
+    return num(static_cast<double>(*first));
+}
+
+// REPT(text, times) — the text repeated; overlong results are "#VALUE!"
+FormulaValue rept(FunctionContext& c) {
+    if (tooFew(c, 2)) return err(ErrorKind::invalidValue);
+    auto text = textArg(c, 0);
+    if (!text) return text.failure;
+    auto times = countArg(c, 1);
+    if (!times) return times.failure;
+    if (static_cast<double>(CharacterIndex(*text).count()) * static_cast<double>(*times) >
+        kMaxRepeatedCharacters)
+        return err(ErrorKind::invalidValue);
+    std::string out;
+    out.reserve(text->size() * *times);
+    for (size_t k = 0; k < *times; ++k)
+        out += *text;
+    return txt(std::move(out));
+}
+
+// EXACT(text1, text2) — case-sensitive equality
+FormulaValue exact(FunctionContext& c) {
+    if (tooFew(c, 2)) return err(ErrorKind::invalidValue);
+    auto a = textArg(c, 0);
+    if (!a) return a.failure;
+    auto b = textArg(c, 1);
+    if (!b) return b.failure;
+    return boolean(*a == *b);
+}
+
+// CLEAN(text) — removes the control characters 0-31 and 127
+FormulaValue clean(FunctionContext& c) {
+    if (tooFew(c, 1)) return err(ErrorKind::invalidValue);
+    auto text = textArg(c, 0);
+    if (!text) return text.failure;
+    std::string out;
+    out.reserve(text->size());
+    for (char ch : *text)
+        if (static_cast<unsigned char>(ch) >= 32 && ch != 127) out += ch;
+    return txt(std::move(out));
+}
+
+} // namespace
+
+void registerTextFunctions(FunctionRegistry& r) {
+    r.add("LEFT", left);
+    r.add("RIGHT", right);
+    r.add("MID", mid);
+    r.add("LEN", len);
+    r.add("FIND", find);
+    r.add("SEARCH", search);
+    r.add("SUBSTITUTE", substitute);
+    r.add("REPLACE", replace);
+    r.add("TRIM", trim);
+    r.add("UPPER", upper);
+    r.add("LOWER", lower);
+    r.add("PROPER", proper);
+    r.add("CONCATENATE", concat);
+    r.add("CONCAT", concat);
+    r.add("TEXTJOIN", textJoin);
+    r.add("CHAR", charFromCode);
+    r.add("CODE", codeOfText);
+    r.add("REPT", rept);
+    r.add("EXACT", exact);
+    r.add("CLEAN", clean);
+    r.add("TEXT", textfn::text);
+    r.add("VALUE", textfn::value);
+    r.add("NUMBERVALUE", textfn::numberValue);
+    r.add("FIXED", textfn::fixed);
+    r.add("DOLLAR", textfn::dollar);
+    r.add("VALUETOTEXT", textfn::valueToText);
+    r.add("ARRAYTOTEXT", textfn::arrayToText);
+    r.add("TEXTBEFORE", textfn::textBefore);
+    r.add("TEXTAFTER", textfn::textAfter);
+    r.add("TEXTSPLIT", textfn::textSplit);
+}
 
 } // namespace sumora

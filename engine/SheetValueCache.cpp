@@ -1,0 +1,107 @@
+#include "engine/SheetValueCache.h"
+
+#include <algorithm>
+
+namespace sumora {
+
+SheetValueCache::Tag SheetValueCache::decode(const Cell& cell, double& number) {
+    FormulaValue v = readCellText(cell.computedValue(), cell.value());
+    switch (v.kind()) {
+    case FormulaValue::Kind::number:
+        number = v.numberValue();
+        return Tag::number;
+    case FormulaValue::Kind::boolean:
+        return v.boolValue() ? Tag::boolTrue : Tag::boolFalse;
+    case FormulaValue::Kind::empty:
+        return Tag::empty;
+    default:
+        return Tag::text;
+    }
+}
+
+SheetValueCache::Chunk& SheetValueCache::chunk(int64_t col, int64_t row) {
+    auto c = static_cast<size_t>(col);
+    if (c >= columns_.size()) columns_.resize(c + 1);
+    auto& chunks = columns_[c];
+    auto k = static_cast<size_t>(row) >> kChunkShift;
+    if (k >= chunks.size()) chunks.resize(k + 1);
+    if (!chunks[k]) chunks[k] = std::make_unique<Chunk>(); // zeroed: every tag unknown
+    return *chunks[k];
+}
+
+SheetValueCache::Tag SheetValueCache::tagOf(const Sheet& sheet, int64_t col, int64_t row, double& number) {
+    // Unstored cells read as empty and get no cache memory.
+    if (col >= sheet.storedColumnCount(row)) return Tag::empty;
+    Chunk& ch = chunk(col, row);
+    size_t i = static_cast<size_t>(row) & (kChunkRows - 1);
+    if (ch.tags[i] == Tag::unknown) ch.tags[i] = decode(sheet.cell(row, col), ch.numbers[i]);
+    number = ch.numbers[i];
+    return ch.tags[i];
+}
+
+FormulaValue SheetValueCache::materialise(const Sheet& sheet, int64_t col, int64_t row, Tag tag,
+                                          double number) const {
+    switch (tag) {
+    case Tag::number:
+        return FormulaValue::number(number);
+    case Tag::empty:
+        return FormulaValue::empty();
+    case Tag::boolTrue:
+        return FormulaValue::boolean(true);
+    case Tag::boolFalse:
+        return FormulaValue::boolean(false);
+    default: {
+        const Cell& c = sheet.cell(row, col);
+        return readCellText(c.computedValue(), c.value());
+    }
+    }
+}
+
+FormulaValue SheetValueCache::value(const Sheet& sheet, int64_t col, int64_t row) {
+    double number = 0;
+    Tag tag = tagOf(sheet, col, row, number);
+    return materialise(sheet, col, row, tag, number);
+}
+
+void SheetValueCache::appendValues(const Sheet& sheet, const RangeSpec& r, std::vector<FormulaValue>& out) {
+    out.reserve(out.size() + static_cast<size_t>(r.rows() * r.cols()));
+    for (int64_t row = r.row1; row <= r.row2; ++row)
+        for (int64_t col = r.col1; col <= r.col2; ++col)
+            out.push_back(value(sheet, col, row));
+}
+
+void SheetValueCache::appendNumbers(const Sheet& sheet, const RangeSpec& r, std::vector<double>& out) {
+    // Only stored rows can hold numbers.
+    int64_t lastRow = std::min(r.row2, sheet.storedRowCount() - 1);
+    if (r.col1 != r.col2) {
+        double number = 0;
+        for (int64_t row = r.row1; row <= lastRow; ++row) {
+            int64_t lastCol = std::min(r.col2, sheet.storedColumnCount(row) - 1);
+            for (int64_t col = r.col1; col <= lastCol; ++col)
+                if (tagOf(sheet, col, row, number) == Tag::number) out.push_back(number);
+        }
+        return;
+    }
+    // One column: walk each chunk's arrays directly.
+    const int64_t col = r.col1;
+    for (int64_t row = r.row1; row <= lastRow;) {
+        Chunk* ch = nullptr; // made at the first stored cell of this stretch
+        size_t i = static_cast<size_t>(row) & (kChunkRows - 1);
+        size_t end = std::min(kChunkRows, i + static_cast<size_t>(lastRow - row + 1));
+        for (; i < end; ++i, ++row) {
+            if (col >= sheet.storedColumnCount(row)) continue;
+            if (!ch) ch = &chunk(col, row);
+            if (ch->tags[i] == Tag::unknown) ch->tags[i] = decode(sheet.cell(row, col), ch->numbers[i]);
+            if (ch->tags[i] == Tag::number) out.push_back(ch->numbers[i]);
+        }
+    }
+}
+
+void SheetValueCache::forget(int64_t col, int64_t row) {
+    auto c = static_cast<size_t>(col);
+    auto k = static_cast<size_t>(row) >> kChunkShift;
+    if (col < 0 || row < 0 || c >= columns_.size() || k >= columns_[c].size() || !columns_[c][k]) return;
+    columns_[c][k]->tags[static_cast<size_t>(row) & (kChunkRows - 1)] = Tag::unknown;
+}
+
+} // namespace sumora
