@@ -1,14 +1,25 @@
-// sumora-cli: the headless front end. Diagnostics go to stderr through the
-// logger; standard output carries only what the command prints.
+// sumora-cli: the headless front end. Standard output carries only what the
+// command prints. The engine's diagnostic lines (one per SUM evaluation, one
+// per cell entry…) go to stderr only with --verbose: a batch run over a big
+// workbook would otherwise spend most of its time writing them.
 #include <CLI/CLI.hpp>
 
 #include "cli/CliCommands.h"
+#include "engine/Log.h"
 
 int main(int argc, char** argv) {
     CLI::App app{"Sumora spreadsheet engine, headless"};
     app.require_subcommand(1);
+    bool verbose = false;
+    app.add_flag("-v,--verbose", verbose, "Write diagnostic lines to stderr");
+    app.parse_complete_callback([&verbose] { sumora::Log::setEnabled(verbose); });
+    sumora::Log::setEnabled(false);
     sumora::cli::addEvalCommand(app);
     sumora::cli::addRecalcCommand(app);
+    sumora::cli::addSetCommand(app);
+    sumora::cli::addSortCommand(app);
+    sumora::cli::addGoalSeekCommand(app);
+    sumora::cli::addSolveCommand(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {

@@ -1,9 +1,8 @@
 #pragma once
-// A compact hash map from a cell position (or a block position) to a 32-bit
-// index. The dependency graph looks a position up for every edge it follows,
-// hundreds of thousands of times per recalculation; open addressing over one
-// flat array keeps each lookup to a cache line or two and each entry at 16
-// bytes, where a node-based map would allocate per entry.
+// A compact hash map from a position (a cell, or a block of cells) to a
+// 32-bit index, for the indexes of the dependency graph. Open addressing over
+// one flat array keeps each entry at 16 bytes and each lookup to a probe or
+// two, where a node-based map allocates per entry.
 #include <cstddef>
 #include <cstdint>
 #include <vector>

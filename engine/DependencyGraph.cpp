@@ -1,0 +1,291 @@
+#include "engine/DependencyGraph.h"
+
+#include <algorithm>
+
+#include "engine/WorkbookResolver.h"
+
+namespace sumora {
+
+void DependencyGraph::clear() {
+    *this = DependencyGraph();
+}
+
+void DependencyGraph::collectRefs(const FormulaTree& tree, const std::vector<NamedRange>& names,
+                                  std::vector<CellRect>& out) {
+    // Bare names declared by a LET of this formula are its variables.
+    std::vector<std::string_view> letNames;
+    std::vector<uint32_t> args;
+    for (const FormulaNode& n : tree.nodes) {
+        if (n.kind != NodeKind::functionCall || tree.functionName(n) != "LET") continue;
+        args.clear();
+        tree.arguments(n, args);
+        for (size_t k = 0; k + 1 < args.size(); k += 2)
+            if (tree.node(args[k]).kind == NodeKind::name)
+                letNames.push_back(tree.string(tree.node(args[k]).stringIndex));
+    }
+    for (const FormulaNode& n : tree.nodes) {
+        switch (n.kind) {
+        case NodeKind::cellRef:
+            // A reference naming a sheet, even this one, never matches a cell of this sheet.
+            if (n.sheet < 0) out.push_back(CellRect::cell(n.ref.col, n.ref.row));
+            break;
+        case NodeKind::range:
+            // A range counts as cells of this sheet, whatever sheet it names.
+            out.push_back({n.ref.col, n.ref.row, n.ref.col2, n.ref.row2});
+            break;
+        case NodeKind::name: {
+            std::string_view name = tree.string(n.stringIndex);
+            if (std::find(letNames.begin(), letNames.end(), name) != letNames.end()) break;
+            if (auto range = findNamedRange(names, name))
+                out.push_back({clampCoordinate(range->start.col), clampCoordinate(range->start.row),
+                               clampCoordinate(range->end.col), clampCoordinate(range->end.row)});
+            break;
+        }
+        default:
+            break;
+        }
+    }
+}
+
+DependencyGraph::FormulaId DependencyGraph::addFormula(int32_t col, int32_t row) {
+    FormulaId id;
+    if (!freeIds_.empty()) {
+        id = freeIds_.back();
+        freeIds_.pop_back();
+    } else {
+        id = static_cast<FormulaId>(records_.size());
+        records_.emplace_back();
+    }
+    Record& r = records_[id];
+    r = Record{col, row, 0, 0, true, false};
+    ++liveCount_;
+    positions_.set(col, row, id);
+
+    if (static_cast<size_t>(col) >= columns_.size()) columns_.resize(static_cast<size_t>(col) + 1);
+    Column& column = columns_[static_cast<size_t>(col)];
+    // A full build visits rows in order, so this is normally an append.
+    auto at = column.rows.end();
+    if (!column.rows.empty() && column.rows.back() > row)
+        at = std::lower_bound(column.rows.begin(), column.rows.end(), row);
+    auto offset = at - column.rows.begin();
+    column.rows.insert(at, row);
+    column.ids.insert(column.ids.begin() + offset, id);
+    return id;
+}
+
+void DependencyGraph::removeFormula(FormulaId id) {
+    if (!isFormula(id)) return;
+    setDependencies(id, {});
+    Record& r = records_[id];
+    setCircular(id, false);
+    positions_.set(r.col, r.row, CellPageMap::kMissing);
+    Column& column = columns_[static_cast<size_t>(r.col)];
+    auto at = std::lower_bound(column.rows.begin(), column.rows.end(), r.row);
+    auto offset = at - column.rows.begin();
+    column.rows.erase(at);
+    column.ids.erase(column.ids.begin() + offset);
+    r.alive = false;
+    --liveCount_;
+    freeIds_.push_back(id);
+}
+
+void DependencyGraph::linkPoint(const CellRect& cell, FormulaId id) {
+    uint32_t edge;
+    if (freeEdge_ != kNoEdge) {
+        edge = freeEdge_;
+        freeEdge_ = edges_[edge].next;
+    } else {
+        edge = static_cast<uint32_t>(edges_.size());
+        edges_.push_back({});
+    }
+    edges_[edge] = {id, pointHeads_.find(cell.col1, cell.row1)};
+    pointHeads_.set(cell.col1, cell.row1, edge);
+    ++pointEdgeCount_;
+}
+
+void DependencyGraph::unlinkPoint(const CellRect& cell, FormulaId id) {
+    uint32_t head = pointHeads_.find(cell.col1, cell.row1);
+    uint32_t previous = kNoEdge;
+    for (uint32_t e = head; e != kNoEdge; previous = e, e = edges_[e].next) {
+        if (edges_[e].formula != id) continue;
+        uint32_t next = edges_[e].next;
+        if (previous == kNoEdge) {
+            pointHeads_.set(cell.col1, cell.row1, next); // kNoEdge == kMissing removes it
+        } else {
+            edges_[previous].next = next;
+        }
+        edges_[e].next = freeEdge_;
+        freeEdge_ = e;
+        --pointEdgeCount_;
+        return;
+    }
+}
+
+void DependencyGraph::setDependencies(FormulaId id, std::span<const CellRect> reads) {
+    if (!isFormula(id)) return;
+    // Copied first: `reads` may point into the pool that this call changes.
+    scratchReads_.clear();
+    for (const CellRect& r : reads)
+        if (!r.isBackwards()) scratchReads_.push_back(r);
+    std::sort(scratchReads_.begin(), scratchReads_.end());
+    scratchReads_.erase(std::unique(scratchReads_.begin(), scratchReads_.end()), scratchReads_.end());
+
+    for (const CellRect& r : precedents(id)) {
+        if (r.isCell())
+            unlinkPoint(r, id);
+        else
+            ranges_.remove(r, id);
+    }
+    Record& record = records_[id];
+    depGarbage_ += record.depCount;
+    record.depBegin = static_cast<uint32_t>(depPool_.size());
+    record.depCount = static_cast<uint32_t>(scratchReads_.size());
+    depPool_.insert(depPool_.end(), scratchReads_.begin(), scratchReads_.end());
+    for (const CellRect& r : scratchReads_) {
+        if (r.isCell())
+            linkPoint(r, id);
+        else
+            ranges_.add(r, id);
+    }
+    if (depGarbage_ > 4096 && depGarbage_ * 2 > depPool_.size()) compactDependencies();
+}
+
+void DependencyGraph::compactDependencies() {
+    std::vector<CellRect> pool;
+    pool.reserve(depPool_.size() - depGarbage_);
+    for (Record& r : records_) {
+        if (!r.alive) continue;
+        auto begin = depPool_.begin() + r.depBegin;
+        r.depBegin = static_cast<uint32_t>(pool.size());
+        pool.insert(pool.end(), begin, begin + r.depCount);
+    }
+    depPool_ = std::move(pool);
+    depGarbage_ = 0;
+}
+
+size_t DependencyGraph::countFormulasIn(const CellRect& rect) const {
+    size_t n = 0;
+    forEachColumnRun(rect, [&](const Column&, size_t begin, size_t end) { n += end - begin; });
+    return n;
+}
+
+void DependencyGraph::setCircular(FormulaId id, bool circular) {
+    Record& r = records_[id];
+    if (r.circular == circular) return;
+    r.circular = circular;
+    if (circular)
+        ++circularCount_;
+    else
+        --circularCount_;
+}
+
+DependencyGraph::Order DependencyGraph::topologicalOrder() {
+    Order out;
+    out.ordered.reserve(liveCount_);
+    // In-degree: one per reference of the formula per formula cell it covers,
+    // the same multiplicity with which forEachDependent reports the edge.
+    std::vector<uint32_t> inDegree(records_.size(), 0);
+    for (FormulaId id = 0; id < records_.size(); ++id) {
+        if (!records_[id].alive) continue;
+        size_t n = 0;
+        for (const CellRect& r : precedents(id))
+            n += r.isCell() ? (formulaAt(r.col1, r.row1) != kNoFormula ? 1 : 0) : countFormulasIn(r);
+        inDegree[id] = static_cast<uint32_t>(n);
+        if (n == 0) out.ordered.push_back(id);
+    }
+    // `ordered` doubles as the first-in, first-out queue.
+    for (size_t i = 0; i < out.ordered.size(); ++i) {
+        const Record& r = records_[out.ordered[i]];
+        forEachDependent(r.col, r.row, [&](FormulaId d) {
+            if (--inDegree[d] == 0) out.ordered.push_back(d);
+        });
+    }
+    for (FormulaId id = 0; id < records_.size(); ++id) {
+        if (!records_[id].alive) continue;
+        bool circular = inDegree[id] != 0;
+        setCircular(id, circular);
+        if (circular) out.circular.push_back(id);
+    }
+    return out;
+}
+
+void DependencyGraph::beginVisit() {
+    if (stamp_.size() < records_.size()) {
+        stamp_.resize(records_.size(), 0);
+        local_.resize(records_.size(), 0);
+    }
+    if (++epoch_ == 0) {
+        std::fill(stamp_.begin(), stamp_.end(), 0);
+        epoch_ = 1;
+    }
+}
+
+DependencyGraph::Order DependencyGraph::recalcOrder(std::span<const CellPosition> changed,
+                                                    bool includeChangedFormulas) {
+    beginVisit();
+    std::vector<FormulaId> members;
+    auto visit = [&](FormulaId d) {
+        if (stamp_[d] == epoch_) return;
+        stamp_[d] = epoch_;
+        local_[d] = static_cast<uint32_t>(members.size());
+        members.push_back(d);
+    };
+    for (const CellPosition& p : changed) {
+        FormulaId at = includeChangedFormulas ? formulaAt(p.col, p.row) : kNoFormula;
+        if (at != kNoFormula)
+            visit(at); // its readers are found with the other members'
+        else
+            forEachDependent(p.col, p.row, visit);
+    }
+
+    // Breadth-first closure over readers, keeping the edges found on the way
+    // (they are all the edges among the members: a reader of a member is one).
+    std::vector<uint32_t> edgeStart;
+    std::vector<FormulaId> edgeTarget;
+    for (size_t i = 0; i < members.size(); ++i) {
+        edgeStart.push_back(static_cast<uint32_t>(edgeTarget.size()));
+        const Record& r = records_[members[i]];
+        forEachDependent(r.col, r.row, [&](FormulaId d) {
+            edgeTarget.push_back(d);
+            visit(d);
+        });
+    }
+    edgeStart.push_back(static_cast<uint32_t>(edgeTarget.size()));
+
+    std::vector<uint32_t> inDegree(members.size(), 0);
+    for (FormulaId d : edgeTarget)
+        ++inDegree[local_[d]];
+
+    // A member that reads a circular formula outside the set is circular too;
+    // only worth looking for when such formulas exist.
+    std::vector<char> blocked(members.size(), 0);
+    size_t circularMembers = 0;
+    for (FormulaId m : members)
+        circularMembers += records_[m].circular ? 1 : 0;
+    if (circularCount_ > circularMembers) {
+        for (size_t i = 0; i < members.size(); ++i)
+            forEachFormulaPrecedent(members[i], [&](FormulaId p) {
+                if (stamp_[p] != epoch_ && records_[p].circular) blocked[i] = 1;
+            });
+    }
+
+    Order out;
+    out.ordered.reserve(members.size());
+    for (size_t i = 0; i < members.size(); ++i)
+        if (inDegree[i] == 0 && !blocked[i]) out.ordered.push_back(members[i]);
+    for (size_t k = 0; k < out.ordered.size(); ++k) {
+        uint32_t i = local_[out.ordered[k]];
+        for (uint32_t e = edgeStart[i]; e < edgeStart[i + 1]; ++e) {
+            uint32_t j = local_[edgeTarget[e]];
+            if (--inDegree[j] == 0 && !blocked[j]) out.ordered.push_back(edgeTarget[e]);
+        }
+    }
+    for (size_t i = 0; i < members.size(); ++i) {
+        bool circular = inDegree[i] != 0 || blocked[i];
+        setCircular(members[i], circular);
+        if (circular) out.circular.push_back(members[i]);
+    }
+    return out;
+}
+
+} // namespace sumora

@@ -1,0 +1,344 @@
+#include "engine/SheetCalculator.h"
+
+#include <algorithm>
+#include <limits>
+#include <stdexcept>
+#include <string>
+
+#include "engine/EvaluationCache.h"
+#include "engine/FormulaEvaluator.h"
+#include "engine/FormulaParser.h"
+#include "engine/Log.h"
+
+namespace sumora {
+
+namespace {
+
+constexpr int64_t kMaxCoordinate = std::numeric_limits<int32_t>::max();
+// Readers of spilled cells may spill in turn; a sheet whose spills keep
+// changing each other stops after this many rounds.
+constexpr int kMaxSpillRounds = 64;
+
+bool representable(int64_t col, int64_t row) {
+    return col >= 0 && row >= 0 && col <= kMaxCoordinate && row <= kMaxCoordinate;
+}
+
+// A value typed as "=…" becomes the cell's formula.
+bool promote(Cell& cell) {
+    if (cell.hasFormula()) return false;
+    std::string_view value = cell.value();
+    if (value.empty() || value.front() != '=') return false;
+    cell.setFormula(value.substr(1));
+    cell.setValue("");
+    return true;
+}
+
+const std::string& circularText() {
+    static const std::string text = FormulaValue::error(ErrorKind::circularReference).description();
+    return text;
+}
+
+const std::string& spillText() {
+    static const std::string text = FormulaValue::error(ErrorKind::spill).description();
+    return text;
+}
+
+} // namespace
+
+SheetCalculator::SheetCalculator(SumoraDocument& document, size_t sheetIndex,
+                                 const FunctionRegistry* registry)
+    : document_(document), sheetIndex_(sheetIndex), registry_(registry), direct_(document, sheetIndex) {
+    if (sheetIndex >= document.sheets.size())
+        throw std::out_of_range("SheetCalculator: the document has no sheet number " +
+                                std::to_string(sheetIndex + 1));
+    isWorkbookName_ = [this](std::string_view name) {
+        return findNamedRange(document_.namedRanges, name).has_value();
+    };
+}
+
+SheetCalculator::~SheetCalculator() = default;
+
+// ---- Building the graph ----
+
+bool SheetCalculator::registerFormula(int32_t col, int32_t row, std::string_view formula) {
+    FormulaTree tree;
+    try {
+        tree = parseFormula(formula, registry_, isWorkbookName_);
+    } catch (const FormulaParseError&) {
+        return false; // keeps its previous computed text, reads nothing
+    }
+    FormulaId id = graph_.addFormula(col, row);
+    if (id >= trees_.size()) trees_.resize(static_cast<size_t>(id) + 1);
+    reads_.clear();
+    DependencyGraph::collectRefs(tree, document_.namedRanges, reads_);
+    graph_.setDependencies(id, reads_);
+    trees_[id] = std::move(tree);
+    return true;
+}
+
+void SheetCalculator::unregisterFormula(int32_t col, int32_t row) {
+    FormulaId id = graph_.formulaAt(col, row);
+    if (id == DependencyGraph::kNoFormula) return;
+    graph_.removeFormula(id);
+    trees_[id] = FormulaTree();
+}
+
+void SheetCalculator::build() {
+    graph_.clear();
+    trees_.clear();
+    cache_.clear();
+    const Sheet& s = sheet();
+    s.forEachStoredCell([&](int64_t row, int64_t col, const Cell& cell) {
+        if (cell.hasFormula() && representable(col, row))
+            registerFormula(static_cast<int32_t>(col), static_cast<int32_t>(row), *cell.formula());
+    });
+    built_ = true;
+}
+
+void SheetCalculator::ensureBuilt() {
+    if (built_) return;
+    build();
+    graph_.topologicalOrder(); // only for the circular verdicts
+}
+
+void SheetCalculator::invalidate() {
+    built_ = false;
+    graph_.clear();
+    trees_.clear();
+    cache_.clear();
+    // Anchors and their cells may have moved; what they wrote stays in the cells.
+    spillRanges_.clear();
+    spillTouched_.clear();
+    spillTouchedIndex_.clear();
+}
+
+// ---- Recalculation ----
+
+void SheetCalculator::forgetCell(int64_t col, int64_t row) {
+    cache_.forget(col, row);
+    EvaluationCacheScope::cellWritten(col, row);
+}
+
+void SheetCalculator::recalculateAll() {
+    // Lookups of this pass may share table indexes; every write is reported.
+    EvaluationCacheScope cacheScope;
+    sheet().forEachStoredCell([](int64_t, int64_t, Cell& cell) { promote(cell); });
+    build();
+    FormulaEvaluator evaluator(*this);
+    std::vector<CellRef> anchors;
+    for (const auto& [anchor, cells] : spillRanges_)
+        if (graph_.formulaAt(static_cast<int32_t>(anchor.col), static_cast<int32_t>(anchor.row)) ==
+            DependencyGraph::kNoFormula)
+            anchors.push_back(anchor);
+    for (const CellRef& a : anchors)
+        clearSpill(a.col, a.row);
+
+    DependencyGraph::Order order = graph_.topologicalOrder();
+    for (FormulaId id : order.ordered)
+        evaluate(evaluator, id);
+    for (FormulaId id : order.circular)
+        markCircular(id);
+    settleSpills(evaluator);
+}
+
+void SheetCalculator::recalculate(int64_t col, int64_t row) {
+    if (!representable(col, row)) return;
+    EvaluationCacheScope cacheScope;
+    ensureBuilt();
+    forgetCell(col, row);
+    const auto c = static_cast<int32_t>(col), r = static_cast<int32_t>(row);
+
+    Cell* cell = sheet().storedCell(row, col);
+    if (cell && promote(*cell))
+        Log::info("recalculate: promoted value to formula: \"" + std::string(*cell->formula()) + "\"");
+    unregisterFormula(c, r);
+    if (cell && cell->hasFormula())
+        registerFormula(c, r, *cell->formula());
+    else
+        clearSpill(col, row);
+
+    FormulaEvaluator evaluator(*this);
+    CellPosition changed{c, r};
+    DependencyGraph::Order order = graph_.recalcOrder({&changed, 1}, true);
+    for (FormulaId id : order.ordered)
+        evaluate(evaluator, id);
+    for (FormulaId id : order.circular)
+        markCircular(id);
+    settleSpills(evaluator);
+}
+
+void SheetCalculator::evaluate(FormulaEvaluator& evaluator, FormulaId id) {
+    CellPosition p = graph_.position(id);
+    current_.col = p.col;
+    current_.row = p.row;
+    FormulaValue v = evaluator.evaluate(trees_[id], 0);
+    if (v.isArray()) {
+        spillArray(v.arrayRows(), p.col, p.row);
+        return;
+    }
+    if (!spillRanges_.empty()) clearSpill(p.col, p.row);
+    text_.clear();
+    v.appendDescription(text_);
+    writeComputed(p.col, p.row, text_);
+}
+
+void SheetCalculator::markCircular(FormulaId id) {
+    CellPosition p = graph_.position(id);
+    if (!spillRanges_.empty()) clearSpill(p.col, p.row);
+    writeComputed(p.col, p.row, circularText());
+}
+
+void SheetCalculator::writeComputed(int64_t col, int64_t row, std::optional<std::string_view> text) {
+    sheet().cellForWriting(row, col).setComputedValue(text);
+    forgetCell(col, row);
+}
+
+bool SheetCalculator::hasCircularReference(int64_t col, int64_t row) const {
+    if (!representable(col, row)) return false;
+    return graph_.hasCircularReference(
+        graph_.formulaAt(static_cast<int32_t>(col), static_cast<int32_t>(row)));
+}
+
+const FormulaTree* SheetCalculator::parsedFormula(int64_t col, int64_t row) const {
+    if (!representable(col, row)) return nullptr;
+    FormulaId id = graph_.formulaAt(static_cast<int32_t>(col), static_cast<int32_t>(row));
+    return graph_.isFormula(id) ? &trees_[id] : nullptr;
+}
+
+// ---- Spilling ----
+
+bool SheetCalculator::spillArray(const ValueRows& rows, int64_t col, int64_t row) {
+    clearSpill(col, row);
+    size_t height = rows.size(), width = 0;
+    for (const ValueRow& r : rows)
+        width = std::max(width, r.size());
+    auto h = static_cast<int64_t>(height), w = static_cast<int64_t>(width);
+    Sheet& s = sheet();
+    bool fits = h == 0 || w == 0 || representable(col + w - 1, row + h - 1);
+    for (int64_t i = 0; fits && i < h; ++i)
+        for (int64_t j = 0; fits && j < w; ++j)
+            if ((i || j) && s.cell(row + i, col + j).hasContent()) fits = false;
+    if (!fits) {
+        writeComputed(col, row, spillText());
+        return false;
+    }
+
+    if (h > 0 && w > 0) s.growTo(row + h, col + w);
+    std::vector<CellRef> written;
+    for (size_t i = 0; i < height; ++i)
+        for (size_t j = 0; j < rows[i].size(); ++j) {
+            if (i == 0 && j == 0) continue;
+            int64_t r = row + static_cast<int64_t>(i), c = col + static_cast<int64_t>(j);
+            touchSpillCell(c, r);
+            Cell& cell = s.cellForWriting(r, c);
+            cell.setComputedValue(rows[i][j].description());
+            cell.setSpillResult(true);
+            forgetCell(c, r);
+            written.push_back(CellRef{c, r, std::nullopt});
+        }
+    writeComputed(col, row, rows.empty() || rows[0].empty() ? std::string() : rows[0][0].description());
+    if (!written.empty()) spillRanges_[CellRef{col, row, std::nullopt}] = std::move(written);
+    return true;
+}
+
+void SheetCalculator::clearSpill(int64_t col, int64_t row) {
+    auto it = spillRanges_.find(CellRef{col, row, std::nullopt});
+    if (it == spillRanges_.end()) return;
+    std::vector<CellRef> cells = std::move(it->second);
+    spillRanges_.erase(it);
+    for (const CellRef& ref : cells) {
+        Cell* cell = sheet().storedCell(ref.row, ref.col);
+        if (!cell) continue;
+        cell->setSpillResult(false);
+        // Something typed there since keeps its text.
+        if (cell->hasContent()) continue;
+        touchSpillCell(ref.col, ref.row);
+        cell->setComputedValue(std::nullopt);
+        forgetCell(ref.col, ref.row);
+    }
+}
+
+void SheetCalculator::touchSpillCell(int64_t col, int64_t row) {
+    auto c = static_cast<int32_t>(col), r = static_cast<int32_t>(row);
+    uint32_t& index = spillTouchedIndex_.findOrInsert(cellKey(c, r), CellKeyMap::kMissing);
+    if (index != CellKeyMap::kMissing) return;
+    index = static_cast<uint32_t>(spillTouched_.size());
+    auto before = sheet().cell(row, col).computedValue();
+    spillTouched_.emplace_back(CellPosition{c, r},
+                               before ? std::optional<std::string>(*before) : std::nullopt);
+}
+
+void SheetCalculator::settleSpills(FormulaEvaluator& evaluator) {
+    for (int round = 0; round < kMaxSpillRounds && !spillTouched_.empty(); ++round) {
+        std::vector<CellPosition> changed;
+        for (const auto& [at, before] : spillTouched_) {
+            auto now = sheet().cell(at.row, at.col).computedValue();
+            bool same = now.has_value() == before.has_value() && (!now || *now == *before);
+            if (!same) changed.push_back(at);
+        }
+        spillTouched_.clear();
+        spillTouchedIndex_.clear();
+        if (changed.empty()) return;
+        DependencyGraph::Order order = graph_.recalcOrder(changed, false);
+        for (FormulaId id : order.ordered)
+            evaluate(evaluator, id);
+        for (FormulaId id : order.circular)
+            markCircular(id);
+    }
+    spillTouched_.clear();
+    spillTouchedIndex_.clear();
+}
+
+// ---- Reading cells ----
+
+const Sheet* SheetCalculator::sheetNamed(std::optional<std::string_view> name, bool& own) const {
+    own = true;
+    if (!name) return &document_.sheets[sheetIndex_];
+    auto index = document_.sheetIndex(*name);
+    if (!index) return nullptr;
+    own = *index == sheetIndex_;
+    return &document_.sheets[*index];
+}
+
+FormulaValue SheetCalculator::cellValue(int64_t col, int64_t row, std::optional<std::string_view> sheetName) {
+    bool own;
+    const Sheet* s = sheetNamed(sheetName, own);
+    if (!s || !s->contains(row, col)) return FormulaValue::error(ErrorKind::invalidReference);
+    if (own) return cache_.value(*s, col, row);
+    const Cell& c = s->cell(row, col);
+    return readCellText(c.computedValue(), c.value());
+}
+
+void SheetCalculator::rangeValues(const RangeSpec& range, std::vector<FormulaValue>& out) {
+    bool own;
+    const Sheet* s = sheetNamed(range.sheet, own);
+    if (!s) return;
+    if (!own) return direct_.rangeValues(range, out);
+    if (auto clipped = clipToGrid(range, s->rowCount(), s->columnCount()))
+        cache_.appendValues(*s, *clipped, out);
+}
+
+void SheetCalculator::rangeNumbers(const RangeSpec& range, std::vector<double>& out) {
+    bool own;
+    const Sheet* s = sheetNamed(range.sheet, own);
+    if (!s) return;
+    if (!own) return direct_.rangeNumbers(range, out);
+    if (auto clipped = clipToGrid(range, s->rowCount(), s->columnCount()))
+        cache_.appendNumbers(*s, *clipped, out);
+}
+
+std::optional<std::pair<int64_t, int64_t>>
+SheetCalculator::gridSize(std::optional<std::string_view> sheetName) {
+    return direct_.gridSize(sheetName);
+}
+
+std::optional<CellRange> SheetCalculator::resolveNamedRange(std::string_view name) {
+    return findNamedRange(document_.namedRanges, name);
+}
+
+std::optional<std::string> SheetCalculator::cellFormula(int64_t col, int64_t row,
+                                                        std::optional<std::string_view> sheetName) {
+    return direct_.cellFormula(col, row, sheetName);
+}
+
+} // namespace sumora

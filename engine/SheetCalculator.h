@@ -1,0 +1,121 @@
+#pragma once
+// Recalculates the formulas of one sheet of a document, in place: parses each
+// formula once, records what it reads in a DependencyGraph, computes formulas
+// after the cells they read, and writes each result as text into the cell's
+// computed value (arrays spill into the cells below and to the right; cycles
+// show "#CIRC!"). It is also the CellResolver its formulas read through.
+//
+// The calculator is meant to live as long as the sheet's structure does: the
+// editor keeps one per sheet and calls recalculate(col, row) after changing a
+// cell, which re-parses only that cell and recomputes only what reads it.
+// Anything that moves cells (row insertion, sorting) must call invalidate();
+// the next call then rebuilds from the cells. recalculateAll() always
+// rebuilds, so tools that wrote many cells directly can simply call it.
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "document/SumoraDocument.h"
+#include "engine/CellResolver.h"
+#include "engine/DependencyGraph.h"
+#include "engine/FormulaTree.h"
+#include "engine/SheetValueCache.h"
+#include "engine/WorkbookResolver.h"
+
+namespace sumora {
+
+class FormulaEvaluator;
+class FunctionRegistry;
+
+class SheetCalculator : public CellResolver {
+  public:
+    // `registry` is the function table formulas are parsed against (the
+    // built-in one when null). Other sheets and the workbook's named ranges
+    // are read through the document.
+    SheetCalculator(SumoraDocument& document, size_t sheetIndex, const FunctionRegistry* registry = nullptr);
+    ~SheetCalculator() override;
+    SheetCalculator(const SheetCalculator&) = delete;
+    SheetCalculator& operator=(const SheetCalculator&) = delete;
+
+    // Promotes "=…" values to formulas, parses every formula and computes them all.
+    void recalculateAll();
+    // After the cell's value or formula changed: re-reads that cell and
+    // recomputes every formula that reads it, directly or not.
+    void recalculate(int64_t col, int64_t row);
+    // Cells moved: drop everything learnt from them; the next call rebuilds.
+    void invalidate();
+
+    bool hasCircularReference(int64_t col, int64_t row) const;
+    const DependencyGraph& graph() const { return graph_; }
+    // The parsed tree of a formula cell, or nullptr.
+    const FormulaTree* parsedFormula(int64_t col, int64_t row) const;
+
+    // Writes an array result from the anchor; false when the footprint is
+    // blocked (the anchor then shows "#SPILL!").
+    bool spillArray(const ValueRows& rows, int64_t col, int64_t row);
+    // Clears the cells the anchor spilled into.
+    void clearSpill(int64_t col, int64_t row);
+    // For each anchor, the cells (other than itself) its array was written to.
+    const std::unordered_map<CellRef, std::vector<CellRef>, CellRefHash>& spillRanges() const {
+        return spillRanges_;
+    }
+
+    // CellResolver
+    FormulaValue cellValue(int64_t col, int64_t row, std::optional<std::string_view> sheet) override;
+    void rangeValues(const RangeSpec& range, std::vector<FormulaValue>& out) override;
+    void rangeNumbers(const RangeSpec& range, std::vector<double>& out) override;
+    std::optional<std::pair<int64_t, int64_t>> gridSize(std::optional<std::string_view> sheet) override;
+    std::optional<CellRange> resolveNamedRange(std::string_view name) override;
+    CellRef currentCell() const override { return current_; }
+    std::optional<std::string> cellFormula(int64_t col, int64_t row,
+                                           std::optional<std::string_view> sheet) override;
+
+  private:
+    using FormulaId = DependencyGraph::FormulaId;
+
+    Sheet& sheet() { return document_.sheets[sheetIndex_]; }
+    // The sheet a reference names: nullptr when none; `own` tells whether it
+    // is the calculated one (reads of it go through the cache).
+    const Sheet* sheetNamed(std::optional<std::string_view> name, bool& own) const;
+
+    // Parses every formula cell into the graph (no evaluation).
+    void build();
+    // Parses the cell's formula and registers it; false when it fails to parse.
+    bool registerFormula(int32_t col, int32_t row, std::string_view formula);
+    void unregisterFormula(int32_t col, int32_t row);
+    void ensureBuilt();
+
+    void evaluate(FormulaEvaluator& evaluator, FormulaId id);
+    // Drops the decoded value of a written cell and tells the function caches.
+    void forgetCell(int64_t col, int64_t row);
+    void writeComputed(int64_t col, int64_t row, std::optional<std::string_view> text);
+    void markCircular(FormulaId id);
+    // Recomputes readers of spill cells whose text changed, until none did.
+    void settleSpills(FormulaEvaluator& evaluator);
+    void touchSpillCell(int64_t col, int64_t row);
+
+    SumoraDocument& document_;
+    size_t sheetIndex_;
+    const FunctionRegistry* registry_;
+    std::function<bool(std::string_view)> isWorkbookName_;
+    WorkbookResolver direct_; // reads of other sheets
+
+    DependencyGraph graph_;
+    std::vector<FormulaTree> trees_; // by formula id
+    SheetValueCache cache_;
+    bool built_ = false;
+    CellRef current_;
+    std::string text_; // scratch for result texts
+    std::vector<CellRect> reads_;
+
+    std::unordered_map<CellRef, std::vector<CellRef>, CellRefHash> spillRanges_;
+    // Spill cells written or cleared in this pass, with their text before it.
+    CellKeyMap spillTouchedIndex_;
+    std::vector<std::pair<CellPosition, std::optional<std::string>>> spillTouched_;
+};
+
+} // namespace sumora
