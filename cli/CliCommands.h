@@ -10,8 +10,18 @@ namespace sumora::cli {
 
 void addEvalCommand(CLI::App& app);
 void addRecalcCommand(CLI::App& app);
+void addSetCommand(CLI::App& app);
+void addSortCommand(CLI::App& app);
+void addGoalSeekCommand(CLI::App& app);
+void addSolveCommand(CLI::App& app);
 
 // Prints the first sheet's display values as CSV, through the used range.
 void printFirstSheet(const SumoraDocument& document);
+
+// For commands that edit through the editor: opens and recalculates (a file
+// without sheets gets one), or fails the command with the reader's message.
+SumoraDocument openWorkbookForEditing(const std::string& path);
+// Writes atomically, or fails the command with the writer's message.
+void saveEditedWorkbook(const SumoraDocument& document, const std::string& path);
 
 } // namespace sumora::cli

@@ -1,6 +1,7 @@
 #include "document/Sheet.h"
 
 #include <algorithm>
+#include <stdexcept>
 
 namespace sumora {
 
@@ -40,6 +41,7 @@ Sheet::Row& Sheet::rowForWriting(int64_t row) {
 }
 
 Cell& Sheet::cellForWriting(int64_t row, int64_t col) {
+    if (row < 0 || col < 0) throw std::out_of_range("A cell position cannot be negative.");
     growTo(row + 1, col + 1);
     Row& r = rowForWriting(row);
     auto need = static_cast<size_t>(col) + 1;

@@ -61,7 +61,8 @@ public:
     // The stored cell or nullptr.
     Cell* storedCell(int64_t row, int64_t col);
     const Cell* storedCell(int64_t row, int64_t col) const;
-    // A writable cell, stored from now on. Positions outside the grid grow it.
+    // A writable cell, stored from now on. Positions outside the grid grow it;
+    // negative ones throw std::out_of_range.
     Cell& cellForWriting(int64_t row, int64_t col);
     void setCell(int64_t row, int64_t col, Cell cell);
     // Back to a default cell (and storage released where the row allows).

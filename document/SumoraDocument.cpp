@@ -49,17 +49,27 @@ struct Rgb {
 };
 Rgb parseHex(std::string_view s) {
     if (!s.empty() && s.front() == '#') s.remove_prefix(1);
-    if (s.empty()) return {0, 0, 0};
-    std::string text(s);
-    char* end = nullptr;
-    errno = 0;
-    unsigned long long v = std::strtoull(text.c_str(), &end, 16);
-    bool valid = end && *end == '\0' && errno == 0 && v <= 0xFFFFFFFFULL && text.find_first_of("+- \t") == std::string::npos;
+    // Hexadecimal digits only (an optional "+" aside): "0x" prefixes, blanks
+    // and values beyond 32 bits count as black, as an unparseable text does.
+    std::string_view digits = !s.empty() && s.front() == '+' ? s.substr(1) : s;
+    uint64_t v = 0;
+    bool valid = !digits.empty();
+    for (char c : digits) {
+        int d = -1;
+        if (c >= '0' && c <= '9') d = c - '0';
+        else if (c >= 'a' && c <= 'f') d = c - 'a' + 10;
+        else if (c >= 'A' && c <= 'F') d = c - 'A' + 10;
+        if (d < 0 || (v = v * 16 + static_cast<uint64_t>(d)) > 0xFFFFFFFFULL) {
+            valid = false;
+            break;
+        }
+    }
     if (!valid) v = 0;
     return {double((v >> 16) & 0xFF), double((v >> 8) & 0xFF), double(v & 0xFF)};
 }
 int channel(double a, double b, double pct) {
     double v = std::trunc(a + pct * (b - a));
+    if (std::isnan(v)) return 0;
     return static_cast<int>(std::clamp(v, 0.0, 255.0));
 }
 } // namespace

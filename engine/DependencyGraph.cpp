@@ -220,7 +220,7 @@ void DependencyGraph::beginVisit() {
     }
 }
 
-DependencyGraph::Order DependencyGraph::recalcOrder(std::span<const CellPosition> changed,
+DependencyGraph::Order DependencyGraph::recalcOrder(std::span<const GridPosition> changed,
                                                     bool includeChangedFormulas) {
     beginVisit();
     std::vector<FormulaId> members;
@@ -230,7 +230,7 @@ DependencyGraph::Order DependencyGraph::recalcOrder(std::span<const CellPosition
         local_[d] = static_cast<uint32_t>(members.size());
         members.push_back(d);
     };
-    for (const CellPosition& p : changed) {
+    for (const GridPosition& p : changed) {
         FormulaId at = includeChangedFormulas ? formulaAt(p.col, p.row) : kNoFormula;
         if (at != kNoFormula)
             visit(at); // its readers are found with the other members'

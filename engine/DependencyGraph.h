@@ -27,7 +27,7 @@
 
 namespace sumora {
 
-struct CellPosition {
+struct GridPosition {
     int32_t col = 0;
     int32_t row = 0;
 };
@@ -59,7 +59,7 @@ class DependencyGraph {
         return positions_.find(col, row); // kMissing == kNoFormula
     }
     bool isFormula(FormulaId id) const { return id < records_.size() && records_[id].alive; }
-    CellPosition position(FormulaId id) const { return {records_[id].col, records_[id].row}; }
+    GridPosition position(FormulaId id) const { return {records_[id].col, records_[id].row}; }
     size_t formulaCount() const { return liveCount_; }
 
     // Replaces what a formula reads. Backwards rectangles read nothing;
@@ -101,7 +101,7 @@ class DependencyGraph {
     // The formulas that read the changed cells, directly or not (and the
     // formulas standing on those cells, when asked), in computing order;
     // records the circular verdict of each.
-    Order recalcOrder(std::span<const CellPosition> changed, bool includeChangedFormulas);
+    Order recalcOrder(std::span<const GridPosition> changed, bool includeChangedFormulas);
     // Whether the formula lies on a cycle or reads one, as of the last order.
     bool hasCircularReference(FormulaId id) const { return isFormula(id) && records_[id].circular; }
 

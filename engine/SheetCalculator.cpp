@@ -158,7 +158,7 @@ void SheetCalculator::recalculate(int64_t col, int64_t row) {
         clearSpill(col, row);
 
     FormulaEvaluator evaluator(*this);
-    CellPosition changed{c, r};
+    GridPosition changed{c, r};
     DependencyGraph::Order order = graph_.recalcOrder({&changed, 1}, true);
     for (FormulaId id : order.ordered)
         evaluate(evaluator, id);
@@ -168,7 +168,7 @@ void SheetCalculator::recalculate(int64_t col, int64_t row) {
 }
 
 void SheetCalculator::evaluate(FormulaEvaluator& evaluator, FormulaId id) {
-    CellPosition p = graph_.position(id);
+    GridPosition p = graph_.position(id);
     current_.col = p.col;
     current_.row = p.row;
     FormulaValue v = evaluator.evaluate(trees_[id], 0);
@@ -183,7 +183,7 @@ void SheetCalculator::evaluate(FormulaEvaluator& evaluator, FormulaId id) {
 }
 
 void SheetCalculator::markCircular(FormulaId id) {
-    CellPosition p = graph_.position(id);
+    GridPosition p = graph_.position(id);
     if (!spillRanges_.empty()) clearSpill(p.col, p.row);
     writeComputed(p.col, p.row, circularText());
 }
@@ -264,13 +264,13 @@ void SheetCalculator::touchSpillCell(int64_t col, int64_t row) {
     if (index != CellKeyMap::kMissing) return;
     index = static_cast<uint32_t>(spillTouched_.size());
     auto before = sheet().cell(row, col).computedValue();
-    spillTouched_.emplace_back(CellPosition{c, r},
+    spillTouched_.emplace_back(GridPosition{c, r},
                                before ? std::optional<std::string>(*before) : std::nullopt);
 }
 
 void SheetCalculator::settleSpills(FormulaEvaluator& evaluator) {
     for (int round = 0; round < kMaxSpillRounds && !spillTouched_.empty(); ++round) {
-        std::vector<CellPosition> changed;
+        std::vector<GridPosition> changed;
         for (const auto& [at, before] : spillTouched_) {
             auto now = sheet().cell(at.row, at.col).computedValue();
             bool same = now.has_value() == before.has_value() && (!now || *now == *before);

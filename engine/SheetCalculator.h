@@ -115,7 +115,7 @@ class SheetCalculator : public CellResolver {
     std::unordered_map<CellRef, std::vector<CellRef>, CellRefHash> spillRanges_;
     // Spill cells written or cleared in this pass, with their text before it.
     CellKeyMap spillTouchedIndex_;
-    std::vector<std::pair<CellPosition, std::optional<std::string>>> spillTouched_;
+    std::vector<std::pair<GridPosition, std::optional<std::string>>> spillTouched_;
 };
 
 } // namespace sumora

@@ -113,13 +113,17 @@ std::string_view contentTypeForPath(const std::filesystem::path& path) {
 
 SumoraDocument openDocumentFile(const std::filesystem::path& path) {
     std::optional<std::string> contents;
-    std::ifstream in(path, std::ios::binary);
-    if (in) {
+    // A directory opens as a stream on Linux and reads as empty; it has no
+    // regular-file contents.
+    std::error_code ec;
+    std::ifstream in;
+    if (!std::filesystem::is_directory(path, ec)) in.open(path, std::ios::binary);
+    if (in.is_open()) {
         std::ostringstream buffer;
         buffer << in.rdbuf();
         if (!in.bad()) contents = buffer.str();
     }
-    if (!contents && !std::filesystem::exists(path))
+    if (!contents && !std::filesystem::exists(path, ec))
         throw FileReadError(FileReadError::Code::noSuchFile,
                             "The file \"" + path.filename().string() + "\" couldn't be opened because there is no such file.");
     return openDocument(contents, path.filename().string(), contentTypeForPath(path));

@@ -141,14 +141,14 @@ TEST(DependencyGraph, RecalcOrderCoversReadersOnlyAndUpdatesCircularVerdicts) {
     Id other = addFormula(g, 5, 5, {CellRect::cell(4, 4)});
     g.topologicalOrder();
 
-    CellPosition a1{0, 0};
+    GridPosition a1{0, 0};
     auto order = g.recalcOrder({&a1, 1}, true);
     EXPECT_EQ(order.ordered, (std::vector<Id>{b, c, d}));
     EXPECT_TRUE(order.circular.empty());
 
     // B1 = D1 closes a cycle B1 → D1 → B1; C1 and D1 are on it too.
     g.setDependencies(b, std::vector<CellRect>{CellRect::cell(3, 0)});
-    CellPosition b1{1, 0};
+    GridPosition b1{1, 0};
     order = g.recalcOrder({&b1, 1}, true);
     EXPECT_TRUE(order.ordered.empty());
     EXPECT_EQ(std::set<Id>(order.circular.begin(), order.circular.end()), (std::set<Id>{b, c, d}));
@@ -156,7 +156,7 @@ TEST(DependencyGraph, RecalcOrderCoversReadersOnlyAndUpdatesCircularVerdicts) {
 
     // A new formula reading the cycle from outside is circular as soon as it is ordered.
     Id e = addFormula(g, 7, 0, {CellRect::cell(2, 0)});
-    CellPosition h1{7, 0};
+    GridPosition h1{7, 0};
     order = g.recalcOrder({&h1, 1}, true);
     EXPECT_EQ(order.circular, std::vector<Id>{e});
 
@@ -178,7 +178,7 @@ TEST(DependencyGraph, LongChainsOrderWithoutRecursion) {
     auto order = g.topologicalOrder();
     ASSERT_EQ(order.ordered.size(), size_t{kRows});
     EXPECT_EQ(order.ordered.back(), g.formulaAt(2, kRows - 1));
-    CellPosition top{2, 0};
+    GridPosition top{2, 0};
     EXPECT_EQ(g.recalcOrder({&top, 1}, true).ordered.size(), size_t{kRows});
     // Closing the chain into a ring makes all of it circular.
     g.setDependencies(g.formulaAt(2, 0), std::vector<CellRect>{CellRect::cell(2, kRows - 1)});

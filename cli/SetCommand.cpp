@@ -1,0 +1,64 @@
+#include <iostream>
+
+#include "cli/CliCommands.h"
+#include "document/ColumnLetters.h"
+#include "document/SumoraDocument.h"
+#include "editing/SumoraEditorView.h"
+#include "engine/Recalculation.h"
+#include "formats/DocumentIO.h"
+#include "formats/FileErrors.h"
+
+namespace sumora::cli {
+
+// set IN REF=TEXT... [-o OUT]: enters each text into the first sheet as if
+// typed (formulas, locale-aware numbers, recalculation), then writes or prints.
+void addSetCommand(CLI::App& app) {
+    auto* cmd = app.add_subcommand("set", "Enter values or formulas into cells of the first sheet");
+    auto input = std::make_shared<std::string>();
+    auto assignments = std::make_shared<std::vector<std::string>>();
+    auto output = std::make_shared<std::string>();
+    auto locale = std::make_shared<std::string>("en_US");
+    cmd->add_option("input", *input, "Workbook to open (xlsx, ods, csv)")->required();
+    cmd->add_option("assignments", *assignments, "REF=TEXT, e.g. B2=42 or C1==SUM(A1:A9)")->required();
+    cmd->add_option("-o,--output", *output, "File to write; its extension names the type");
+    cmd->add_option("--locale", *locale, "Locale of typed numbers, e.g. de_DE (default en_US)");
+    cmd->callback([input, assignments, output, locale] {
+        // Every assignment is checked before the file is touched.
+        std::vector<std::pair<ColRow, std::string>> entries;
+        for (const std::string& a : *assignments) {
+            size_t eq = a.find('=');
+            auto at =
+                eq == std::string::npos ? std::nullopt : parseCellAddress(std::string_view(a).substr(0, eq));
+            if (!at) {
+                std::cerr << "Not a cell assignment: " << a << " (expected REF=TEXT, such as B2=42)\n";
+                throw CLI::RuntimeError(2);
+            }
+            entries.emplace_back(*at, a.substr(eq + 1));
+        }
+        SumoraDocument doc;
+        try {
+            doc = openDocumentFile(*input);
+        } catch (const FileReadError& e) {
+            std::cerr << e.what() << '\n';
+            throw CLI::RuntimeError(1);
+        }
+        if (doc.sheets.empty()) doc.sheets.push_back(SumoraDocument::makeNewSheet("Sheet 1"));
+        recalculateDocument(doc);
+        SumoraEditorView editor(doc);
+        editor.localeIdentifier = *locale;
+        for (const auto& [at, text] : entries)
+            editor.setCellValue({at.col, at.row}, text);
+        if (output->empty()) {
+            printFirstSheet(doc);
+            return;
+        }
+        try {
+            saveDocumentFile(doc, *output);
+        } catch (const std::exception& e) {
+            std::cerr << e.what() << '\n';
+            throw CLI::RuntimeError(1);
+        }
+    });
+}
+
+} // namespace sumora::cli

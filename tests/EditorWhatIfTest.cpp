@@ -1,0 +1,333 @@
+// Goal seek, the solver and scenarios: their results, every status text, and
+// the cells they leave behind.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "document/ColumnLetters.h"
+#include "editing/SumoraEditorView.h"
+#include "engine/FormulaValue.h"
+#include "engine/Log.h"
+
+namespace sumora {
+namespace {
+
+class WhatIf : public ::testing::Test {
+  protected:
+    void SetUp() override { Log::setEnabled(false); }
+    void TearDown() override { Log::setEnabled(true); }
+
+    void type(std::string_view address, std::string_view text) {
+        auto p = parseCellAddress(address);
+        editor.setCellValue({p->col, p->row}, text);
+    }
+    const Cell& cell(std::string_view address) {
+        auto p = parseCellAddress(address);
+        return doc.sheets[0].cell(p->row, p->col);
+    }
+    std::string shown(std::string_view address) { return std::string(cell(address).displayValue()); }
+    double number(std::string_view address) {
+        return parseStrictNumber(cell(address).displayValue()).value_or(-1);
+    }
+
+    void goalSeek(std::string set, std::string target, std::string changing) {
+        editor.goalSeekSetCell = std::move(set);
+        editor.goalSeekTargetValue = std::move(target);
+        editor.goalSeekChangingCell = std::move(changing);
+        editor.performGoalSeek();
+    }
+    void constrain(std::string ref, std::string op, std::string value = "") {
+        SolverConstraint c;
+        c.cellRef = std::move(ref);
+        c.op = std::move(op);
+        c.value = std::move(value);
+        editor.solverConstraints.push_back(std::move(c));
+    }
+
+    SumoraDocument doc;
+    SumoraEditorView editor{doc};
+};
+
+// ---- goal seek -------------------------------------------------------------------
+
+TEST_F(WhatIf, GoalSeekFindsTheInputOfALinearFormula) {
+    type("B1", "=A1*2");
+    goalSeek("B1", "10", "A1");
+    EXPECT_EQ(editor.goalSeekStatusText, "Found solution: 5.000000");
+    EXPECT_NEAR(number("A1"), 5.0, 1e-8);
+    EXPECT_NEAR(number("B1"), 10.0, 1e-8);
+    EXPECT_EQ(editor.undoManager->undoActionName(), "Typing"); // the tool itself registers nothing
+}
+
+TEST_F(WhatIf, GoalSeekWritesTheValueAndKeepsAFormula) {
+    type("A1", "=3");
+    type("B1", "=A1+1");
+    goalSeek("B1", "7", "A1");
+    // The changing cell's formula wins over the value written beside it.
+    EXPECT_EQ(*cell("A1").formula(), "3");
+    EXPECT_EQ(editor.goalSeekStatusText, "Approximate solution: 100000.000000 (may not be exact)");
+}
+
+TEST_F(WhatIf, GoalSeekRejectsInputsThatDoNotParse) {
+    type("A1", "1");
+    type("B1", "=A1*2");
+    const std::vector<std::array<std::string, 3>> cases = {
+        {"", "10", "A1"}, {"B1", "ten", "A1"}, {"B1", "10", "1A"}, {"B1", " 10", "A1"}, {"B1:B2", "10", "A1"},
+    };
+    for (const auto& [set, target, changing] : cases) {
+        goalSeek(set, target, changing);
+        EXPECT_EQ(editor.goalSeekStatusText, "Invalid input. Use cell references like A1, B2.")
+            << set << target;
+        EXPECT_EQ(cell("A1").value(), "1");
+    }
+}
+
+TEST_F(WhatIf, GoalSeekReportsCellsOutsideTheGrid) {
+    type("B1", "=A1*2");
+    goalSeek("B1", "10", "A501");
+    EXPECT_EQ(editor.goalSeekStatusText, "Changing cell out of range.");
+    goalSeek("AA1", "10", "A1");
+    EXPECT_EQ(editor.goalSeekStatusText, "Target cell out of range.");
+    // One round was written before the check, as the shortest decimal text.
+    EXPECT_EQ(cell("A1").value(), "0.0");
+}
+
+TEST_F(WhatIf, GoalSeekOutsideTheBracketEndsApproximately) {
+    type("B1", "=A1*2");
+    goalSeek("B1", "1000000", "A1");
+    EXPECT_EQ(editor.goalSeekStatusText, "Approximate solution: 100000.000000 (may not be exact)");
+    EXPECT_NEAR(number("A1"), 100000.0, 1e-6);
+}
+
+TEST_F(WhatIf, GoalSeekOnAFallingFormulaMovesTheWrongWay) {
+    type("B1", "=10-A1");
+    goalSeek("B1", "4", "A1");
+    EXPECT_EQ(editor.goalSeekStatusText, "Approximate solution: -100000.000000 (may not be exact)");
+}
+
+TEST_F(WhatIf, GoalSeekFollowsAChainOfFormulas) {
+    type("B1", "=A1*A1");
+    type("C1", "=B1+1");
+    type("D1", "=C1*3");
+    goalSeek("D1", "30", "A1");
+    EXPECT_EQ(editor.goalSeekStatusText, "Found solution: 3.000000");
+    EXPECT_NEAR(number("B1"), 9.0, 1e-8);
+}
+
+// ---- solver ------------------------------------------------------------------------
+
+TEST_F(WhatIf, FormatSolverValueUsesShortFormOnlyForWholeNumbers) {
+    const std::vector<std::pair<double, std::string>> cases = {
+        {3.0, "3"},
+        {-2.0, "-2"},
+        {1.0 / 3.0, "0.333333"},
+        {2.5, "2.500000"},
+        {1e16, "10000000000000000.000000"},
+        {1234567.0, "1.23457e+06"},
+    };
+    for (const auto& [number, text] : cases)
+        EXPECT_EQ(SumoraEditorView::formatSolverValue(number), text) << number;
+}
+
+TEST_F(WhatIf, SolverMaximisesUnderUpperBounds) {
+    type("C1", "=A1+B1");
+    editor.solverObjectiveCell = "C1";
+    editor.solverGoal = "max";
+    editor.solverVariableCells = "A1, B1";
+    constrain("A1", "<=", "3");
+    constrain("B1", "<=", "4");
+    editor.runSolver();
+    EXPECT_EQ(editor.solverStatusText, "Solution found. Objective = 7");
+    EXPECT_EQ(shown("A1"), "3");
+    EXPECT_EQ(shown("B1"), "4");
+    EXPECT_EQ(shown("C1"), "7");
+}
+
+TEST_F(WhatIf, SolverMinimisesAndHonoursIntegerConstraints) {
+    type("A1", "5");
+    type("B1", "=(A1-1.3)*(A1-1.3)");
+    editor.solverObjectiveCell = "B1";
+    editor.solverGoal = "min";
+    editor.solverVariableCells = "A1,";
+    constrain("A1", "int");
+    constrain("Z9", "<=", "not a number"); // skipped
+    editor.runSolver();
+    EXPECT_EQ(shown("A1"), "1");
+    EXPECT_EQ(editor.solverStatusText, "Solution found. Objective = 0.090000");
+}
+
+TEST_F(WhatIf, SolverReachesATargetValue) {
+    type("B1", "=A1*A1");
+    editor.solverObjectiveCell = "B1";
+    editor.solverGoal = "value";
+    editor.solverTargetValue = "9";
+    editor.solverVariableCells = "A1";
+    editor.runSolver();
+    EXPECT_EQ(editor.solverStatusText, "Solution found. Objective = 9");
+    EXPECT_EQ(shown("A1"), "3");
+}
+
+TEST_F(WhatIf, SolverReportsTheBestWhenTheTargetIsOutOfReach) {
+    type("B1", "=A1*0+5");
+    editor.solverObjectiveCell = "B1";
+    editor.solverGoal = "value";
+    editor.solverTargetValue = "9";
+    editor.solverVariableCells = "A1";
+    editor.runSolver();
+    EXPECT_EQ(editor.solverStatusText, "Best solution: objective = 5 (target was 9)");
+}
+
+TEST_F(WhatIf, SolverWithoutAFeasibleCandidateRestoresTheInputs) {
+    type("A1", "0");
+    type("B1", "=A1");
+    editor.solverObjectiveCell = "B1";
+    editor.solverGoal = "min";
+    editor.solverVariableCells = "A1";
+    constrain("A1", ">=", "2.5");
+    editor.runSolver();
+    EXPECT_EQ(editor.solverStatusText, "No feasible solution found.");
+    EXPECT_EQ(cell("A1").value(), "0");
+    EXPECT_EQ(shown("B1"), "0");
+}
+
+TEST_F(WhatIf, SolverBinaryVariablesStayZeroOrOne) {
+    type("C1", "=A1*3+B1*2");
+    editor.solverObjectiveCell = "C1";
+    editor.solverVariableCells = "A1,B1";
+    constrain("A1", "bin");
+    constrain("B1", "bin");
+    editor.runSolver();
+    EXPECT_EQ(editor.solverStatusText, "Solution found. Objective = 5");
+}
+
+TEST_F(WhatIf, SolverReportsBadReferences) {
+    editor.solverObjectiveCell = "C";
+    editor.runSolver();
+    EXPECT_EQ(editor.solverStatusText, "Invalid objective cell reference.");
+    editor.solverObjectiveCell = "C1";
+    editor.solverVariableCells = "A1, 2B ,B1";
+    editor.runSolver();
+    EXPECT_EQ(editor.solverStatusText, "Invalid variable cell: 2B");
+}
+
+// ---- scenarios -----------------------------------------------------------------------
+
+TEST_F(WhatIf, ScenariosSaveApplyAndRestore) {
+    type("A1", "100");
+    type("A2", "0.05");
+    type("B1", "=A1*A2");
+    editor.scenarioName = "Base";
+    editor.scenarioComment = "as planned";
+    editor.scenarioChangingCells = "A1, A2, A999, x";
+    editor.saveScenario();
+    ASSERT_EQ(doc.scenarios.size(), 1u);
+    const Scenario saved = doc.scenarios[0];
+    EXPECT_EQ(saved.changingCells, (std::map<std::string, std::string>{{"A1", "100"}, {"A2", "0.05"}}));
+    EXPECT_EQ(saved.comment, "as planned");
+
+    Scenario high;
+    high.changingCells = {{"A1", "200"}, {"A2", "0.1"}, {"B900", "1"}};
+    editor.applyScenario(high);
+    EXPECT_EQ(shown("B1"), "20");
+    EXPECT_EQ(editor.savedOriginalValues,
+              (std::map<std::string, std::string>{{"A1", "100"}, {"A2", "0.05"}}));
+
+    editor.restoreOriginalValues();
+    EXPECT_EQ(shown("B1"), "5");
+    EXPECT_TRUE(editor.savedOriginalValues.empty());
+    EXPECT_EQ(editor.undoManager->undoActionName(), "Typing");
+}
+
+TEST_F(WhatIf, SavingAnEditedScenarioReplacesItInPlace) {
+    type("A1", "1");
+    editor.scenarioName = "First";
+    editor.scenarioChangingCells = "A1";
+    editor.saveScenario();
+    editor.scenarioName = "Second";
+    editor.saveScenario();
+    ASSERT_EQ(doc.scenarios.size(), 2u);
+    EXPECT_NE(doc.scenarios[0].id, doc.scenarios[1].id);
+
+    type("A1", "2");
+    editor.editingScenarioId = doc.scenarios[0].id;
+    editor.scenarioName = "First, revised";
+    editor.saveScenario();
+    ASSERT_EQ(doc.scenarios.size(), 2u);
+    EXPECT_EQ(doc.scenarios[0].name, "First, revised");
+    EXPECT_EQ(doc.scenarios[0].id, *editor.editingScenarioId);
+    EXPECT_EQ(doc.scenarios[0].changingCells.at("A1"), "2");
+    EXPECT_EQ(doc.scenarios[1].name, "Second");
+}
+
+// ---- command line ----------------------------------------------------------------------
+
+// The editing commands of sumora-cli, run as a process: standard output and
+// exit status.
+class EditorCommandLine : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        dir_ = std::filesystem::temp_directory_path() / ("sumora-editor-cli-" + std::to_string(::getpid()));
+        std::filesystem::create_directories(dir_);
+    }
+    void TearDown() override { std::filesystem::remove_all(dir_); }
+
+    std::string file(const std::string& name, const std::string& text) {
+        std::ofstream(dir_ / name, std::ios::binary) << text;
+        return (dir_ / name).string();
+    }
+    // Arguments are passed to the shell as written (quote where needed).
+    std::string run(const std::string& args, int& status) {
+        std::string command = std::string(SUMORA_CLI_PATH) + " " + args + " 2>/dev/null";
+        FILE* pipe = ::popen(command.c_str(), "r");
+        std::string out;
+        char buffer[4096];
+        for (size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
+            out.append(buffer, n);
+        int raw = ::pclose(pipe);
+        status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+        return out;
+    }
+
+    std::filesystem::path dir_;
+};
+
+TEST_F(EditorCommandLine, SortPrintsTheSortedSheet) {
+    std::string in = file("in.csv", "name,score\nb,10\na,9\nc,100\n");
+    int status = -1;
+    EXPECT_EQ(run("sort " + in + " B --desc --header", status).substr(0, 30),
+              "name,score\nc,100\nb,10\na,9\n");
+    EXPECT_EQ(status, 0);
+    run("sort " + in + " 2", status);
+    EXPECT_EQ(status, 2);
+}
+
+TEST_F(EditorCommandLine, GoalSeekAndSolvePrintTheirStatus) {
+    std::string in = file("in.csv", "1,=A1*2,=A1+C2\n,,0\n");
+    int status = -1;
+    EXPECT_EQ(run("goalseek " + in + " B1 10 A1", status), "Found solution: 5.000000\n");
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(run("goalseek " + in + " B1 ten A1", status),
+              "Invalid input. Use cell references like A1, B2.\n");
+    EXPECT_EQ(status, 2);
+
+    std::string out = (dir_ / "out.csv").string();
+    EXPECT_EQ(run("solve " + in + " --objective C1 --goal max --vars A1,C2 --constraint 'A1 <= 3' " +
+                      "--constraint C2\\<=4 --constraint 'C2 int' -o " + out,
+                  status),
+              "Solution found. Objective = 7\n");
+    EXPECT_EQ(status, 0);
+    std::ifstream written(out);
+    std::string firstLine;
+    std::getline(written, firstLine);
+    EXPECT_EQ(firstLine.substr(0, 6), "3,6,7,");
+    run("solve " + in + " --objective C1 --vars A1 --constraint 'A1 maybe 3'", status);
+    EXPECT_EQ(status, 2);
+}
+
+} // namespace
+} // namespace sumora
