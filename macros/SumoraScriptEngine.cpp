@@ -1,0 +1,348 @@
+#include "macros/SumoraScriptEngine.h"
+
+#include <unicode/unistr.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+#include <optional>
+#include <stdexcept>
+
+#include "engine/Log.h"
+
+// Exported by the library but left out of its public headers. A callback that
+// returns false is not called again unless the limit is set anew.
+extern "C" {
+void JSContextGroupSetExecutionTimeLimit(JSContextGroupRef group, double limit,
+                                         bool (*shouldTerminate)(JSContextRef, void*), void* context);
+void JSContextGroupClearExecutionTimeLimit(JSContextGroupRef group);
+}
+
+namespace sumora {
+
+struct SumoraScriptEngine::Link {
+    SumoraScriptEngine* engine;
+};
+
+// What one evaluate() call is watched for; lives on its stack.
+struct SumoraScriptEngine::RunWatch {
+    enum class Outcome { running, timedOut, stopped };
+    JSContextGroupRef group;
+    std::chrono::steady_clock::time_point start;
+    double limitSeconds;
+    ScriptStopSwitch* stopSwitch;
+    Outcome outcome = Outcome::running;
+};
+
+namespace {
+
+// How often, in seconds of the script thread's CPU time, a running script is
+// checked for its time limit and the stop switch.
+constexpr double kCheckIntervalSeconds = 0.05;
+
+// ---- text between UTF-8 and the interpreter's UTF-16 ------------------------
+
+JSStringRef makeString(std::string_view utf8) {
+    if (utf8.size() > static_cast<size_t>(std::numeric_limits<int32_t>::max()))
+        throw std::length_error("The text is too long for a macro.");
+    icu::UnicodeString text =
+        icu::UnicodeString::fromUTF8(icu::StringPiece(utf8.data(), static_cast<int32_t>(utf8.size())));
+    return JSStringCreateWithCharacters(reinterpret_cast<const JSChar*>(text.getBuffer()),
+                                        static_cast<size_t>(text.length()));
+}
+
+std::string toUtf8(JSStringRef string) {
+    icu::UnicodeString text(reinterpret_cast<const char16_t*>(JSStringGetCharactersPtr(string)),
+                            static_cast<int32_t>(JSStringGetLength(string)));
+    std::string out;
+    text.toUTF8String(out);
+    return out;
+}
+
+JSValueRef makeValue(JSContextRef ctx, std::string_view utf8) {
+    JSStringRef s = makeString(utf8);
+    JSValueRef value = JSValueMakeString(ctx, s);
+    JSStringRelease(s);
+    return value;
+}
+
+// String(value), or nothing when the conversion throws (a Symbol, or an
+// object whose toString throws); `thrown` then holds the exception.
+std::optional<std::string> textOf(JSContextRef ctx, JSValueRef value, JSValueRef* thrown) {
+    JSStringRef s = JSValueToStringCopy(ctx, value, thrown);
+    if (!s) return std::nullopt;
+    std::string text = toUtf8(s);
+    JSStringRelease(s);
+    return text;
+}
+
+// ---- host functions -----------------------------------------------------------
+
+enum class HostFunction { log, getCell, setCell, getRange, recalculate };
+
+struct HostFunctionData {
+    std::weak_ptr<SumoraScriptEngine::Link> link;
+    HostFunction kind;
+};
+
+// The arguments of one call, with the bridge's conversions.
+class Arguments {
+  public:
+    Arguments(JSContextRef ctx, size_t count, const JSValueRef* values, JSValueRef* thrown)
+        : ctx_(ctx), count_(count), values_(values), thrown_(thrown) {}
+
+    JSValueRef at(size_t i) const { return i < count_ ? values_[i] : JSValueMakeUndefined(ctx_); }
+
+    // Number(value) truncated toward zero; NaN (a missing argument, a
+    // non-numeric text) reads as 0, infinities as far outside any grid.
+    std::optional<int64_t> integer(size_t i) const {
+        double d = JSValueToNumber(ctx_, at(i), thrown_);
+        if (*thrown_) return std::nullopt;
+        if (std::isnan(d)) return 0;
+        constexpr double kFar = 9.0e15;
+        return static_cast<int64_t>(std::trunc(std::clamp(d, -kFar, kFar)));
+    }
+    std::optional<std::string> text(size_t i) const { return textOf(ctx_, at(i), thrown_); }
+
+  private:
+    JSContextRef ctx_;
+    size_t count_;
+    const JSValueRef* values_;
+    JSValueRef* thrown_;
+};
+
+// Rows are added to the result as they are built: values held only in C++
+// containers would be invisible to the collector.
+JSValueRef makeRows(JSContextRef ctx, const std::vector<std::vector<std::string>>& rows, JSValueRef* thrown) {
+    JSObjectRef outer = JSObjectMakeArray(ctx, 0, nullptr, thrown);
+    if (*thrown) return nullptr;
+    for (size_t r = 0; r < rows.size(); ++r) {
+        JSObjectRef row = JSObjectMakeArray(ctx, 0, nullptr, thrown);
+        if (*thrown) return nullptr;
+        for (size_t c = 0; c < rows[r].size(); ++c) {
+            JSObjectSetPropertyAtIndex(ctx, row, static_cast<unsigned>(c), makeValue(ctx, rows[r][c]),
+                                       thrown);
+            if (*thrown) return nullptr;
+        }
+        JSObjectSetPropertyAtIndex(ctx, outer, static_cast<unsigned>(r), row, thrown);
+        if (*thrown) return nullptr;
+    }
+    return outer;
+}
+
+} // namespace
+
+// One callable object class serves all five functions; the object's private
+// data says which function it is and reaches the engine weakly.
+static JSValueRef callHostFunction(JSContextRef ctx, JSObjectRef function, JSObjectRef, size_t argumentCount,
+                                   const JSValueRef arguments[], JSValueRef* exception) {
+    JSValueRef undefined = JSValueMakeUndefined(ctx);
+    auto* data = static_cast<HostFunctionData*>(JSObjectGetPrivate(function));
+    std::shared_ptr<SumoraScriptEngine::Link> held = data ? data->link.lock() : nullptr;
+    if (!held) return undefined;
+    SumoraScriptEngine* engine = held->engine;
+
+    JSValueRef thrown = nullptr;
+    Arguments args(ctx, argumentCount, arguments, &thrown);
+    JSValueRef result = undefined;
+    try {
+        switch (data->kind) {
+        case HostFunction::log:
+            if (auto text = args.text(0)) engine->logOutput.push_back(std::move(*text));
+            break;
+        case HostFunction::getCell: {
+            auto col = args.integer(0);
+            auto row = col ? args.integer(1) : std::nullopt;
+            if (!row) break;
+            result =
+                makeValue(ctx, engine->getCellHandler ? engine->getCellHandler(*col, *row) : std::string());
+            break;
+        }
+        case HostFunction::setCell: {
+            auto col = args.integer(0);
+            auto row = col ? args.integer(1) : std::nullopt;
+            auto value = row ? args.text(2) : std::nullopt;
+            if (value && engine->setCellHandler) engine->setCellHandler(*col, *row, *value);
+            break;
+        }
+        case HostFunction::getRange: {
+            std::optional<int64_t> bounds[4];
+            for (size_t i = 0; i < 4 && !thrown; ++i)
+                bounds[i] = args.integer(i);
+            if (thrown) break;
+            std::vector<std::vector<std::string>> rows;
+            if (engine->getRangeHandler)
+                rows = engine->getRangeHandler(*bounds[0], *bounds[1], *bounds[2], *bounds[3]);
+            JSValueRef made = makeRows(ctx, rows, &thrown);
+            if (made) result = made;
+            break;
+        }
+        case HostFunction::recalculate:
+            if (engine->recalcHandler) engine->recalcHandler();
+            break;
+        }
+    } catch (const std::exception& e) {
+        // A failing callback must not unwind through the interpreter: the
+        // script sees an ordinary Error it may catch.
+        JSValueRef message = makeValue(ctx, e.what());
+        thrown = JSObjectMakeError(ctx, 1, &message, nullptr);
+    } catch (...) {
+        JSValueRef message = makeValue(ctx, "A host function failed");
+        thrown = JSObjectMakeError(ctx, 1, &message, nullptr);
+    }
+    if (thrown) {
+        if (exception) *exception = thrown;
+        return undefined;
+    }
+    return result;
+}
+
+static void finalizeHostFunction(JSObjectRef function) {
+    delete static_cast<HostFunctionData*>(JSObjectGetPrivate(function));
+}
+
+static JSClassRef hostFunctionClass() {
+    static JSClassRef cls = [] {
+        JSClassDefinition definition = kJSClassDefinitionEmpty;
+        definition.className = "HostFunction";
+        definition.callAsFunction = callHostFunction;
+        definition.finalize = finalizeHostFunction;
+        return JSClassCreate(&definition);
+    }();
+    return cls;
+}
+
+// ---- the engine -------------------------------------------------------------
+
+std::string_view SumoraScriptEngine::consolePrelude() {
+    return "var console = { log: log, warn: log, error: log };";
+}
+
+std::string_view SumoraScriptEngine::helperPrelude() {
+    return R"JS(
+// Convert column letter to index: colIndex("A") = 0
+function colIndex(letter) {
+    var upper = letter.toUpperCase();
+    var result = 0;
+    for (var i = 0; i < upper.length; i++) {
+        result = result * 26 + (upper.charCodeAt(i) - 64);
+    }
+    return result - 1;
+}
+
+// Get cell by reference string: cell("A1") -> value
+function cell(ref) {
+    var match = ref.match(/^([A-Za-z]+)(\d+)$/);
+    if (!match) return "";
+    return getCell(colIndex(match[1]), parseInt(match[2]) - 1);
+}
+
+// Set cell by reference string: setRef("A1", "hello")
+function setRef(ref, value) {
+    var match = ref.match(/^([A-Za-z]+)(\d+)$/);
+    if (!match) return;
+    setCell(colIndex(match[1]), parseInt(match[2]) - 1, String(value));
+}
+
+// Get numeric value
+function num(ref) {
+    return parseFloat(cell(ref)) || 0;
+}
+)JS";
+}
+
+SumoraScriptEngine::SumoraScriptEngine()
+    : group_(JSContextGroupCreate()), context_(JSGlobalContextCreateInGroup(group_, nullptr)),
+      link_(std::make_shared<Link>(Link{this})) {
+    installHostFunctions();
+    for (std::string_view prelude : {consolePrelude(), helperPrelude()}) {
+        JSStringRef source = makeString(prelude);
+        JSValueRef thrown = nullptr;
+        JSEvaluateScript(context_, source, nullptr, nullptr, 1, &thrown);
+        JSStringRelease(source);
+        if (thrown)
+            Log::info("Macro prelude failed: " +
+                      textOf(context_, thrown, nullptr).value_or("Unknown JS error"));
+    }
+}
+
+SumoraScriptEngine::~SumoraScriptEngine() {
+    link_.reset();
+    JSContextGroupClearExecutionTimeLimit(group_);
+    JSGlobalContextRelease(context_);
+    JSContextGroupRelease(group_);
+}
+
+void SumoraScriptEngine::installHostFunctions() {
+    static constexpr std::pair<const char*, HostFunction> kFunctions[] = {
+        {"log", HostFunction::log},
+        {"getCell", HostFunction::getCell},
+        {"setCell", HostFunction::setCell},
+        {"getRange", HostFunction::getRange},
+        {"recalculate", HostFunction::recalculate},
+    };
+    JSObjectRef global = JSContextGetGlobalObject(context_);
+    for (const auto& [name, kind] : kFunctions) {
+        auto* data = new HostFunctionData{link_, kind};
+        JSObjectRef function = JSObjectMake(context_, hostFunctionClass(), data);
+        JSStringRef property = JSStringCreateWithUTF8CString(name);
+        JSObjectSetProperty(context_, global, property, function, kJSPropertyAttributeNone, nullptr);
+        JSStringRelease(property);
+    }
+}
+
+bool SumoraScriptEngine::shouldTerminate(JSContextRef, void* data) {
+    auto& watch = *static_cast<RunWatch*>(data);
+    if (watch.stopSwitch && watch.stopSwitch->requested()) {
+        watch.outcome = RunWatch::Outcome::stopped;
+        return true;
+    }
+    std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - watch.start;
+    if (watch.limitSeconds > 0 && elapsed.count() >= watch.limitSeconds) {
+        watch.outcome = RunWatch::Outcome::timedOut;
+        return true;
+    }
+    JSContextGroupSetExecutionTimeLimit(watch.group, kCheckIntervalSeconds, shouldTerminate, data);
+    return false;
+}
+
+static std::string secondsText(double seconds) {
+    char buffer[32];
+    std::snprintf(buffer, sizeof buffer, "%g", seconds);
+    return std::string(buffer) + (seconds == 1 ? " second" : " seconds");
+}
+
+bool SumoraScriptEngine::evaluate(std::string_view script) {
+    RunWatch watch{group_, std::chrono::steady_clock::now(), timeLimitSeconds, stopSwitch.get()};
+    double interval = kCheckIntervalSeconds;
+    if (timeLimitSeconds > 0) interval = std::min(interval, timeLimitSeconds);
+    JSContextGroupSetExecutionTimeLimit(group_, interval, shouldTerminate, &watch);
+
+    JSStringRef source = makeString(script);
+    JSValueRef thrown = nullptr;
+    JSEvaluateScript(context_, source, nullptr, nullptr, 1, &thrown);
+    JSStringRelease(source);
+    JSContextGroupClearExecutionTimeLimit(group_);
+    if (!thrown) return true;
+
+    std::string message;
+    switch (watch.outcome) {
+    case RunWatch::Outcome::timedOut:
+        message = "Script timed out after " + secondsText(timeLimitSeconds);
+        Log::info(message);
+        break;
+    case RunWatch::Outcome::stopped:
+        message = "Script stopped";
+        Log::info(message);
+        break;
+    case RunWatch::Outcome::running:
+        message = textOf(context_, thrown, nullptr).value_or("Unknown JS error");
+        break;
+    }
+    logOutput.push_back("Error: " + message);
+    return false;
+}
+
+} // namespace sumora
