@@ -14,6 +14,9 @@ void addSetCommand(CLI::App& app);
 void addSortCommand(CLI::App& app);
 void addGoalSeekCommand(CLI::App& app);
 void addSolveCommand(CLI::App& app);
+#ifdef SUMORA_HAVE_MACROS
+void addMacroCommand(CLI::App& app);
+#endif
 
 // Prints the first sheet's display values as CSV, through the used range.
 void printFirstSheet(const SumoraDocument& document);

@@ -4,9 +4,6 @@
 #include "document/ColumnLetters.h"
 #include "document/SumoraDocument.h"
 #include "editing/SumoraEditorView.h"
-#include "engine/Recalculation.h"
-#include "formats/DocumentIO.h"
-#include "formats/FileErrors.h"
 
 namespace sumora::cli {
 
@@ -35,29 +32,15 @@ void addSetCommand(CLI::App& app) {
             }
             entries.emplace_back(*at, a.substr(eq + 1));
         }
-        SumoraDocument doc;
-        try {
-            doc = openDocumentFile(*input);
-        } catch (const FileReadError& e) {
-            std::cerr << e.what() << '\n';
-            throw CLI::RuntimeError(1);
-        }
-        if (doc.sheets.empty()) doc.sheets.push_back(SumoraDocument::makeNewSheet("Sheet 1"));
-        recalculateDocument(doc);
+        SumoraDocument doc = openWorkbookForEditing(*input);
         SumoraEditorView editor(doc);
         editor.localeIdentifier = *locale;
         for (const auto& [at, text] : entries)
             editor.setCellValue({at.col, at.row}, text);
-        if (output->empty()) {
+        if (output->empty())
             printFirstSheet(doc);
-            return;
-        }
-        try {
-            saveDocumentFile(doc, *output);
-        } catch (const std::exception& e) {
-            std::cerr << e.what() << '\n';
-            throw CLI::RuntimeError(1);
-        }
+        else
+            saveEditedWorkbook(doc, *output);
     });
 }
 

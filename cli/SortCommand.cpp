@@ -5,37 +5,8 @@
 #include "document/ColumnLetters.h"
 #include "document/SumoraDocument.h"
 #include "editing/SumoraEditorView.h"
-#include "engine/Recalculation.h"
-#include "formats/DocumentIO.h"
-#include "formats/FileErrors.h"
 
 namespace sumora::cli {
-
-// ---- shared by the commands that edit a workbook through the editor ----------
-
-SumoraDocument openWorkbookForEditing(const std::string& path) {
-    SumoraDocument doc;
-    try {
-        doc = openDocumentFile(path);
-    } catch (const FileReadError& e) {
-        std::cerr << e.what() << '\n';
-        throw CLI::RuntimeError(1);
-    }
-    if (doc.sheets.empty()) doc.sheets.push_back(SumoraDocument::makeNewSheet("Sheet 1"));
-    recalculateDocument(doc);
-    return doc;
-}
-
-void saveEditedWorkbook(const SumoraDocument& document, const std::string& path) {
-    try {
-        saveDocumentFile(document, path);
-    } catch (const std::exception& e) {
-        std::cerr << e.what() << '\n';
-        throw CLI::RuntimeError(1);
-    }
-}
-
-// ---- sort ----------------------------------------------------------------------
 
 // sort IN COL [--desc] [--header] [-o OUT]: sorts the first sheet's rows by a
 // column, then writes or prints the sheet.

@@ -20,6 +20,9 @@ int main(int argc, char** argv) {
     sumora::cli::addSortCommand(app);
     sumora::cli::addGoalSeekCommand(app);
     sumora::cli::addSolveCommand(app);
+#ifdef SUMORA_HAVE_MACROS
+    sumora::cli::addMacroCommand(app);
+#endif
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {

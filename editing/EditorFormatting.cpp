@@ -52,7 +52,7 @@ namespace {
 
 // The state a toggle switches to: the opposite of the active cell's (or the
 // range's first cell's), applied to every cell so a mixed range becomes uniform.
-template <class Field> bool toggledState(SumoraEditorView& editor, Field field) {
+bool toggledState(SumoraEditorView& editor, bool CellFormat::*field) {
     Sheet* sheet = editor.activeSheet();
     if (!sheet) return true;
     int64_t col = 0, row = 0;
@@ -66,26 +66,27 @@ template <class Field> bool toggledState(SumoraEditorView& editor, Field field) 
     return !(sheet->cell(row, col).format().*field);
 }
 
+void toggleField(SumoraEditorView& editor, std::string_view actionName, bool CellFormat::*field) {
+    const bool on = toggledState(editor, field);
+    editor.withFormattingUndo(actionName, [on, field](CellFormat& f) { f.*field = on; });
+}
+
 } // namespace
 
 void SumoraEditorView::toggleBold() {
-    bool on = toggledState(*this, &CellFormat::isBold);
-    withFormattingUndo("Bold", [on](CellFormat& f) { f.isBold = on; });
+    toggleField(*this, "Bold", &CellFormat::isBold);
 }
 
 void SumoraEditorView::toggleItalic() {
-    bool on = toggledState(*this, &CellFormat::isItalic);
-    withFormattingUndo("Italic", [on](CellFormat& f) { f.isItalic = on; });
+    toggleField(*this, "Italic", &CellFormat::isItalic);
 }
 
 void SumoraEditorView::toggleUnderline() {
-    bool on = toggledState(*this, &CellFormat::isUnderline);
-    withFormattingUndo("Underline", [on](CellFormat& f) { f.isUnderline = on; });
+    toggleField(*this, "Underline", &CellFormat::isUnderline);
 }
 
 void SumoraEditorView::toggleStrikethrough() {
-    bool on = toggledState(*this, &CellFormat::isStrikethrough);
-    withFormattingUndo("Strikethrough", [on](CellFormat& f) { f.isStrikethrough = on; });
+    toggleField(*this, "Strikethrough", &CellFormat::isStrikethrough);
 }
 
 void SumoraEditorView::setFontName(std::optional<std::string> name) {
@@ -131,8 +132,7 @@ void SumoraEditorView::setAlignment(CellAlignment alignment) {
 }
 
 void SumoraEditorView::toggleWrapText() {
-    bool on = toggledState(*this, &CellFormat::wrapText);
-    withFormattingUndo("Wrap Text", [on](CellFormat& f) { f.wrapText = on; });
+    toggleField(*this, "Wrap Text", &CellFormat::wrapText);
 }
 
 void SumoraEditorView::setNumberFormat(std::optional<std::string> code, int64_t numberFormatId) {

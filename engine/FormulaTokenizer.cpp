@@ -194,10 +194,22 @@ bool isBinaryPosition(const std::vector<Token>& tokens) {
     default: return false;
     }
 }
-Token opToken(std::string text) {
+Token textToken(TokenKind k, std::string text) {
     Token t;
-    t.kind = TokenKind::op;
+    t.kind = k;
     t.text = std::move(text);
+    return t;
+}
+Token opToken(std::string text) {
+    return textToken(TokenKind::op, std::move(text));
+}
+// A cellRef, or a sheetCellRef with its sheet's name.
+Token refToken(TokenKind k, const ParsedCellRef& ref, std::string sheet = {}) {
+    Token t = textToken(k, std::move(sheet));
+    t.col = ref.col;
+    t.row = ref.row;
+    t.absCol = ref.absCol;
+    t.absRow = ref.absRow;
     return t;
 }
 Token simple(TokenKind k) {
@@ -287,16 +299,8 @@ std::vector<Token> FormulaTokenizer::tokenize() {
             if (!atEnd() && text_[pos_] == '!') {
                 ++pos_;
                 std::string ident = readIdentifier();
-                if (auto ref = parseCellRef(ident)) {
-                    Token t;
-                    t.kind = TokenKind::sheetCellRef;
-                    t.text = std::move(sheet);
-                    t.col = ref->col;
-                    t.row = ref->row;
-                    t.absCol = ref->absCol;
-                    t.absRow = ref->absRow;
-                    tokens.push_back(std::move(t));
-                }
+                if (auto ref = parseCellRef(ident))
+                    tokens.push_back(refToken(TokenKind::sheetCellRef, *ref, std::move(sheet)));
             }
             continue;
         }
@@ -315,44 +319,17 @@ std::vector<Token> FormulaTokenizer::tokenize() {
             if (!atEnd() && text_[pos_] == '!') {
                 ++pos_;
                 std::string second = readIdentifier();
-                if (auto ref = parseCellRef(second)) {
-                    Token t;
-                    t.kind = TokenKind::sheetCellRef;
-                    t.text = std::move(ident);
-                    t.col = ref->col;
-                    t.row = ref->row;
-                    t.absCol = ref->absCol;
-                    t.absRow = ref->absRow;
-                    tokens.push_back(std::move(t));
-                } else {
-                    Token t;
-                    t.kind = TokenKind::functionName;
-                    t.text = std::move(upper);
-                    tokens.push_back(std::move(t));
-                }
+                if (auto ref = parseCellRef(second))
+                    tokens.push_back(refToken(TokenKind::sheetCellRef, *ref, std::move(ident)));
+                else
+                    tokens.push_back(textToken(TokenKind::functionName, std::move(upper)));
                 continue;
             }
-            if (!atEnd() && text_[pos_] == '(') {
-                Token t;
-                t.kind = TokenKind::functionName;
-                t.text = std::move(upper);
-                tokens.push_back(std::move(t));
-                continue;
-            }
-            if (auto ref = parseCellRef(ident)) {
-                Token t;
-                t.kind = TokenKind::cellRef;
-                t.col = ref->col;
-                t.row = ref->row;
-                t.absCol = ref->absCol;
-                t.absRow = ref->absRow;
-                tokens.push_back(std::move(t));
-                continue;
-            }
-            Token t;
-            t.kind = TokenKind::functionName;
-            t.text = std::move(upper);
-            tokens.push_back(std::move(t));
+            // A name before "(" calls a function even where it reads as a cell.
+            const bool call = !atEnd() && text_[pos_] == '(';
+            auto ref = call ? std::nullopt : parseCellRef(ident);
+            tokens.push_back(ref ? refToken(TokenKind::cellRef, *ref)
+                                 : textToken(TokenKind::functionName, std::move(upper)));
             continue;
         }
         advance(); // anything else vanishes

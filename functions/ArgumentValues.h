@@ -3,6 +3,7 @@
 // result: `auto text = textArg(c, 0); if (!text) return text.failure;`.
 // FunctionContext's evalStr/evalNum turn errors into texts or into "no
 // number"; these keep the error, so IFERROR sees what went wrong.
+#include <cmath>
 #include <optional>
 #include <string>
 
@@ -59,6 +60,16 @@ inline ArgValue<bool> boolArgOr(FunctionContext& c, size_t i, bool fallback) {
     if (v.isEmpty()) return {false, {}};
     if (auto b = v.asBool()) return {*b, {}};
     return {std::nullopt, err(ErrorKind::invalidValue)};
+}
+
+// Argument i as a 0/1 switch (VALUETOTEXT's format, TEXTBEFORE's match_mode):
+// truncated, 0 when missing; any other number is "#VALUE!".
+inline ArgValue<bool> zeroOrOneArg(FunctionContext& c, size_t i) {
+    auto x = numberArgOr(c, i, 0);
+    if (!x) return {std::nullopt, x.failure};
+    const double n = std::trunc(*x);
+    if (n != 0 && n != 1) return {std::nullopt, err(ErrorKind::invalidValue)};
+    return {n == 1, {}};
 }
 
 } // namespace sumora

@@ -142,14 +142,6 @@ std::string valueText(const FormulaValue& v, bool strict) {
     return v.description();
 }
 
-ArgValue<bool> strictFormatArg(FunctionContext& c, size_t i) {
-    auto f = numberArgOr(c, i, 0);
-    if (!f) return {std::nullopt, f.failure};
-    double format = std::trunc(*f);
-    if (format != 0 && format != 1) return {std::nullopt, err(ErrorKind::invalidValue)};
-    return {format == 1, {}};
-}
-
 } // namespace
 
 std::optional<double> parseNumberText(std::string_view text) {
@@ -264,7 +256,7 @@ FormulaValue dollar(FunctionContext& c) {
 FormulaValue valueToText(FunctionContext& c) {
     if (c.argCount() < 1) return err(ErrorKind::invalidValue);
     FormulaValue v = scalarOf(c.evaluate(0));
-    auto strict = strictFormatArg(c, 1);
+    auto strict = zeroOrOneArg(c, 1);
     if (!strict) return strict.failure;
     return txt(valueText(v, *strict));
 }
@@ -273,7 +265,7 @@ FormulaValue valueToText(FunctionContext& c) {
 FormulaValue arrayToText(FunctionContext& c) {
     if (c.argCount() < 1) return err(ErrorKind::invalidValue);
     ValueRows rows = c.resolve2DValues(0);
-    auto strict = strictFormatArg(c, 1);
+    auto strict = zeroOrOneArg(c, 1);
     if (!strict) return strict.failure;
     std::string out = *strict ? "{" : "";
     for (size_t r = 0; r < rows.size(); ++r) {

@@ -19,23 +19,23 @@ bool tooFew(FunctionContext& c, size_t n) {
     return c.argCount() < n;
 }
 
-// A character count (LEFT's num_chars, MID's num_chars): truncated, negative
-// is "#VALUE!".
-ArgValue<size_t> countArg(FunctionContext& c, size_t i, std::optional<double> fallback = std::nullopt) {
+// Argument i truncated to a whole number; below `least` is "#VALUE!".
+ArgValue<size_t> wholeArgFrom(FunctionContext& c, size_t i, double least, std::optional<double> fallback) {
     auto x = fallback ? numberArgOr(c, i, *fallback) : numberArg(c, i);
     if (!x) return {std::nullopt, x.failure};
     double n = std::trunc(*x);
-    if (!(n >= 0)) return {std::nullopt, err(ErrorKind::invalidValue)};
+    if (!(n >= least)) return {std::nullopt, err(ErrorKind::invalidValue)};
     return {static_cast<size_t>(std::min(n, 1e15)), {}};
 }
 
-// A 1-based position: truncated; below 1 is "#VALUE!".
+// A character count (LEFT's num_chars, MID's num_chars): negative is "#VALUE!".
+ArgValue<size_t> countArg(FunctionContext& c, size_t i, std::optional<double> fallback = std::nullopt) {
+    return wholeArgFrom(c, i, 0, fallback);
+}
+
+// A 1-based position: below 1 is "#VALUE!".
 ArgValue<size_t> positionArg(FunctionContext& c, size_t i, double fallback) {
-    auto x = numberArgOr(c, i, fallback);
-    if (!x) return {std::nullopt, x.failure};
-    double n = std::trunc(*x);
-    if (!(n >= 1)) return {std::nullopt, err(ErrorKind::invalidValue)};
-    return {static_cast<size_t>(std::min(n, 1e15)), {}};
+    return wholeArgFrom(c, i, 1, fallback);
 }
 
 FormulaValue sliceLeftOrRight(FunctionContext& c, bool fromEnd) {

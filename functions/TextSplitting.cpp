@@ -21,14 +21,6 @@ ArgValue<std::vector<std::string>> delimitersArg(FunctionContext& c, size_t i) {
     return {std::move(out), {}};
 }
 
-ArgValue<bool> matchModeArg(FunctionContext& c, size_t i) {
-    auto mode = numberArgOr(c, i, 0);
-    if (!mode) return {std::nullopt, mode.failure};
-    double m = std::trunc(*mode);
-    if (m != 0 && m != 1) return {std::nullopt, err(ErrorKind::invalidValue)};
-    return {m == 1, {}};
-}
-
 // The earliest match of any delimiter at or after `from`; on a tie the
 // longest delimiter wins. Empty delimiters never match here.
 std::optional<TextSpan> firstDelimiter(std::string_view text, const CharacterIndex& chars,
@@ -87,7 +79,7 @@ FormulaValue textAround(FunctionContext& c, bool before) {
     if (!delimiters) return delimiters.failure;
     auto instanceArg = numberArgOr(c, 2, 1);
     if (!instanceArg) return instanceArg.failure;
-    auto ignoreCase = matchModeArg(c, 3);
+    auto ignoreCase = zeroOrOneArg(c, 3);
     if (!ignoreCase) return ignoreCase.failure;
     auto matchEnd = boolArgOr(c, 4, false);
     if (!matchEnd) return matchEnd.failure;
@@ -146,7 +138,7 @@ FormulaValue textSplit(FunctionContext& c) {
     if (!rowDelimiters) return rowDelimiters.failure;
     auto ignoreEmpty = boolArgOr(c, 3, false);
     if (!ignoreEmpty) return ignoreEmpty.failure;
-    auto ignoreCase = matchModeArg(c, 4);
+    auto ignoreCase = zeroOrOneArg(c, 4);
     if (!ignoreCase) return ignoreCase.failure;
     FormulaValue pad = c.hasArg(5) ? scalarOf(c.evaluate(5)) : err(ErrorKind::notAvailable);
     if (allEmpty(*columnDelimiters) && allEmpty(*rowDelimiters)) return err(ErrorKind::invalidValue);

@@ -8,26 +8,7 @@
 namespace sumora {
 namespace {
 
-struct Case {
-    const char* formula;
-    const char* expected;
-};
-
-std::string render(const FormulaValue& v) {
-    if (!v.isArray()) return v.description();
-    std::string out;
-    for (const ValueRow& row : v.arrayRows()) {
-        if (!out.empty()) out += ';';
-        for (size_t c = 0; c < row.size(); ++c)
-            out += (c ? "," : "") + row[c].description();
-    }
-    return out;
-}
-
-void expectAll(test::TestBook& book, const std::vector<Case>& cases) {
-    for (const Case& c : cases)
-        EXPECT_EQ(render(book.evalValue(c.formula)), c.expected) << c.formula;
-}
+using test::FormulaCase;
 
 // A1:B7 mixes every kind of sort key; D1:E4 has ties; H1:K3 is wide.
 test::TestBook arrayBook() {
@@ -59,7 +40,7 @@ test::TestBook arrayBook() {
 
 TEST(ArrayFunctions, SortOrdersNumbersThenTextsThenTheRest) {
     auto book = arrayBook();
-    const std::vector<Case> cases = {
+    const std::vector<FormulaCase> cases = {
         {"=SORT(A1:B7)", "2,5;10,2;Apple,3;banana,6;pear,1;TRUE,4;,7"},
         // Descending swaps the comparison, so the unordered kinds come first.
         {"=SORT(A1:B7,1,-1)", "TRUE,4;,7;pear,1;banana,6;Apple,3;10,2;2,5"},
@@ -74,12 +55,12 @@ TEST(ArrayFunctions, SortOrdersNumbersThenTextsThenTheRest) {
         {"=SORT(A1:B7,1,2)", "#VALUE!"},
         {"=SORT(1/0)", "#DIV/0!"},
     };
-    expectAll(book, cases);
+    test::expectFormulaResults(book, cases, test::exactText);
 }
 
 TEST(ArrayFunctions, UniqueKeysRowsByTheirText) {
     auto book = arrayBook();
-    const std::vector<Case> cases = {
+    const std::vector<FormulaCase> cases = {
         {"=UNIQUE(P1:Q3)", "1,a;2,b"},
         {"=UNIQUE(P1:Q3,FALSE,TRUE)", "2,b"},
         {"=UNIQUE(P1:Q4)", "1,a;2,b;2,B"},
@@ -88,14 +69,14 @@ TEST(ArrayFunctions, UniqueKeysRowsByTheirText) {
         {"=UNIQUE(TRANSPOSE(P1:Q3),TRUE)", "1,2;a,b"},
         {"=UNIQUE(TRANSPOSE(P1:Q3),TRUE,TRUE)", "2;b"},
     };
-    expectAll(book, cases);
+    test::expectFormulaResults(book, cases, test::exactText);
     ValueRows numberAndText{{num(1)}, {txt("1")}, {txt("a")}, {txt("A")}};
-    EXPECT_EQ(render(FormulaValue::array(uniqueRows(numberAndText, false))), "1;a;A");
+    EXPECT_EQ(test::renderValue(FormulaValue::array(uniqueRows(numberAndText, false))), "1;a;A");
 }
 
 TEST(ArrayFunctions, FilterKeepsRowsOrColumnsMarkedTrue) {
     auto book = arrayBook();
-    const std::vector<Case> cases = {
+    const std::vector<FormulaCase> cases = {
         {"=FILTER(A1:B7,C1:C7)", "pear,1;Apple,3;banana,6"},
         {"=FILTER(H2:K2,H3:K3)", "x,z"},
         {"=FILTER(H1:K2,H3:K3)", "3,2;x,z"},
@@ -104,12 +85,12 @@ TEST(ArrayFunctions, FilterKeepsRowsOrColumnsMarkedTrue) {
         {"=FILTER(A1:B7,C1:C6)", "#VALUE!"},
         {"=FILTER(A1:A3,A1:A3)", "#VALUE!"}, // "pear" is no truth value
     };
-    expectAll(book, cases);
+    test::expectFormulaResults(book, cases, test::exactText);
 }
 
 TEST(ArrayFunctions, BuildingAndReshaping) {
     auto book = arrayBook();
-    const std::vector<Case> cases = {
+    const std::vector<FormulaCase> cases = {
         {"=SEQUENCE(2,3)", "1,2,3;4,5,6"},
         {"=SEQUENCE(3,1,10,-2)", "10;8;6"},
         {"=SEQUENCE(1,3,0.5)", "0.5,1.5,2.5"},
@@ -136,12 +117,12 @@ TEST(ArrayFunctions, BuildingAndReshaping) {
         {"=MAKEARRAY(2,2,LAMBDA(1))", "#VALUE!"},
         {"=MAKEARRAY(0,2,1)", "#VALUE!"},
     };
-    expectAll(book, cases);
+    test::expectFormulaResults(book, cases, test::exactText);
 }
 
 TEST(ArrayFunctions, TakingDroppingAndChoosing) {
     auto book = arrayBook();
-    const std::vector<Case> cases = {
+    const std::vector<FormulaCase> cases = {
         {"=TAKE(SEQUENCE(4,3),2)", "1,2,3;4,5,6"},
         {"=TAKE(SEQUENCE(4,3),-1,-2)", "11,12"},
         {"=TAKE(SEQUENCE(2),5)", "1;2"},
@@ -159,7 +140,7 @@ TEST(ArrayFunctions, TakingDroppingAndChoosing) {
         {"=CHOOSEROWS(SEQUENCE(3,2),0)", "#VALUE!"},
         {"=CHOOSEROWS(SEQUENCE(3,2))", "#VALUE!"},
     };
-    expectAll(book, cases);
+    test::expectFormulaResults(book, cases, test::exactText);
 }
 
 } // namespace

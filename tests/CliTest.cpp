@@ -1,5 +1,6 @@
 // The command-line front end, run as a separate process: what it prints,
-// its exit status, and that -o replaces files atomically.
+// its exit status, that -o replaces files atomically, and the commands that
+// edit through the editor.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -8,6 +9,8 @@
 #include <fstream>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include "tests/TestSupport.h"
 
 namespace {
 
@@ -19,11 +22,6 @@ struct CliRun {
     std::string err;
 };
 
-std::string slurp(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-}
-
 std::string shellQuoted(std::string_view s) {
     std::string q = "'";
     for (char c : s)
@@ -31,16 +29,8 @@ std::string shellQuoted(std::string_view s) {
     return q + "'";
 }
 
-class Cli : public ::testing::Test {
+class Cli : public sumora::test::ScratchFolderTest {
   protected:
-    void SetUp() override {
-        dir_ = fs::temp_directory_path() / ("sumora-cli-" + std::to_string(::getpid()) + "-" +
-                                            ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(dir_);
-        fs::create_directories(dir_);
-    }
-    void TearDown() override { fs::remove_all(dir_); }
-
     // Runs the CLI with `args` (already shell-quoted), after an optional shell
     // prefix such as a resource limit.
     CliRun run(const std::string& args, const std::string& prefix = "") {
@@ -56,18 +46,6 @@ class Cli : public ::testing::Test {
         fs::remove(err);
         return r;
     }
-    fs::path file(const std::string& name, std::string_view text) {
-        std::ofstream(dir_ / name, std::ios::binary) << text;
-        return dir_ / name;
-    }
-    std::vector<std::string> entries() const {
-        std::vector<std::string> names;
-        for (const auto& e : fs::directory_iterator(dir_))
-            names.push_back(e.path().filename().string());
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-    fs::path dir_;
 };
 
 TEST_F(Cli, EvalPrintsTheCellText) {
@@ -145,6 +123,47 @@ TEST_F(Cli, UsageErrorsExitNonZero) {
     EXPECT_NE(run("").status, 0);
     EXPECT_NE(run("eval").status, 0);
     EXPECT_NE(run("frobnicate").status, 0);
+}
+
+// ---- the commands that edit through the editor ----------------------------------
+
+using EditorCommandLine = Cli;
+
+TEST_F(EditorCommandLine, SortPrintsTheSortedSheet) {
+    const std::string in = shellQuoted(file("in.csv", "name,score\nb,10\na,9\nc,100\n").string());
+    CliRun r = run("sort " + in + " B --desc --header");
+    EXPECT_EQ(r.out.substr(0, 30), "name,score\nc,100\nb,10\na,9\n");
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(run("sort " + in + " 2").status, 2);
+}
+
+TEST_F(EditorCommandLine, GoalSeekAndSolvePrintTheirStatus) {
+    const std::string in = shellQuoted(file("in.csv", "1,=A1*2,=A1+C2\n,,0\n").string());
+    CliRun r = run("goalseek " + in + " B1 10 A1");
+    EXPECT_EQ(r.out, "Found solution: 5.000000\n");
+    EXPECT_EQ(r.status, 0);
+    r = run("goalseek " + in + " B1 ten A1");
+    EXPECT_EQ(r.out, "Invalid input. Use cell references like A1, B2.\n");
+    EXPECT_EQ(r.status, 2);
+
+    const fs::path out = dir_ / "out.csv";
+    r = run("solve " + in + " --objective C1 --goal max --vars A1,C2 --constraint 'A1 <= 3' " +
+            "--constraint C2\\<=4 --constraint 'C2 int' -o " + shellQuoted(out.string()));
+    EXPECT_EQ(r.out, "Solution found. Objective = 7\n");
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(slurp(out).substr(0, 6), "3,6,7,");
+    EXPECT_EQ(run("solve " + in + " --objective C1 --vars A1 --constraint 'A1 maybe 3'").status, 2);
+}
+
+using EditorSetCommand = Cli;
+
+TEST_F(EditorSetCommand, EntersEachAssignmentAndWritesTheResult) {
+    const std::string in = shellQuoted(file("in.csv", "1,2\n").string());
+    const fs::path out = dir_ / "out.csv";
+    CliRun r = run("set " + in + " 'C1==A1+B1' 'A1=1.234,5' --locale de_DE -o " + shellQuoted(out.string()));
+    ASSERT_EQ(r.status, 0);
+    EXPECT_EQ(slurp(out).substr(0, 16), "1234.5,2,1236.5,");
+    EXPECT_NE(run("set " + in + " nonsense").status, 0);
 }
 
 } // namespace

@@ -146,11 +146,7 @@ TEST(Criteria, ConditionalFunctionsFollowTheLanguage) {
     book.set("D1", "5").set("D2", "5.5").set("D3", "5.0");
     book.set("E1", "1").set("E2", "2").set("E3", "3");
     book.set("F1", "TRUE").set("F2", "true").set("F3", "FALSE");
-    struct Case {
-        const char* formula;
-        const char* expected;
-    };
-    const std::vector<Case> cases = {
+    const std::vector<test::FormulaCase> cases = {
         // The texts match but hold no number; 7 does not match.
         {"=SUMIF(A1:A3,\"abc\")", "0"},
         {"=COUNTIF(B1:B3,\"=abc\")", "1"},
@@ -171,8 +167,7 @@ TEST(Criteria, ConditionalFunctionsFollowTheLanguage) {
         {"=SUMIF(A1:A3)", "#VALUE!"},
         {"=COUNTIF(A1:A3)", "#VALUE!"},
     };
-    for (const Case& c : cases)
-        EXPECT_EQ(book.eval(c.formula), c.expected) << c.formula;
+    test::expectFormulaResults(book, cases, test::exactText);
 }
 
 TEST(Criteria, SumIfSkipsMatchesBeyondAShortSumRange) {

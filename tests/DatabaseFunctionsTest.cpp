@@ -38,11 +38,7 @@ test::TestBook databaseBook() {
 
 TEST(DatabaseFunctions, AggregateTheFieldOverMatchingRecords) {
     test::TestBook book = databaseBook();
-    struct Case {
-        const char* formula;
-        const char* expected;
-    };
-    const std::vector<Case> cases = {
+    const std::vector<test::FormulaCase> cases = {
         {"=DSUM(A1:C7,\"Sales\",E1:E2)", "50"},
         {"=DSUM(A1:C7,3,F1:G2)", "10"},
         {"=DCOUNT(A1:C7,\"Sales\",E1:E2)", "2"},
@@ -74,8 +70,7 @@ TEST(DatabaseFunctions, AggregateTheFieldOverMatchingRecords) {
         // DCOUNT without a field counts the matching records.
         {"=DCOUNT(A1:C7,\"\",E1:E2)", "3"},
     };
-    for (const Case& c : cases)
-        EXPECT_EQ(book.eval(c.formula), c.expected) << c.formula;
+    test::expectFormulaResults(book, cases, test::exactText);
 }
 
 } // namespace

@@ -16,24 +16,7 @@
 namespace sumora {
 namespace {
 
-struct Case {
-    const char* formula;
-    const char* expected;
-};
-
-// Numbers agree to nine significant digits (the oracle prints fifteen);
-// anything else must be equal.
-void expectResult(test::TestBook& book, const Case& c) {
-    SCOPED_TRACE(c.formula);
-    std::string actual = book.eval(c.formula);
-    auto want = parseStrictNumber(c.expected);
-    auto got = parseStrictNumber(actual);
-    if (!want || !got) {
-        EXPECT_EQ(actual, c.expected);
-        return;
-    }
-    EXPECT_NEAR(*got, *want, std::max(1e-300, std::fabs(*want) * 1e-9)) << actual;
-}
+using test::FormulaCase;
 
 // C1:C3 hold holidays (15 January 2024 twice, 19 February 2024).
 test::TestBook holidayBook() {
@@ -45,7 +28,7 @@ test::TestBook holidayBook() {
 // Where a row departs from the oracle, the comment gives the oracle's answer.
 TEST(DateFunctions, AgreeWithSpreadsheetOracle) {
     test::TestBook book = holidayBook();
-    const std::vector<Case> cases = {
+    const std::vector<FormulaCase> cases = {
         {"=DATE(2024,1,15)", "45306"},
         {"=DATE(2024,14,1)", "45689"},
         {"=DATE(2024,0,1)", "45261"},
@@ -273,8 +256,7 @@ TEST(DateFunctions, AgreeWithSpreadsheetOracle) {
         {"=TIMEVALUE(\"25:00\")", "#VALUE!"}, // oracle: 0.0416666666666667 (hours run to 23 here)
         {"=TIMEVALUE(\"noon\")", "#VALUE!"},  // oracle: Err:502
     };
-    for (const Case& c : cases)
-        expectResult(book, c);
+    test::expectFormulaResults(book, cases);
 }
 
 TEST(DateFunctions, SerialsRunWithoutGapThroughFebruary1900) {

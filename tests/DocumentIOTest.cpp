@@ -12,6 +12,7 @@
 
 #include "engine/Log.h"
 #include "formats/FileErrors.h"
+#include "tests/TestSupport.h"
 
 namespace sumora {
 namespace {
@@ -146,34 +147,7 @@ TEST(FileTypes, ExtensionsMapToTypesAndContentTypes) {
     EXPECT_EQ(contentTypeForPath("x"), kDataContentType);
 }
 
-class TempDir : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        dir_ = fs::temp_directory_path() / ("sumora-io-" + std::to_string(::getpid()) + "-" +
-                                            ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(dir_);
-        fs::create_directories(dir_);
-    }
-    void TearDown() override { fs::remove_all(dir_); }
-
-    static std::string slurp(const fs::path& p) {
-        std::ifstream in(p, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), {});
-    }
-    static void write(const fs::path& p, std::string_view text) {
-        std::ofstream(p, std::ios::binary) << text;
-    }
-    std::vector<std::string> entries() const {
-        std::vector<std::string> names;
-        for (const auto& e : fs::directory_iterator(dir_))
-            names.push_back(e.path().filename().string());
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-    fs::path dir_;
-};
-
-using FileOpen = TempDir;
+using FileOpen = test::ScratchFolderTest;
 
 TEST_F(FileOpen, MissingFileIsANoSuchFileError) {
     try {
@@ -196,17 +170,17 @@ TEST_F(FileOpen, DirectoryHasNoContents) {
 }
 
 TEST_F(FileOpen, ReadsByExtension) {
-    write(dir_ / "in.csv", "1,2\n");
+    file("in.csv", "1,2\n");
     EXPECT_EQ(openDocumentFile(dir_ / "in.csv").sheets[0].cell(0, 1).value(), "2");
 }
 
-using AtomicSave = TempDir;
+using AtomicSave = test::ScratchFolderTest;
 
 TEST_F(AtomicSave, WritesTheFileAndLeavesNoTemporary) {
     SumoraDocument doc;
     doc.sheets[0].setGridSize(1, 2);
     doc.sheets[0].cellForWriting(0, 0).setValue("a");
-    write(dir_ / "out.csv", "previous\n");
+    file("out.csv", "previous\n");
     saveDocumentFile(doc, dir_ / "out.csv");
     EXPECT_EQ(slurp(dir_ / "out.csv"), "a,\n");
     EXPECT_EQ(entries(), std::vector<std::string>{"out.csv"});
@@ -216,7 +190,7 @@ TEST_F(AtomicSave, WritesTheFileAndLeavesNoTemporary) {
 }
 
 TEST_F(AtomicSave, FailedWriteKeepsThePreviousFile) {
-    write(dir_ / "out.csv", "previous\n");
+    file("out.csv", "previous\n");
     // Limit file sizes so that writing the temporary fails part-way (this
     // holds even for root, whom permissions would not stop).
     auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);

@@ -3,39 +3,15 @@
 // text paste, structure commands, merging, statistics and decimals.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <unistd.h>
-
 #include "document/ColumnLetters.h"
 #include "editing/SumoraEditorView.h"
 #include "engine/Log.h"
+#include "tests/TestSupport.h"
 
 namespace sumora {
 namespace {
 
-class EditorCellEntry : public ::testing::Test {
-  protected:
-    SumoraDocument doc;
-    SumoraEditorView editor{doc};
-
-    static CellPosition at(std::string_view address) {
-        auto p = parseCellAddress(address);
-        return {p->col, p->row};
-    }
-    void type(std::string_view address, std::string_view text) { editor.setCellValue(at(address), text); }
-    const Cell& cell(std::string_view address, size_t sheet = 0) {
-        auto p = at(address);
-        return doc.sheets[sheet].cell(p.row, p.col);
-    }
-    std::string shown(std::string_view address) { return std::string(cell(address).displayValue()); }
-    void select(std::string_view from, std::string_view to) {
-        auto a = at(from), b = at(to);
-        editor.selection = SelectionRange{a.col, a.row, b.col, b.row};
-    }
-    UndoManager& undo() { return *editor.undoManager; }
-};
+using EditorCellEntry = test::EditorTest;
 
 TEST_F(EditorCellEntry, TypedTextIsClassifiedAndNormalisedPerLocale) {
     const struct {
@@ -400,25 +376,6 @@ TEST_F(EditorCellEntry, FunctionPanelStoresItsFormulaThroughEntry) {
     EXPECT_EQ(shown("C7"), "1");
     EXPECT_TRUE(log.contains("[Sumora] commitFunctionArgs: formula==IF(A1>0,1), target=C7, argCount=2"));
     EXPECT_EQ(undo().undoActionName(), "Typing");
-}
-
-TEST(EditorSetCommand, EntersEachAssignmentAndWritesTheResult) {
-    namespace fs = std::filesystem;
-    const fs::path dir = fs::temp_directory_path() / ("sumora-set-" + std::to_string(::getpid()));
-    fs::create_directories(dir);
-    std::ofstream(dir / "in.csv") << "1,2\n";
-    const std::string command = std::string("'") + SUMORA_CLI_PATH + "' set '" + (dir / "in.csv").string() +
-                                "' 'C1==A1+B1' 'A1=1.234,5' --locale de_DE -o '" +
-                                (dir / "out.csv").string() + "' 2>/dev/null";
-    ASSERT_EQ(std::system(command.c_str()), 0);
-    std::ifstream in(dir / "out.csv");
-    std::string text((std::istreambuf_iterator<char>(in)), {});
-    EXPECT_EQ(text.substr(0, 16), "1234.5,2,1236.5,");
-    EXPECT_NE(std::system(("'" + std::string(SUMORA_CLI_PATH) + "' set '" + (dir / "in.csv").string() +
-                           "' nonsense 2>/dev/null")
-                              .c_str()),
-              0);
-    fs::remove_all(dir);
 }
 
 } // namespace

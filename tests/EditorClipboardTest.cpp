@@ -4,41 +4,26 @@
 
 #include "document/ColumnLetters.h"
 #include "editing/SumoraEditorView.h"
+#include "tests/TestSupport.h"
 
 namespace sumora {
 namespace {
 
-class EditorClipboard : public ::testing::Test {
+class EditorClipboard : public test::EditorTest {
   protected:
-    SumoraDocument doc;
-    SumoraEditorView editor{doc};
-
-    static CellPosition at(std::string_view address) {
-        auto p = parseCellAddress(address);
-        return {p->col, p->row};
-    }
-    void type(std::string_view address, std::string_view text) { editor.setCellValue(at(address), text); }
-    const Cell& cell(std::string_view address, size_t sheet = 0) {
-        auto p = at(address);
-        return doc.sheets[sheet].cell(p.row, p.col);
-    }
-    std::string shown(std::string_view address, size_t sheet = 0) {
-        return std::string(cell(address, sheet).displayValue());
-    }
     std::optional<std::string> formula(std::string_view address, size_t sheet = 0) {
         auto f = cell(address, sheet).formula();
         return f ? std::optional<std::string>(*f) : std::nullopt;
     }
+    // Selects the block and makes `from` the active cell.
     void select(std::string_view from, std::string_view to) {
-        auto a = at(from), b = at(to);
-        editor.selection = SelectionRange{a.col, a.row, b.col, b.row};
-        editor.activeCell = a;
+        EditorTest::select(from, to);
+        editor.activeCell = at(from);
     }
     void bold(std::string_view address) {
         auto p = at(address);
         doc.sheets[0].cellForWriting(p.row, p.col).updateFormat([](CellFormat& f) { f.isBold = true; });
     }
-    UndoManager& undo() { return *editor.undoManager; }
 };
 
 TEST_F(EditorClipboard, PasteAdjustsReferencesAndCarriesFormats) {

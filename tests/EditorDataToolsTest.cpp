@@ -5,28 +5,20 @@
 #include "document/ColumnLetters.h"
 #include "editing/SumoraEditorView.h"
 #include "engine/Log.h"
+#include "tests/TestSupport.h"
 
 namespace sumora {
 namespace {
 
-class DataTools : public ::testing::Test {
+class DataTools : public test::EditorTest {
   protected:
     void SetUp() override { Log::setEnabled(false); }
     void TearDown() override { Log::setEnabled(true); }
 
-    CellPosition at(std::string_view address) {
-        auto p = parseCellAddress(address);
-        return {p->col, p->row};
-    }
-    void type(std::string_view address, std::string_view text) { editor.setCellValue(at(address), text); }
     // Types one column's texts from row 1 down.
     void column(std::string_view letters, const std::vector<std::string>& texts) {
         for (size_t i = 0; i < texts.size(); ++i)
             type(std::string(letters) + std::to_string(i + 1), texts[i]);
-    }
-    std::string shown(std::string_view address) {
-        auto p = parseCellAddress(address);
-        return std::string(sheet().cell(p->row, p->col).displayValue());
     }
     std::vector<std::string> shownColumn(std::string_view letters, size_t rows) {
         std::vector<std::string> out;
@@ -41,9 +33,6 @@ class DataTools : public ::testing::Test {
         return out;
     }
     Sheet& sheet() { return doc.sheets[0]; }
-
-    SumoraDocument doc;
-    SumoraEditorView editor{doc};
 };
 
 using Texts = std::vector<std::string>;

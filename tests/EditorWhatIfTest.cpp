@@ -3,34 +3,21 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "document/ColumnLetters.h"
 #include "editing/SumoraEditorView.h"
 #include "engine/FormulaValue.h"
 #include "engine/Log.h"
+#include "tests/TestSupport.h"
 
 namespace sumora {
 namespace {
 
-class WhatIf : public ::testing::Test {
+class WhatIf : public test::EditorTest {
   protected:
     void SetUp() override { Log::setEnabled(false); }
     void TearDown() override { Log::setEnabled(true); }
 
-    void type(std::string_view address, std::string_view text) {
-        auto p = parseCellAddress(address);
-        editor.setCellValue({p->col, p->row}, text);
-    }
-    const Cell& cell(std::string_view address) {
-        auto p = parseCellAddress(address);
-        return doc.sheets[0].cell(p->row, p->col);
-    }
-    std::string shown(std::string_view address) { return std::string(cell(address).displayValue()); }
     double number(std::string_view address) {
         return parseStrictNumber(cell(address).displayValue()).value_or(-1);
     }
@@ -48,9 +35,6 @@ class WhatIf : public ::testing::Test {
         c.value = std::move(value);
         editor.solverConstraints.push_back(std::move(c));
     }
-
-    SumoraDocument doc;
-    SumoraEditorView editor{doc};
 };
 
 // ---- goal seek -------------------------------------------------------------------
@@ -262,71 +246,6 @@ TEST_F(WhatIf, SavingAnEditedScenarioReplacesItInPlace) {
     EXPECT_EQ(doc.scenarios[0].id, *editor.editingScenarioId);
     EXPECT_EQ(doc.scenarios[0].changingCells.at("A1"), "2");
     EXPECT_EQ(doc.scenarios[1].name, "Second");
-}
-
-// ---- command line ----------------------------------------------------------------------
-
-// The editing commands of sumora-cli, run as a process: standard output and
-// exit status.
-class EditorCommandLine : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        dir_ = std::filesystem::temp_directory_path() / ("sumora-editor-cli-" + std::to_string(::getpid()));
-        std::filesystem::create_directories(dir_);
-    }
-    void TearDown() override { std::filesystem::remove_all(dir_); }
-
-    std::string file(const std::string& name, const std::string& text) {
-        std::ofstream(dir_ / name, std::ios::binary) << text;
-        return (dir_ / name).string();
-    }
-    // Arguments are passed to the shell as written (quote where needed).
-    std::string run(const std::string& args, int& status) {
-        std::string command = std::string(SUMORA_CLI_PATH) + " " + args + " 2>/dev/null";
-        FILE* pipe = ::popen(command.c_str(), "r");
-        std::string out;
-        char buffer[4096];
-        for (size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
-            out.append(buffer, n);
-        int raw = ::pclose(pipe);
-        status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-        return out;
-    }
-
-    std::filesystem::path dir_;
-};
-
-TEST_F(EditorCommandLine, SortPrintsTheSortedSheet) {
-    std::string in = file("in.csv", "name,score\nb,10\na,9\nc,100\n");
-    int status = -1;
-    EXPECT_EQ(run("sort " + in + " B --desc --header", status).substr(0, 30),
-              "name,score\nc,100\nb,10\na,9\n");
-    EXPECT_EQ(status, 0);
-    run("sort " + in + " 2", status);
-    EXPECT_EQ(status, 2);
-}
-
-TEST_F(EditorCommandLine, GoalSeekAndSolvePrintTheirStatus) {
-    std::string in = file("in.csv", "1,=A1*2,=A1+C2\n,,0\n");
-    int status = -1;
-    EXPECT_EQ(run("goalseek " + in + " B1 10 A1", status), "Found solution: 5.000000\n");
-    EXPECT_EQ(status, 0);
-    EXPECT_EQ(run("goalseek " + in + " B1 ten A1", status),
-              "Invalid input. Use cell references like A1, B2.\n");
-    EXPECT_EQ(status, 2);
-
-    std::string out = (dir_ / "out.csv").string();
-    EXPECT_EQ(run("solve " + in + " --objective C1 --goal max --vars A1,C2 --constraint 'A1 <= 3' " +
-                      "--constraint C2\\<=4 --constraint 'C2 int' -o " + out,
-                  status),
-              "Solution found. Objective = 7\n");
-    EXPECT_EQ(status, 0);
-    std::ifstream written(out);
-    std::string firstLine;
-    std::getline(written, firstLine);
-    EXPECT_EQ(firstLine.substr(0, 6), "3,6,7,");
-    run("solve " + in + " --objective C1 --vars A1 --constraint 'A1 maybe 3'", status);
-    EXPECT_EQ(status, 2);
 }
 
 } // namespace

@@ -11,24 +11,7 @@
 namespace sumora {
 namespace {
 
-struct Case {
-    const char* formula;
-    const char* expected;
-};
-
-// Numbers agree to nine significant digits (the oracle prints fifteen);
-// anything else must be equal.
-void expectResult(test::TestBook& book, const Case& c) {
-    SCOPED_TRACE(c.formula);
-    std::string actual = book.eval(c.formula);
-    auto want = parseStrictNumber(c.expected);
-    auto got = parseStrictNumber(actual);
-    if (!want || !got) {
-        EXPECT_EQ(actual, c.expected);
-        return;
-    }
-    EXPECT_NEAR(*got, *want, std::max(1e-300, std::fabs(*want) * 1e-9)) << actual;
-}
+using test::FormulaCase;
 
 // A1:A5 an investment's cash flows on the dates in B1:B5 (1 January 2024 to
 // 1 April 2025), D1:D3 flows without an outlay, E1:E2 a loss.
@@ -48,7 +31,7 @@ test::TestBook cashFlowBook() {
 // Where a row departs from the oracle, the comment gives the oracle's answer.
 TEST(FinancialFunctions, AgreeWithSpreadsheetOracle) {
     test::TestBook book = cashFlowBook();
-    const std::vector<Case> cases = {
+    const std::vector<FormulaCase> cases = {
         {"=PV(0.05/12,60,-500)", "26495.3531619636"},
         {"=PV(0.08,10,-1000,0,1)", "7246.88791085676"},
         {"=PV(0,10,-100,-500)", "1500"},
@@ -135,8 +118,7 @@ TEST(FinancialFunctions, AgreeWithSpreadsheetOracle) {
         {"=SLN(30000,7500,10)", "2250"},
         {"=SLN(30000,7500,0)", "#DIV/0!"},
     };
-    for (const Case& c : cases)
-        expectResult(book, c);
+    test::expectFormulaResults(book, cases);
 }
 
 double number(test::TestBook& book, const std::string& formula) {

@@ -11,14 +11,8 @@ namespace {
 
 using test::TestBook;
 
-struct Case {
-    const char* formula;
-    const char* result;
-};
-
-void check(TestBook& book, std::initializer_list<Case> cases, size_t sheet = 0) {
-    for (const auto& c : cases)
-        EXPECT_EQ(book.eval(c.formula, sheet), c.result) << "formula: " << c.formula;
+void check(TestBook& book, const std::vector<test::FormulaCase>& cases) {
+    test::expectFormulaResults(book, cases, test::exactText);
 }
 
 TEST(FormulaEvaluator, Arithmetic) {
@@ -154,7 +148,8 @@ TEST(FormulaEvaluator, ReferencesOutsideTheGridOrToMissingSheetsAreRefErrors) {
                     {"=Data!A501", "#REF!"},
                     {"=Sheet9!A1&\"x\"", "#REF!"},
                 });
-    check(book, {{"=B2", "42"}, {"='Sheet 1'!A1&\"x\"", "x"}}, 1);
+    EXPECT_EQ(book.eval("=B2", 1), "42");
+    EXPECT_EQ(book.eval("='Sheet 1'!A1&\"x\"", 1), "x");
 }
 
 TEST(FormulaEvaluator, WorkbookNamesReadTheirCell) {

@@ -10,11 +10,6 @@ namespace {
 
 using test::TestBook;
 
-struct Case {
-    const char* formula;
-    const char* result;
-};
-
 // A1 "a", A2 empty, A4 "12", A5 "TRUE", A6 "hello", A7 "#DIV/0!" (an error
 // text as a stored result reads back), B1 a formula.
 TestBook sampleBook() {
@@ -24,10 +19,9 @@ TestBook sampleBook() {
     return book;
 }
 
-void check(std::initializer_list<Case> cases) {
+void check(const std::vector<test::FormulaCase>& cases) {
     TestBook book = sampleBook();
-    for (const auto& c : cases)
-        EXPECT_EQ(book.eval(c.formula), c.result) << "formula: " << c.formula;
+    test::expectFormulaResults(book, cases, test::exactText);
 }
 
 TEST(InfoFunctions, KindTests) {

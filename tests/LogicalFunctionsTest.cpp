@@ -13,11 +13,6 @@ namespace {
 
 using test::TestBook;
 
-struct Case {
-    const char* formula;
-    const char* result;
-};
-
 // A1 "a", A2 empty, A3 "b", A4 "12", A5 "TRUE", A6 "hello", A8 "FALSE",
 // A9 "0", A10 "x y"; B1:B4 1, 2, 3, "abc".
 TestBook sampleBook() {
@@ -28,10 +23,9 @@ TestBook sampleBook() {
     return book;
 }
 
-void check(std::initializer_list<Case> cases) {
+void check(const std::vector<test::FormulaCase>& cases) {
     TestBook book = sampleBook();
-    for (const auto& c : cases)
-        EXPECT_EQ(book.eval(c.formula), c.result) << "formula: " << c.formula;
+    test::expectFormulaResults(book, cases, test::exactText);
 }
 
 // Records the addresses of the cells evaluation reads.

@@ -9,21 +9,7 @@
 namespace sumora {
 namespace {
 
-struct Case {
-    const char* formula;
-    const char* expected;
-};
-
-std::string render(const FormulaValue& v) {
-    if (!v.isArray()) return v.description();
-    std::string out;
-    for (const ValueRow& row : v.arrayRows()) {
-        if (!out.empty()) out += ';';
-        for (size_t c = 0; c < row.size(); ++c)
-            out += (c ? "," : "") + row[c].description();
-    }
-    return out;
-}
+using test::FormulaCase;
 
 // The workbook every table below reads.
 test::TestBook lookupBook() {
@@ -57,14 +43,9 @@ test::TestBook lookupBook() {
     return b;
 }
 
-void expectAll(test::TestBook& book, const std::vector<Case>& cases) {
-    for (const Case& c : cases)
-        EXPECT_EQ(render(book.evalValue(c.formula)), c.expected) << c.formula;
-}
-
 TEST(LookupFunctions, VerticalAndHorizontalLookupsAgreeWithOracle) {
     auto book = lookupBook();
-    const std::vector<Case> cases = {
+    const std::vector<FormulaCase> cases = {
         {"=VLOOKUP(4,A1:C5,2)", "three"},
         {"=VLOOKUP(4,A1:C5,2,TRUE)", "three"},
         {"=VLOOKUP(0,A1:C5,2)", "#N/A"},
@@ -93,12 +74,12 @@ TEST(LookupFunctions, VerticalAndHorizontalLookupsAgreeWithOracle) {
         {"=HLOOKUP(\"C\",H2:L3,2,FALSE)", "3"},
         {"=HLOOKUP(60,H1:L3,3)", "5"},
     };
-    expectAll(book, cases);
+    test::expectFormulaResults(book, cases, test::exactText);
 }
 
 TEST(LookupFunctions, MatchAndLookupAgreeWithOracle) {
     auto book = lookupBook();
-    const std::vector<Case> cases = {
+    const std::vector<FormulaCase> cases = {
         {"=MATCH(5,A1:A5)", "3"},
         {"=MATCH(6,A1:A5)", "3"},
         {"=MATCH(6,A1:A5,1)", "3"},
@@ -127,12 +108,12 @@ TEST(LookupFunctions, MatchAndLookupAgreeWithOracle) {
         {"=LOOKUP(100,A1:A5,B1:B5)", "nine"},
         {"=LOOKUP(5,A1:A5,H3:L3)", "3"},
     };
-    expectAll(book, cases);
+    test::expectFormulaResults(book, cases, test::exactText);
 }
 
 TEST(LookupFunctions, ReferenceFunctionsAgreeWithOracle) {
     auto book = lookupBook();
-    const std::vector<Case> cases = {
+    const std::vector<FormulaCase> cases = {
         {"=INDEX(A1:C5,2,3)", "300"},
         {"=INDEX(A1:C5,5,1)", "9"},
         {"=INDEX(A1:C5,6,1)", "#REF!"}, // LibreOffice: Err:502
@@ -199,12 +180,12 @@ TEST(LookupFunctions, ReferenceFunctionsAgreeWithOracle) {
         {"=ADDRESS(2,3,5)", "#VALUE!"}, // LibreOffice: $C$2
         {"=ADDRESS(1,16384)", "$XFD$1"},
     };
-    expectAll(book, cases);
+    test::expectFormulaResults(book, cases, test::exactText);
 }
 
 TEST(LookupFunctions, ReferencesComposeAndFailAsReferences) {
     auto book = lookupBook();
-    const std::vector<Case> cases = {
+    const std::vector<FormulaCase> cases = {
         {"=INDIRECT(ADDRESS(3,2,1,TRUE,\"My Sheet\"))", ""},
         {"=INDIRECT(ADDRESS(2,2,1,TRUE,\"My Sheet\"))", "forty"},
         {"=OFFSET(INDIRECT(\"A1\"),1,2)", "300"},
@@ -223,12 +204,12 @@ TEST(LookupFunctions, ReferencesComposeAndFailAsReferences) {
         {"=VLOOKUP(5,OFFSET(A1,0,0,5,3),3,FALSE)", "500"},
         {"=VLOOKUP(5,Nope!A1:C5,3,FALSE)", "#REF!"},
     };
-    expectAll(book, cases);
+    test::expectFormulaResults(book, cases, test::exactText);
 }
 
 TEST(LookupFunctions, XLookupModes) {
     auto book = lookupBook();
-    const std::vector<Case> cases = {
+    const std::vector<FormulaCase> cases = {
         {"=XLOOKUP(5,A1:A5,B1:B5)", "five"},
         {"=XLOOKUP(4,A1:A5,B1:B5)", "#N/A"},
         {"=XLOOKUP(4,A1:A5,B1:B5,\"none\")", "none"},
@@ -264,7 +245,7 @@ TEST(LookupFunctions, XLookupModes) {
         {"=XMATCH(6,A1:A5,0,2)", "#N/A"},
         {"=XMATCH(7,A1:A5,0,2)", "4"},
     };
-    expectAll(book, cases);
+    test::expectFormulaResults(book, cases, test::exactText);
 }
 
 TEST(LookupFunctions, XLookupReportsItsArgumentCount) {

@@ -2,7 +2,6 @@
 // spreadsheet (LibreOffice Calc 7.4), and the conditional aggregates.
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <string>
 #include <vector>
 
@@ -11,24 +10,7 @@
 namespace sumora {
 namespace {
 
-struct Case {
-    const char* formula;
-    const char* expected;
-};
-
-// Numbers agree to nine significant digits (the oracle prints fifteen and
-// numerical methods differ in the last ones); anything else must be equal.
-void expectResult(test::TestBook& book, const Case& c) {
-    SCOPED_TRACE(c.formula);
-    std::string actual = book.eval(c.formula);
-    auto want = parseStrictNumber(c.expected);
-    auto got = parseStrictNumber(actual);
-    if (!want || !got) {
-        EXPECT_EQ(actual, c.expected);
-        return;
-    }
-    EXPECT_NEAR(*got, *want, std::max(1e-300, std::fabs(*want) * 1e-9)) << actual;
-}
+using test::FormulaCase;
 
 // A2:A10 spread with a repeated 4, paired x/y columns, a column mixing
 // numbers, text, a boolean and an empty cell, bins, positives and text.
@@ -55,7 +37,7 @@ test::TestBook statisticsBook() {
 // decimal digits.
 TEST(StatisticalFunctions, AgreeWithSpreadsheetOracle) {
     test::TestBook book = statisticsBook();
-    const std::vector<Case> cases = {
+    const std::vector<FormulaCase> cases = {
         {"=AVERAGE(A1:A10)", "5.4"},
         {"=AVERAGE(D1:D6)", "3.3333333333333335"}, // oracle: 2.75 (its TRUE is a number)
         {"=AVERAGE(A1:A3,10)", "5"},
@@ -204,8 +186,7 @@ TEST(StatisticalFunctions, AgreeWithSpreadsheetOracle) {
         {"=RANK.EQ(4,A1:A10)", "6"},
         {"=MODE.SNGL(A1:A10)", "4"},
     };
-    for (const Case& c : cases)
-        expectResult(book, c);
+    test::expectFormulaResults(book, cases);
 }
 
 // Region, item, quantity (one is text), price (one is empty).
@@ -226,7 +207,7 @@ test::TestBook salesBook() {
 
 TEST(StatisticalFunctions, ConditionalAggregatesPairValuesByPosition) {
     test::TestBook book = salesBook();
-    const std::vector<Case> cases = {
+    const std::vector<FormulaCase> cases = {
         {"=SUMIFS(C1:C6,A1:A6,\"east\",B1:B6,\"Pen\")", "10"},
         {"=SUMIFS(C1:C6,A1:A6,\"<>East\")", "70"},
         {"=SUMIFS(C1:C3,A1:A6,\"east\")", "50"},
@@ -251,8 +232,7 @@ TEST(StatisticalFunctions, ConditionalAggregatesPairValuesByPosition) {
         {"=MAXIFS(C1:C6,A1:A6,\"south\")", "0"},
         {"=MINIFS(C1:C6,A1:A6,\"south\")", "0"},
     };
-    for (const Case& c : cases)
-        expectResult(book, c);
+    test::expectFormulaResults(book, cases);
 }
 
 // Far out in the parameters the oracle itself drifts (by up to 1e-7); these
@@ -260,7 +240,7 @@ TEST(StatisticalFunctions, ConditionalAggregatesPairValuesByPosition) {
 // large log-gammas misses several of them by 1e-7 or more.
 TEST(StatisticalFunctions, DistributionsStayAccurateForHugeParameters) {
     test::TestBook book;
-    const std::vector<Case> cases = {
+    const std::vector<FormulaCase> cases = {
         {"=T.DIST(1,1000000000,TRUE)", "0.84134474594755759"},
         {"=T.DIST(1,1000000,TRUE)", "0.84134462508321094"},
         {"=T.DIST(2.5,100000,TRUE)", "0.99378954040372048"},
@@ -270,7 +250,7 @@ TEST(StatisticalFunctions, DistributionsStayAccurateForHugeParameters) {
         {"=BINOM.DIST(500000000,1000000000,0.5,FALSE)", "0.000025231325213893769"},
         {"=BINOM.DIST(500000000,1000000000,0.5,TRUE)", "0.50001261566260695"},
     };
-    for (const Case& c : cases) expectResult(book, c);
+    test::expectFormulaResults(book, cases);
 }
 
 TEST(StatisticalFunctions, FrequencyIsAVerticalArrayWithOneMoreRowThanBins) {
@@ -279,12 +259,7 @@ TEST(StatisticalFunctions, FrequencyIsAVerticalArrayWithOneMoreRowThanBins) {
     // the next smaller bin, in its own position; the last row counts the rest.
     FormulaValue v = book.evalValue("=FREQUENCY(A1:A10,E1:E3)");
     ASSERT_TRUE(v.isArray());
-    std::vector<std::string> column;
-    for (const auto& row : v.arrayRows()) {
-        ASSERT_EQ(row.size(), 1u);
-        column.push_back(row.front().description());
-    }
-    EXPECT_EQ(column, (std::vector<std::string>{"6", "1", "1", "2"}));
+    EXPECT_EQ(test::renderValue(v), "6;1;1;2");
     EXPECT_EQ(book.evalValue("=FREQUENCY(A1:A10,G1:G3)").arrayRows().size(), 1u);
     EXPECT_EQ(book.eval("=FREQUENCY(A1:A10)"), "#VALUE!");
 }

@@ -1,0 +1,56 @@
+// Opening, writing and printing of workbooks, shared by the subcommands
+// (declared in CliCommands.h). Failures print the reader's or writer's own
+// message and end the command with status 1.
+#include <iostream>
+
+#include "cli/CliCommands.h"
+#include "document/SumoraDocument.h"
+#include "engine/Recalculation.h"
+#include "formats/CsvFormat.h"
+#include "formats/DocumentIO.h"
+#include "formats/FileErrors.h"
+
+namespace sumora::cli {
+
+void printFirstSheet(const SumoraDocument& document) {
+    if (document.sheets.empty()) return;
+    const Sheet& sheet = document.sheets.front();
+    auto extent = sheet.usedExtent();
+    std::string out;
+    for (int64_t r = 0; r < extent.rows; ++r) {
+        for (int64_t c = 0; c < extent.cols; ++c) {
+            if (c > 0) out += ',';
+            appendCsvField(out, sheet.cell(r, c).displayValue());
+        }
+        out += '\n';
+        if (out.size() > (1 << 20)) {
+            std::cout << out;
+            out.clear();
+        }
+    }
+    std::cout << out;
+}
+
+SumoraDocument openWorkbookForEditing(const std::string& path) {
+    SumoraDocument doc;
+    try {
+        doc = openDocumentFile(path);
+    } catch (const FileReadError& e) {
+        std::cerr << e.what() << '\n';
+        throw CLI::RuntimeError(1);
+    }
+    if (doc.sheets.empty()) doc.sheets.push_back(SumoraDocument::makeNewSheet("Sheet 1"));
+    recalculateDocument(doc);
+    return doc;
+}
+
+void saveEditedWorkbook(const SumoraDocument& document, const std::string& path) {
+    try {
+        saveDocumentFile(document, path);
+    } catch (const std::exception& e) {
+        std::cerr << e.what() << '\n';
+        throw CLI::RuntimeError(1);
+    }
+}
+
+} // namespace sumora::cli
