@@ -85,7 +85,7 @@ SumoraDocument openDocument(const std::optional<std::string>& contents, std::str
 
 std::string documentFileContents(const SumoraDocument& document, FileType type) {
     switch (type) {
-    case FileType::xlsx: return writeXlsx(document.sheets);
+    case FileType::xlsx: return writeXlsx(document);
     case FileType::ods: return writeOds(document.sheets);
     case FileType::csv: return writeCsv(document);
     }

@@ -13,5 +13,8 @@ namespace sumora {
 SumoraDocument readXlsxDocument(std::string_view bytes);
 // The package bytes of the sheets; throws FileWriteError on a failed check.
 std::string writeXlsx(const std::vector<Sheet>& sheets);
+// The same with what the workbook keeps beside its sheets (defined names,
+// workbook protection); saving a document uses this one.
+std::string writeXlsx(const SumoraDocument& document);
 
 } // namespace sumora

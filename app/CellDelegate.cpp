@@ -1,0 +1,167 @@
+#include "app/CellDelegate.h"
+
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QPainter>
+#include <QPainterPath>
+
+#include "app/CellOverlayPainters.h"
+#include "app/FormulaAutocomplete.h"
+#include "app/SheetTableModel.h"
+
+namespace sumora::app {
+
+namespace {
+
+std::vector<CellOverlayPainter>& painters() {
+    static std::vector<CellOverlayPainter> list;
+    return list;
+}
+
+constexpr int kTextPadding = 4;
+
+void drawBorders(QPainter& p, const QRect& r, const CellAppearance& a) {
+    if (!(a.borderTop || a.borderBottom || a.borderLeft || a.borderRight || a.thickBottom)) return;
+    p.save();
+    p.setPen(QPen(Qt::black, 1));
+    if (a.borderTop) p.drawLine(r.topLeft(), r.topRight());
+    if (a.borderLeft) p.drawLine(r.topLeft(), r.bottomLeft());
+    if (a.borderRight) p.drawLine(r.topRight(), r.bottomRight());
+    if (a.thickBottom) {
+        p.setPen(QPen(Qt::black, 2));
+        p.drawLine(r.left(), r.bottom(), r.right(), r.bottom());
+    } else if (a.borderBottom) {
+        p.drawLine(r.bottomLeft(), r.bottomRight());
+    }
+    p.restore();
+}
+
+void drawCommentMark(QPainter& p, const QRect& r) {
+    const int size = std::min(7, std::min(r.width(), r.height()) / 2);
+    QPainterPath triangle;
+    triangle.moveTo(r.right() - size, r.top());
+    triangle.lineTo(r.right() + 1, r.top());
+    triangle.lineTo(r.right() + 1, r.top() + size);
+    triangle.closeSubpath();
+    p.fillPath(triangle, QColor(0xE0, 0x2B, 0x2B));
+}
+
+} // namespace
+
+void registerCellOverlayPainter(CellOverlayPainter painter) {
+    painters().push_back(std::move(painter));
+}
+
+const std::vector<CellOverlayPainter>& cellOverlayPainters() {
+    return painters();
+}
+
+CellDelegate::CellDelegate(SheetTableModel& model, QObject* parent)
+    : QStyledItemDelegate(parent), model_(model) {}
+
+void CellDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
+                         const QModelIndex& index) const {
+    const CellAppearance a = model_.appearance(index);
+    const QRect r = option.rect;
+    QPainter& p = *painter;
+
+    if (a.fill.isValid()) p.fillRect(r, a.fill);
+    if (a.dataBarFraction) {
+        QRect bar = r.adjusted(1, 2, -1, -2);
+        bar.setWidth(static_cast<int>(bar.width() * std::clamp(*a.dataBarFraction, 0.0, 1.0)));
+        QColor color = a.dataBarColor;
+        color.setAlpha(170);
+        p.fillRect(bar, color);
+    }
+
+    if (!a.text.isEmpty()) {
+        p.save();
+        p.setFont(a.font);
+        p.setPen(a.textColor);
+        const QRect textRect = r.adjusted(kTextPadding, 0, -kTextPadding, 0);
+        QString text = a.text;
+        int flags = static_cast<int>(a.alignment);
+        if (a.wrap) {
+            flags |= Qt::TextWordWrap;
+        } else {
+            flags |= Qt::TextSingleLine;
+        }
+        if (!a.wrap && a.isNumber && p.fontMetrics().horizontalAdvance(text) > textRect.width()) {
+            // A number that does not fit is never cut: it shows as ###.
+            text = a.isGeneral ? fitGeneralNumber(a.number, p.fontMetrics(), textRect.width()) : QString();
+            if (text.isEmpty()) {
+                const int hashWidth = std::max(1, p.fontMetrics().horizontalAdvance(QLatin1Char('#')));
+                text = QString(std::max(1, textRect.width() / hashWidth), QLatin1Char('#'));
+            }
+        }
+        p.setClipRect(r);
+        p.drawText(textRect, flags, text);
+        p.restore();
+    }
+
+    drawBorders(p, r, a);
+    if (a.hasComment) drawCommentMark(p, r);
+    if (!painters().empty())
+        if (const Sheet* sheet = model_.sheet())
+            for (const auto& overlay : painters())
+                overlay(p, r, *sheet, index.row(), index.column());
+
+    if (option.state & QStyle::State_Selected) p.fillRect(r, QColor(0x1A, 0x73, 0xE8, 40));
+}
+
+QWidget* CellDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem&,
+                                    const QModelIndex& index) const {
+    auto* edit = new QLineEdit(parent);
+    edit->setObjectName(QStringLiteral("cellEditor"));
+    edit->setFrame(false);
+    edit->setFont(model_.appearance(index).font);
+    edit->setStyleSheet(
+        QStringLiteral("QLineEdit { border: 2px solid #1A73E8; padding: 0 2px; background: white; }"));
+    new FormulaAutocomplete(edit);
+    connect(edit, &QLineEdit::textEdited, this, &CellDelegate::editorTextChanged);
+    emit const_cast<CellDelegate*>(this)->editingStarted();
+    return edit;
+}
+
+void CellDelegate::setEditorData(QWidget* editor, const QModelIndex& index) const {
+    auto* edit = qobject_cast<QLineEdit*>(editor);
+    if (!edit) return;
+    if (pendingText_) {
+        edit->setText(*pendingText_);
+        pendingText_.reset();
+        // Type-to-edit may have started a formula: offer names at once.
+        emit edit->textEdited(edit->text());
+    } else {
+        edit->setText(model_.editText(index.row(), index.column()));
+    }
+    edit->setCursorPosition(static_cast<int>(edit->text().size()));
+}
+
+void CellDelegate::setModelData(QWidget* editor, QAbstractItemModel* model, const QModelIndex& index) const {
+    if (auto* edit = qobject_cast<QLineEdit*>(editor)) model->setData(index, edit->text(), Qt::EditRole);
+}
+
+void CellDelegate::updateEditorGeometry(QWidget* editor, const QStyleOptionViewItem& option,
+                                        const QModelIndex&) const {
+    QRect r = option.rect.adjusted(-1, -1, 1, 1);
+    r.setWidth(std::max(r.width(), 120));
+    editor->setGeometry(r);
+}
+
+bool CellDelegate::eventFilter(QObject* object, QEvent* event) {
+    // While the autocomplete popup is open, its own filter (installed before
+    // the view installed this one) takes the navigation keys.
+    if (event->type() == QEvent::KeyPress) {
+        auto* key = static_cast<QKeyEvent*>(event);
+        const bool navigation = key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter ||
+                                key->key() == Qt::Key_Tab || key->key() == Qt::Key_Escape ||
+                                key->key() == Qt::Key_Up || key->key() == Qt::Key_Down;
+        if (navigation)
+            if (auto* completion =
+                    object->findChild<FormulaAutocomplete*>(QString(), Qt::FindDirectChildrenOnly))
+                if (completion->isPopupVisible()) return false;
+    }
+    return QStyledItemDelegate::eventFilter(object, event);
+}
+
+} // namespace sumora::app

@@ -1,0 +1,43 @@
+#pragma once
+// Paints one cell from its CellAppearance (fill, data bar, text through its
+// number format, borders, comment mark) and edits it in a line edit with
+// formula autocomplete.
+#include <QStyledItemDelegate>
+#include <optional>
+
+namespace sumora::app {
+
+class SheetTableModel;
+
+class CellDelegate : public QStyledItemDelegate {
+    Q_OBJECT
+  public:
+    explicit CellDelegate(SheetTableModel& model, QObject* parent = nullptr);
+
+    void paint(QPainter* painter, const QStyleOptionViewItem& option,
+               const QModelIndex& index) const override;
+    QWidget* createEditor(QWidget* parent, const QStyleOptionViewItem& option,
+                          const QModelIndex& index) const override;
+    void setEditorData(QWidget* editor, const QModelIndex& index) const override;
+    void setModelData(QWidget* editor, QAbstractItemModel* model, const QModelIndex& index) const override;
+    void updateEditorGeometry(QWidget* editor, const QStyleOptionViewItem& option,
+                              const QModelIndex& index) const override;
+
+    // The next editor starts from this text instead of the cell's content
+    // (type-to-edit replaces what the cell held).
+    void setPendingText(std::optional<QString> text) { pendingText_ = std::move(text); }
+
+  signals:
+    // The cell editor's text while typing (the formula bar mirrors it).
+    void editorTextChanged(const QString& text);
+    void editingStarted();
+
+  protected:
+    bool eventFilter(QObject* object, QEvent* event) override;
+
+  private:
+    SheetTableModel& model_;
+    mutable std::optional<QString> pendingText_;
+};
+
+} // namespace sumora::app

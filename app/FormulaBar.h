@@ -1,0 +1,57 @@
+#pragma once
+// The bar above the grid: the active cell's address (type an address or a
+// range to go there), the Insert Function button, and the active cell's
+// formula ("=" + formula) or value, editable with formula autocomplete.
+#include <QWidget>
+
+class QLineEdit;
+class QToolButton;
+
+namespace sumora {
+class SumoraEditorView;
+}
+
+namespace sumora::app {
+
+class FormulaAutocomplete;
+
+class FormulaBar : public QWidget {
+    Q_OBJECT
+  public:
+    explicit FormulaBar(SumoraEditorView& editor, QWidget* parent = nullptr);
+
+    // Shows the active cell again (after a move or a command).
+    void refresh();
+    // Mirrors the text being typed in the cell editor.
+    void showEditorText(const QString& text);
+
+    QLineEdit* addressField() const { return address_; }
+    QLineEdit* formulaField() const { return formula_; }
+    QToolButton* functionButton() const { return function_; }
+    FormulaAutocomplete* autocomplete() const { return autocomplete_; }
+
+  signals:
+    // The formula field's text was entered into the active cell.
+    void committed();
+    // Escape in the formula field: the grid takes the focus back.
+    void cancelled();
+    void insertFunctionRequested();
+    // The address field named a cell or a block (zero-based, inclusive).
+    void rangeEntered(int top, int left, int bottom, int right);
+    void editingChanged(bool editing);
+
+  protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+  private:
+    void commit();
+    void goToAddress();
+
+    SumoraEditorView& editor_;
+    QLineEdit* address_;
+    QToolButton* function_;
+    QLineEdit* formula_;
+    FormulaAutocomplete* autocomplete_;
+};
+
+} // namespace sumora::app

@@ -1,0 +1,21 @@
+#pragma once
+// Where keyboard movement lands on a sheet. Kept free of the toolkit so the
+// rules are easy to test.
+#include <cstdint>
+
+#include "document/Sheet.h"
+
+namespace sumora::app {
+
+struct GridPoint {
+    int64_t row = 0;
+    int64_t col = 0;
+    bool operator==(const GridPoint&) const = default;
+};
+
+// Ctrl+arrow: from a cell with content whose neighbour has content, to the
+// last cell of that run; otherwise to the next cell with content, or to the
+// edge of the grid when there is none. `dRow`/`dCol` is one unit step.
+GridPoint dataEdge(const Sheet& sheet, GridPoint from, int dRow, int dCol);
+
+} // namespace sumora::app

@@ -1,0 +1,138 @@
+#pragma once
+// One document window: it owns the document, its editor and undo manager,
+// and lays out the format bar, formula bar, grid, sheet tabs, the Insert
+// Function panel and the status bar. Every command goes through the editor;
+// afterwards the window re-reads the document into its views.
+//
+// Implementation files: MainWindow.cpp (layout, refresh, settings),
+// MainWindowMenus.cpp (menus and shortcuts), MainWindowFiles.cpp (open,
+// save, close, drag and drop).
+#include <QMainWindow>
+#include <memory>
+#include <optional>
+
+#include "app/DocumentContext.h"
+#include "app/SystemClipboard.h"
+#include "document/SumoraDocument.h"
+#include "editing/UndoManager.h"
+#include "formats/DocumentIO.h"
+
+class QAction;
+class QDockWidget;
+class QLabel;
+class QMenu;
+
+namespace sumora::app {
+
+class Autosaver;
+class FormatBar;
+class FormulaBar;
+class InsertFunctionPanel;
+class SheetGridView;
+class SheetTabBar;
+class SheetTableModel;
+
+class MainWindow : public QMainWindow, public DocumentContext {
+    Q_OBJECT
+  public:
+    // A window over `document`; `untitledName` names a document without a file.
+    explicit MainWindow(SumoraDocument document = SumoraDocument(), const QString& untitledName = QString());
+    ~MainWindow() override;
+
+    // ---- DocumentContext ----------------------------------------------------
+    SumoraEditorView& editor() override { return *editor_; }
+    QWidget* window() override { return this; }
+    QWidget* gridViewport() override;
+    void documentChanged() override;
+    void markEdited() override;
+    QString documentTitle() const override;
+
+    SumoraDocument& document() { return *document_; }
+    UndoManager& undoManager() { return undo_; }
+    SheetTableModel* sheetModel() const { return model_; }
+    SheetGridView* grid() const { return grid_; }
+    FormulaBar* formulaBar() const { return formulaBar_; }
+    FormatBar* formatBar() const { return formatBar_; }
+    SheetTabBar* sheetTabs() const { return tabs_; }
+    InsertFunctionPanel* insertFunctionPanel() const { return functionPanel_; }
+    QDockWidget* insertFunctionDock() const { return functionDock_; }
+    QLabel* statusLabel() const { return status_; }
+    Autosaver* autosaver() const { return autosaver_; }
+    // The action with this object name (menus are built by name: "undo", "bold" …).
+    QAction* action(const QString& name) const;
+
+    // ---- files (MainWindowFiles.cpp) ---------------------------------------
+    const QString& filePath() const { return filePath_; }
+    bool isEdited() const { return edited_; }
+    // Whether the window still shows the untouched blank document it opened with.
+    bool isPristine() const { return filePath_.isEmpty() && !edited_; }
+    // Reads a file into this window (on a worker thread); alerts and returns
+    // false when the reader fails.
+    bool loadFile(const QString& path);
+    // Shows a recovered copy as unsaved work under `name`.
+    bool loadRecovered(const QString& recoveryPath, const QString& name);
+    bool save();
+    bool saveAs();
+    // Writes the document to `path` as `type` (on a worker thread).
+    bool saveTo(const QString& path, FileType type);
+
+    // ---- commands used by menus and tests ----------------------------------
+    void undo();
+    void redo();
+    void setZoomPercent(int percent);
+    void showInsertFunction();
+
+  protected:
+    void closeEvent(QCloseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
+  private:
+    void buildLayout();
+    void buildMenus();
+    void buildFileMenu();
+    void buildEditMenu();
+    void buildInsertMenu();
+    void buildFormatMenu();
+    void buildDataMenu();
+    void buildViewMenu();
+    QAction* addCommand(QMenu* menu, const QString& name, const QString& text, const QKeySequence& shortcut,
+                        std::function<void()> command);
+    // Runs an editor command from a menu and refreshes the views.
+    void runCommand(const std::function<void()>& command, bool structural = false);
+    void connectSettings();
+    void applySetting(const QString& key);
+    void updateTitle();
+    void updateStatus();
+    void updateUndoActions();
+    void setToolbarFaded(bool faded);
+    void freezePanes(int rows, int columns);
+    // Re-applies sizes, merges and hidden rows when any of them changed.
+    void applyLayoutIfChanged();
+    void sheetSwitched();
+    void replaceDocument(SumoraDocument document);
+
+    std::unique_ptr<SumoraDocument> document_;
+    UndoManager undo_;
+    SystemClipboard clipboard_;
+    std::unique_ptr<SumoraEditorView> editor_;
+
+    SheetTableModel* model_ = nullptr;
+    SheetGridView* grid_ = nullptr;
+    FormulaBar* formulaBar_ = nullptr;
+    FormatBar* formatBar_ = nullptr;
+    SheetTabBar* tabs_ = nullptr;
+    InsertFunctionPanel* functionPanel_ = nullptr;
+    QDockWidget* functionDock_ = nullptr;
+    QLabel* status_ = nullptr;
+    QLabel* zoomLabel_ = nullptr;
+    Autosaver* autosaver_ = nullptr;
+
+    QString filePath_;
+    std::optional<FileType> fileType_;
+    QString untitledName_;
+    bool edited_ = false;
+    size_t layoutSignature_ = 0;
+};
+
+} // namespace sumora::app

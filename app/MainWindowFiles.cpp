@@ -1,0 +1,184 @@
+// Opening, saving and closing a document window. Reading and writing run on
+// a worker thread (runWithProgress): the reader builds a new document that
+// only the main thread then moves into the window; the writer works on a
+// copy taken on the main thread.
+#include <QCloseEvent>
+#include <QDragEnterEvent>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QMimeData>
+
+#include "app/Alerts.h"
+#include "app/Autosave.h"
+#include "app/BackgroundTask.h"
+#include "app/DocumentWindows.h"
+#include "app/MainWindow.h"
+#include "app/RecentFiles.h"
+#include "app/Settings.h"
+#include "app/SheetGridView.h"
+#include "engine/Log.h"
+#include "engine/Recalculation.h"
+#include "formats/FileErrors.h"
+
+namespace sumora::app {
+
+namespace {
+
+struct SaveFilter {
+    FileType type;
+    QString settingValue;
+    QString filter;
+    QString suffix;
+};
+
+const QList<SaveFilter>& saveFilters() {
+    static const QList<SaveFilter> filters = {
+        {FileType::xlsx, QStringLiteral("xlsx"), QObject::tr("XLSX Workbook (*.xlsx)"),
+         QStringLiteral("xlsx")},
+        {FileType::ods, QStringLiteral("ods"), QObject::tr("OpenDocument Spreadsheet (*.ods)"),
+         QStringLiteral("ods")},
+        {FileType::csv, QStringLiteral("csv"), QObject::tr("Comma-Separated Values (*.csv)"),
+         QStringLiteral("csv")},
+    };
+    return filters;
+}
+
+QString messageOf(const std::exception_ptr& failure) {
+    try {
+        std::rethrow_exception(failure);
+    } catch (const std::exception& e) {
+        return QString::fromStdString(e.what());
+    } catch (...) {
+        return QObject::tr("An unknown error occurred.");
+    }
+}
+
+} // namespace
+
+bool MainWindow::loadFile(const QString& path) {
+    const QString name = QFileInfo(path).fileName();
+    auto loaded = std::make_shared<SumoraDocument>(SumoraDocument::empty());
+    const std::string file = path.toStdString();
+    std::exception_ptr failure = runWithProgress(this, tr("Opening “%1”…").arg(name), [loaded, file] {
+        *loaded = openDocumentFile(file);
+        recalculateDocument(*loaded);
+    });
+    if (failure) {
+        showAlert(this, tr("The document “%1” could not be opened.").arg(name), messageOf(failure));
+        return false;
+    }
+    replaceDocument(std::move(*loaded));
+    filePath_ = QFileInfo(path).absoluteFilePath();
+    fileType_ = fileTypeForPath(file);
+    edited_ = false;
+    document_->changeCount = 0;
+    autosaver_->discardRecovery();
+    updateTitle();
+    RecentFiles::instance().add(filePath_);
+    Log::info("Opened " + file);
+    return true;
+}
+
+bool MainWindow::loadRecovered(const QString& recoveryPath, const QString& name) {
+    auto loaded = std::make_shared<SumoraDocument>(SumoraDocument::empty());
+    const std::string file = recoveryPath.toStdString();
+    std::exception_ptr failure = runWithProgress(this, tr("Restoring “%1”…").arg(name), [loaded, file] {
+        *loaded = openDocumentFile(file);
+        recalculateDocument(*loaded);
+    });
+    if (failure) {
+        showAlert(this, tr("The recovered document “%1” could not be opened.").arg(name), messageOf(failure));
+        return false;
+    }
+    replaceDocument(std::move(*loaded));
+    untitledName_ = name;
+    filePath_.clear();
+    fileType_.reset();
+    edited_ = false;
+    markEdited(); // recovered work is unsaved work
+    updateTitle();
+    return true;
+}
+
+bool MainWindow::save() {
+    if (filePath_.isEmpty() || !fileType_) return saveAs();
+    return saveTo(filePath_, *fileType_);
+}
+
+bool MainWindow::saveAs() {
+    const QString preferred = Settings::instance().text(settingsKey::defaultFileFormat);
+    QStringList filters;
+    QString selected = saveFilters().front().filter;
+    for (const SaveFilter& f : saveFilters()) {
+        filters << f.filter;
+        if (f.settingValue == preferred) selected = f.filter;
+    }
+    QString start = filePath_.isEmpty() ? documentTitle() : filePath_;
+    if (filePath_.isEmpty())
+        for (const SaveFilter& f : saveFilters())
+            if (f.filter == selected) start += QLatin1Char('.') + f.suffix;
+    QString path = QFileDialog::getSaveFileName(this, tr("Save As"), start,
+                                                filters.join(QStringLiteral(";;")), &selected);
+    if (path.isEmpty()) return false;
+    const SaveFilter* chosen = &saveFilters().front();
+    for (const SaveFilter& f : saveFilters())
+        if (f.filter == selected) chosen = &f;
+    if (QFileInfo(path).suffix().isEmpty()) path += QLatin1Char('.') + chosen->suffix;
+    return saveTo(path, chosen->type);
+}
+
+bool MainWindow::saveTo(const QString& path, FileType type) {
+    if (grid_->isEditing()) grid_->setFocus(); // commits the cell being typed
+    const auto snapshot = std::make_shared<const SumoraDocument>(*document_);
+    const std::string file = path.toStdString();
+    const QString name = QFileInfo(path).fileName();
+    std::exception_ptr failure = runWithProgress(this, tr("Saving “%1”…").arg(name), [snapshot, file, type] {
+        saveDocumentFile(*snapshot, file, type);
+    });
+    if (failure) {
+        showAlert(this, tr("The document “%1” could not be saved.").arg(name), messageOf(failure));
+        return false;
+    }
+    filePath_ = QFileInfo(path).absoluteFilePath();
+    fileType_ = type;
+    edited_ = false;
+    autosaver_->discardRecovery();
+    updateTitle();
+    RecentFiles::instance().add(filePath_);
+    Log::info("Saved " + file);
+    return true;
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+    if (edited_) {
+        switch (askToSaveChanges(this, documentTitle())) {
+        case SaveChoice::cancel:
+            event->ignore();
+            return;
+        case SaveChoice::save:
+            if (!save()) {
+                event->ignore();
+                return;
+            }
+            break;
+        case SaveChoice::discard:
+            break;
+        }
+    }
+    autosaver_->discardRecovery();
+    event->accept();
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
+    if (event->mimeData()->hasUrls())
+        for (const QUrl& url : event->mimeData()->urls())
+            if (url.isLocalFile()) return event->acceptProposedAction();
+}
+
+void MainWindow::dropEvent(QDropEvent* event) {
+    for (const QUrl& url : event->mimeData()->urls())
+        if (url.isLocalFile()) DocumentWindows::openFile(url.toLocalFile(), this);
+    event->acceptProposedAction();
+}
+
+} // namespace sumora::app

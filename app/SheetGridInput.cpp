@@ -1,0 +1,254 @@
+// The grid's keyboard and mouse: spreadsheet movement (Enter, Tab, Ctrl+arrow
+// to the data edge, Home/End), type-to-edit, Delete, the fill handle, and
+// picking cells for a function's arguments.
+#include <QApplication>
+#include <QKeyEvent>
+#include <QMouseEvent>
+
+#include "app/FrozenPanes.h"
+#include "app/GridNavigation.h"
+#include "app/SheetGridView.h"
+#include "app/SheetTableModel.h"
+#include "document/ColumnLetters.h"
+
+namespace sumora::app {
+
+namespace {
+
+SelectionRange rangeBetween(const QModelIndex& a, const QModelIndex& b) {
+    SelectionRange r{a.column(), a.row(), b.column(), b.row()};
+    return SelectionRange{r.minCol(), r.minRow(), r.maxCol(), r.maxRow()};
+}
+
+QString referenceText(const SelectionRange& r) {
+    QString text = QString::fromStdString(cellAddress(r.minCol(), r.minRow()));
+    if (!r.isSingleCell())
+        text += QLatin1Char(':') + QString::fromStdString(cellAddress(r.maxCol(), r.maxRow()));
+    return text;
+}
+
+bool isPlainText(const QKeyEvent* event) {
+    const auto mods = event->modifiers() & ~(Qt::ShiftModifier | Qt::KeypadModifier);
+    if (mods != Qt::NoModifier || event->text().isEmpty()) return false;
+    return event->text().front().isPrint();
+}
+
+} // namespace
+
+void SheetGridView::moveCurrent(int row, int column, bool extend) {
+    row = std::clamp(row, 0, std::max(0, model_.rowCount() - 1));
+    column = std::clamp(column, 0, std::max(0, model_.columnCount() - 1));
+    const QModelIndex target = model_.index(row, column);
+    if (!target.isValid()) return;
+    if (!extend) {
+        selectCell(row, column);
+        return;
+    }
+    // The anchor is the corner of the selection opposite the current cell.
+    const QModelIndex current = currentIndex();
+    auto range = selectedRange();
+    int anchorRow = row, anchorCol = column;
+    if (range && current.isValid()) {
+        anchorRow = current.row() == range->maxRow() ? static_cast<int>(range->minRow())
+                                                     : static_cast<int>(range->maxRow());
+        anchorCol = current.column() == range->maxCol() ? static_cast<int>(range->minCol())
+                                                        : static_cast<int>(range->maxCol());
+    }
+    selectionModel()->setCurrentIndex(target, QItemSelectionModel::NoUpdate);
+    selectionModel()->select(QItemSelection(model_.index(anchorRow, anchorCol), target),
+                             QItemSelectionModel::ClearAndSelect);
+    scrollTo(target);
+    syncEditorSelection();
+}
+
+void SheetGridView::moveAfterEdit(QAbstractItemDelegate::EndEditHint hint) {
+    const QModelIndex c = currentIndex();
+    if (!c.isValid()) return;
+    const bool back = QApplication::keyboardModifiers() & Qt::ShiftModifier;
+    switch (hint) {
+    case QAbstractItemDelegate::SubmitModelCache:
+        moveCurrent(c.row() + (back ? -1 : 1), c.column(), false);
+        break;
+    case QAbstractItemDelegate::EditNextItem:
+        moveCurrent(c.row(), c.column() + 1, false);
+        break;
+    case QAbstractItemDelegate::EditPreviousItem:
+        moveCurrent(c.row(), c.column() - 1, false);
+        break;
+    default:
+        break;
+    }
+    setFocus();
+}
+
+void SheetGridView::closeEditor(QWidget* editorWidget, QAbstractItemDelegate::EndEditHint hint) {
+    QTableView::closeEditor(editorWidget, QAbstractItemDelegate::NoHint);
+    moveAfterEdit(hint);
+}
+
+void SheetGridView::keyPressEvent(QKeyEvent* event) {
+    const QModelIndex c = currentIndex();
+    const bool shift = event->modifiers() & Qt::ShiftModifier;
+    const bool ctrl = event->modifiers() & Qt::ControlModifier;
+    const int key = event->key();
+
+    if (picking_ && (key == Qt::Key_Return || key == Qt::Key_Enter)) return emit pickingCommitRequested();
+    if (picking_ && key == Qt::Key_Escape) return emit pickingCancelRequested();
+    if (fillTarget_ && key == Qt::Key_Escape) {
+        fillSource_.reset();
+        fillTarget_.reset();
+        viewport()->update();
+        return;
+    }
+    if (!c.isValid() || isEditing()) return QTableView::keyPressEvent(event);
+    const Sheet* sheet = model_.sheet();
+
+    switch (key) {
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        return moveCurrent(c.row() + (shift ? -1 : 1), c.column(), false);
+    case Qt::Key_Tab:
+        return moveCurrent(c.row(), c.column() + 1, false);
+    case Qt::Key_Backtab:
+        return moveCurrent(c.row(), c.column() - 1, false);
+    case Qt::Key_F2:
+        return startEditing();
+    case Qt::Key_Delete:
+    case Qt::Key_Backspace:
+        if (event->modifiers() & ~Qt::KeypadModifier) break;
+        editor().clearContents();
+        emit cellsEdited();
+        return;
+    case Qt::Key_Home:
+        return ctrl ? moveCurrent(0, 0, shift) : moveCurrent(c.row(), 0, shift);
+    case Qt::Key_End:
+        if (sheet) {
+            const auto used = sheet->usedExtent();
+            if (ctrl)
+                return moveCurrent(static_cast<int>(used.rows - 1), static_cast<int>(used.cols - 1), shift);
+            const int64_t lastInRow = sheet->storedColumnCount(c.row()) - 1;
+            return moveCurrent(c.row(), static_cast<int>(std::max<int64_t>(0, lastInRow)), shift);
+        }
+        break;
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+    case Qt::Key_Left:
+    case Qt::Key_Right:
+        if (ctrl && sheet) {
+            const int dRow = key == Qt::Key_Up ? -1 : key == Qt::Key_Down ? 1 : 0;
+            const int dCol = key == Qt::Key_Left ? -1 : key == Qt::Key_Right ? 1 : 0;
+            const GridPoint to = dataEdge(*sheet, {c.row(), c.column()}, dRow, dCol);
+            return moveCurrent(static_cast<int>(to.row), static_cast<int>(to.col), shift);
+        }
+        if (shift) {
+            const int dRow = key == Qt::Key_Up ? -1 : key == Qt::Key_Down ? 1 : 0;
+            const int dCol = key == Qt::Key_Left ? -1 : key == Qt::Key_Right ? 1 : 0;
+            return moveCurrent(c.row() + dRow, c.column() + dCol, true);
+        }
+        return moveCurrent(c.row() + (key == Qt::Key_Down) - (key == Qt::Key_Up),
+                           c.column() + (key == Qt::Key_Right) - (key == Qt::Key_Left), false);
+    default:
+        break;
+    }
+    if (isPlainText(event)) return startEditing(event->text());
+    QTableView::keyPressEvent(event);
+}
+
+void SheetGridView::setPickingMode(bool picking) {
+    picking_ = picking;
+    pickAnchor_.reset();
+    picked_.reset();
+    viewport()->setCursor(picking ? Qt::CrossCursor : Qt::ArrowCursor);
+    viewport()->update();
+    frozen_->repaint();
+}
+
+void SheetGridView::pickPress(const QModelIndex& index) {
+    if (!index.isValid()) return;
+    pickAnchor_ = index;
+    pickMove(index);
+}
+
+void SheetGridView::pickMove(const QModelIndex& index) {
+    if (!pickAnchor_ || !index.isValid()) return;
+    const SelectionRange range = rangeBetween(*pickAnchor_, index);
+    if (picked_ == range) return;
+    picked_ = range;
+    viewport()->update();
+    frozen_->repaint();
+    emit rangePicked(referenceText(range));
+}
+
+void SheetGridView::pickRelease() {
+    pickAnchor_.reset();
+}
+
+void SheetGridView::mousePressEvent(QMouseEvent* event) {
+    if (event->button() != Qt::LeftButton) return QTableView::mousePressEvent(event);
+    const QPoint pos = event->position().toPoint();
+    if (picking_) return pickPress(indexAt(pos));
+    if (fillHandleRect().adjusted(-2, -2, 2, 2).contains(pos) && !isEditing()) {
+        fillSource_ = selectedRange();
+        fillTarget_ = fillSource_;
+        return;
+    }
+    QTableView::mousePressEvent(event);
+}
+
+void SheetGridView::mouseMoveEvent(QMouseEvent* event) {
+    const QPoint pos = event->position().toPoint();
+    if (picking_) {
+        if (event->buttons() & Qt::LeftButton) pickMove(indexAt(pos));
+        return;
+    }
+    if (fillSource_) {
+        const QModelIndex at = indexAt(pos);
+        if (!at.isValid()) return;
+        const SelectionRange src = *fillSource_;
+        SelectionRange target = src;
+        const int64_t down = at.row() - src.maxRow(), up = src.minRow() - at.row();
+        const int64_t right = at.column() - src.maxCol(), left = src.minCol() - at.column();
+        // The fill runs along the direction the pointer left the block furthest.
+        if (std::max(down, up) >= std::max(right, left)) {
+            if (down > 0)
+                target.endRow = at.row();
+            else if (up > 0)
+                target.startRow = at.row();
+        } else {
+            if (right > 0)
+                target.endCol = at.column();
+            else if (left > 0)
+                target.startCol = at.column();
+        }
+        if (target != *fillTarget_) {
+            fillTarget_ = target;
+            viewport()->update();
+        }
+        return;
+    }
+    if (!(event->buttons() & Qt::LeftButton))
+        viewport()->setCursor(fillHandleRect().adjusted(-2, -2, 2, 2).contains(pos) ? Qt::CrossCursor
+                                                                                    : Qt::ArrowCursor);
+    QTableView::mouseMoveEvent(event);
+}
+
+void SheetGridView::mouseReleaseEvent(QMouseEvent* event) {
+    if (picking_) return pickRelease();
+    if (fillSource_) return finishFillDrag();
+    QTableView::mouseReleaseEvent(event);
+}
+
+void SheetGridView::finishFillDrag() {
+    const SelectionRange source = *fillSource_, target = *fillTarget_;
+    fillSource_.reset();
+    fillTarget_.reset();
+    viewport()->update();
+    if (target == source) return;
+    editor().performFill(source, target);
+    model_.refreshCells();
+    selectRange(static_cast<int>(target.minRow()), static_cast<int>(target.minCol()),
+                static_cast<int>(target.maxRow()), static_cast<int>(target.maxCol()));
+    emit cellsEdited();
+}
+
+} // namespace sumora::app

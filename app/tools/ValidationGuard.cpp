@@ -1,0 +1,188 @@
+#include "app/tools/ValidationGuard.h"
+
+#include <QLabel>
+#include <QMenu>
+#include <QMessageBox>
+#include <QScrollBar>
+#include <QToolButton>
+
+#include "app/FormulaBar.h"
+#include "app/SheetGridView.h"
+#include "app/SheetTableModel.h"
+#include "app/tools/ToolSupport.h"
+#include "engine/Log.h"
+
+namespace sumora::app {
+
+namespace {
+
+ValidationGuard::Prompter& prompter() {
+    static ValidationGuard::Prompter p;
+    return p;
+}
+
+} // namespace
+
+void ValidationGuard::setPrompter(Prompter p) {
+    prompter() = std::move(p);
+}
+
+ValidationGuard::ValidationGuard(DocumentContext& context, SheetGridView* grid)
+    : QObject(grid ? static_cast<QObject*>(grid) : context.window()), context_(context), grid_(grid) {
+    if (grid) {
+        QWidget* viewport = grid->viewport();
+        prompt_ = new QLabel(viewport);
+        prompt_->setObjectName(QStringLiteral("validationPrompt"));
+        prompt_->setWordWrap(true);
+        prompt_->setMaximumWidth(260);
+        prompt_->setStyleSheet(QStringLiteral(
+            "QLabel { background: #FFFBE6; border: 1px solid #C9B458; padding: 4px; color: #222; }"));
+        prompt_->hide();
+        dropdown_ = new QToolButton(viewport);
+        dropdown_->setObjectName(QStringLiteral("validationDropdown"));
+        dropdown_->setArrowType(Qt::DownArrow);
+        dropdown_->hide();
+        connect(dropdown_, &QToolButton::clicked, this, &ValidationGuard::openDropdown);
+        connect(grid, &SheetGridView::selectionMoved, this, &ValidationGuard::showCellAids);
+        connect(grid->verticalScrollBar(), &QScrollBar::valueChanged, this, &ValidationGuard::showCellAids);
+        connect(grid->horizontalScrollBar(), &QScrollBar::valueChanged, this, &ValidationGuard::showCellAids);
+        // Queued: the alert must not open while the grid is still closing its editor.
+        connect(
+            &grid->sheetModel(), &SheetTableModel::cellCommitted, this,
+            [this](int row, int column) { checkStoredEntry(column, row); }, Qt::QueuedConnection);
+    }
+    if (QWidget* window = context.window())
+        if (auto* bar = window->findChild<FormulaBar*>())
+            connect(
+                bar, &FormulaBar::committed, this,
+                [this] {
+                    const auto& cell = context_.editor().activeCell;
+                    if (cell) checkStoredEntry(cell->col, cell->row);
+                },
+                Qt::QueuedConnection);
+}
+
+bool ValidationGuard::ask(const ValidationVerdict& verdict) const {
+    if (prompter()) {
+        const bool answer = prompter()(verdict);
+        // Only a warning leaves the choice to the user.
+        if (verdict.outcome == ValidationOutcome::askToContinue) return answer;
+        return verdict.outcome != ValidationOutcome::refuse;
+    }
+    QWidget* parent = context_.window();
+    const QString title = toQString(verdict.title), message = toQString(verdict.message);
+    switch (verdict.outcome) {
+    case ValidationOutcome::refuse:
+        QMessageBox::critical(parent, title, message);
+        return false;
+    case ValidationOutcome::askToContinue:
+        return QMessageBox::warning(parent, title, message + QStringLiteral("\n\n") + tr("Continue?"),
+                                    QMessageBox::Yes | QMessageBox::No, QMessageBox::No) == QMessageBox::Yes;
+    case ValidationOutcome::inform:
+        QMessageBox::information(parent, title, message);
+        return true;
+    case ValidationOutcome::accept:
+        return true;
+    }
+    return true;
+}
+
+bool ValidationGuard::approve(int64_t col, int64_t row, const QString& text) {
+    SumoraEditorView& editor = context_.editor();
+    if (!editor.activeSheet()) return true;
+    const ValidationVerdict verdict = checkEntry(
+        editor.document, static_cast<size_t>(editor.activeSheetIndex), col, row, toStdString(text));
+    if (verdict.outcome == ValidationOutcome::accept) return true;
+    const bool keep = ask(verdict);
+    if (keep) approvedCell_ = std::make_pair(col, row);
+    return keep;
+}
+
+void ValidationGuard::checkStoredEntry(int64_t col, int64_t row) {
+    if (approvedCell_ == std::make_pair(col, row)) {
+        approvedCell_.reset();
+        return;
+    }
+    SumoraEditorView& editor = context_.editor();
+    const Sheet* sheet = editor.activeSheet();
+    // A locked cell of a protected sheet refused the entry already.
+    if (!sheet || (sheet->isProtected && sheet->cell(row, col).isLocked())) return;
+    const ValidationVerdict verdict =
+        checkStoredCell(editor.document, static_cast<size_t>(editor.activeSheetIndex), col, row);
+    if (verdict.outcome == ValidationOutcome::accept || ask(verdict)) return;
+
+    Log::debug("Validation refused the entry in " + toStdString(rangeText({col, row, col, row})));
+    if (editor.undoManager && editor.undoManager->undoActionName() == std::optional<std::string>("Typing")) {
+        editor.undoManager->undo();
+        editor.recalculateCell(col, row);
+    }
+    context_.documentChanged();
+}
+
+void ValidationGuard::showCellAids() {
+    if (!grid_ || !prompt_) return;
+    SumoraEditorView& editor = context_.editor();
+    const Sheet* sheet = editor.activeSheet();
+    const auto& cell = editor.activeCell;
+    const bool single = !editor.selection || editor.selection->isSingleCell();
+    std::optional<InputPrompt> prompt;
+    std::optional<std::vector<std::string>> entries;
+    if (sheet && cell && single) {
+        prompt = inputPromptAt(*sheet, cell->col, cell->row);
+        entries = dropdownEntriesAt(*sheet, cell->col, cell->row);
+    }
+    const QRect rect = cell ? grid_->visualRect(grid_->model()->index(static_cast<int>(cell->row),
+                                                                      static_cast<int>(cell->col)))
+                            : QRect();
+    const bool onScreen = rect.isValid() && grid_->viewport()->rect().intersects(rect);
+
+    if (prompt && onScreen) {
+        QString html;
+        if (!prompt->title.empty())
+            html += QStringLiteral("<b>%1</b>").arg(toQString(prompt->title).toHtmlEscaped());
+        if (!prompt->message.empty()) {
+            if (!html.isEmpty()) html += QStringLiteral("<br>");
+            html +=
+                toQString(prompt->message).toHtmlEscaped().replace(QLatin1Char('\n'), QStringLiteral("<br>"));
+        }
+        prompt_->setText(html);
+        prompt_->adjustSize();
+        prompt_->move(rect.left() + 8, rect.bottom() + 4);
+        prompt_->show();
+        prompt_->raise();
+    } else {
+        prompt_->hide();
+    }
+    if (entries && onScreen) {
+        const int side = std::max(12, rect.height() - 2);
+        dropdown_->setGeometry(rect.right() - side, rect.top() + 1, side, side);
+        dropdown_->show();
+        dropdown_->raise();
+    } else {
+        dropdown_->hide();
+    }
+}
+
+void ValidationGuard::openDropdown() {
+    SumoraEditorView& editor = context_.editor();
+    const Sheet* sheet = editor.activeSheet();
+    if (!sheet || !editor.activeCell) return;
+    auto entries = dropdownEntriesAt(*sheet, editor.activeCell->col, editor.activeCell->row);
+    if (!entries) return;
+    QMenu menu(dropdown_);
+    for (const std::string& entry : *entries) {
+        QAction* a = menu.addAction(toQString(entry).replace(QLatin1Char('&'), QStringLiteral("&&")));
+        a->setData(toQString(entry));
+    }
+    if (QAction* chosen = menu.exec(dropdown_->mapToGlobal(QPoint(0, dropdown_->height()))))
+        chooseEntry(chosen->data().toString());
+}
+
+void ValidationGuard::chooseEntry(const QString& entry) {
+    SumoraEditorView& editor = context_.editor();
+    if (!editor.activeCell) return;
+    editor.setCellValue(*editor.activeCell, toStdString(entry));
+    refreshAfterCommand(context_);
+}
+
+} // namespace sumora::app

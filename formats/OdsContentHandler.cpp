@@ -1,0 +1,552 @@
+// Cells keep their true positions. Repeated empty cells and rows only move
+// the position on, so the huge repeats other programs write to fill a sheet
+// to its edge cost nothing; repeated cells with content are copied, within
+// bounds that keep a hostile file from taking the machine's memory.
+// Formatting on empty cells is kept inside the grid the content spans (at
+// least 500 × 26); the rest (formats of whole columns and rows) is dropped.
+#include "formats/OdsContentHandler.h"
+
+#include <algorithm>
+#include <charconv>
+#include <stdexcept>
+
+#include "document/ColumnLetters.h"
+#include "engine/Log.h"
+#include "formats/OdsFormulaTranslation.h"
+
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
+
+namespace sumora::ods {
+
+namespace {
+
+constexpr int64_t kMaxRows = 1048576;
+constexpr int64_t kMaxColumns = 16384;
+// Copies made of one repeated row with content, beyond the row itself.
+constexpr int64_t kMaxCopiesPerRun = 65536;
+// Memory the repeated copies of one handler may take, counted as cells plus
+// their texts.
+constexpr int64_t kMaxCopyBytes = int64_t{64} << 20;
+// Empty but formatted cells stored per handler.
+constexpr int64_t kMaxFormattedEmptyCells = int64_t{1} << 21;
+constexpr size_t kMaxRuns = size_t{1} << 20;
+constexpr size_t kMaxMerges = 100000;
+// Array formulas whose result blocks one handler tracks at a time.
+constexpr size_t kMaxMatrixAreas = 10000;
+// Spaces one <text:s> may stand for.
+constexpr int64_t kMaxSpaceRun = 4096;
+// Cell slots (rows are stored up to their last cell) one handler may fill:
+// about 1.6 GB, far past any real spreadsheet, and a bound on what a hostile
+// file can make this process allocate.
+constexpr int64_t kMaxCellSlots = int64_t{1} << 25;
+
+std::optional<int64_t> integerAttribute(std::optional<std::string_view> text) {
+    if (!text) return std::nullopt;
+    int64_t value = 0;
+    auto [end, ec] = std::from_chars(text->data(), text->data() + text->size(), value);
+    if (ec != std::errc() || end != text->data() + text->size()) return std::nullopt;
+    return value;
+}
+
+// A repeat or span count: 1 when absent, unparsable or below 1.
+int64_t countAttribute(std::optional<std::string_view> text, int64_t limit) {
+    return std::clamp<int64_t>(integerAttribute(text).value_or(1), 1, limit);
+}
+
+// Elements inside a cell whose paragraphs are not the cell's text.
+bool isForeignInCell(std::string_view name) {
+    static constexpr std::string_view kNames[] = {
+        "annotation", "frame",    "custom-shape", "rect",   "line",      "ellipse", "circle",
+        "polygon",    "polyline", "path",         "g",      "connector", "measure", "caption",
+        "control",    "note",     "table",        "object", "image"};
+    return std::find(std::begin(kNames), std::end(kNames), name) != std::end(kNames);
+}
+
+// A percentage's display text ("12.50 %") gives the built-in percent format
+// with or without decimals.
+void applyPercentFormat(Cell& cell, std::string_view display) {
+    if (cell.format().numberFormat) return;
+    std::string_view number = display.substr(0, display.find('%'));
+    size_t separator = number.find_first_of(".,");
+    bool decimals = separator != std::string_view::npos && separator + 1 < number.size() &&
+                    number[separator + 1] >= '0' && number[separator + 1] <= '9';
+    cell.updateFormat([&](CellFormat& f) {
+        f.numberFormat = decimals ? "0.00%" : "0%";
+        f.numberFormatId = decimals ? 10 : 9;
+    });
+}
+
+} // namespace
+
+std::optional<std::string_view> OdsContentHandler::attr(const XmlAttributes& a,
+                                                        std::string_view qualifiedName) {
+    if (auto v = a.get(xmlLocalName(qualifiedName))) return v;
+    return a.getQualified(qualifiedName);
+}
+
+// ---------------------------------------------------------------------------
+// Events
+
+void OdsContentHandler::startElement(std::string_view name, const XmlAttributes& a) {
+    if (styles_.startElement(name, a)) return;
+    if (nestedTables_ > 0) {
+        if (name == "table") ++nestedTables_;
+        return;
+    }
+    if (inTableCell) {
+        if (foreignDepth_ > 0 || isForeignInCell(name)) {
+            ++foreignDepth_;
+            if (name == "annotation" && foreignDepth_ == 1) {
+                inAnnotation_ = true;
+                annotationText_.clear();
+                annotationParagraphs_ = 0;
+            } else if (inAnnotation_ && foreignDepth_ == 2 && (name == "p" || name == "h")) {
+                if (annotationParagraphs_++ > 0) annotationText_ += '\n';
+                inAnnotationP_ = true;
+            } else if (inAnnotationP_) {
+                startParagraphPiece(name, a);
+            }
+            return;
+        }
+        if (name == "p" || name == "h") {
+            if (paragraphs_++ > 0) currentText += '\n';
+            inTextP = true;
+        } else if (inTextP) {
+            startParagraphPiece(name, a);
+        }
+        return;
+    }
+    if (name == "table-cell" || name == "covered-table-cell") return startCell(a);
+    if (name == "table-row") return startRow(a);
+    if (name == "table-column") return startColumn(a);
+    if (name == "table") {
+        if (inTable)
+            ++nestedTables_;
+        else
+            startTable(a);
+    }
+}
+
+void OdsContentHandler::endElement(std::string_view name) {
+    if (styles_.endElement(name)) return;
+    if (nestedTables_ > 0) {
+        if (name == "table") --nestedTables_;
+        return;
+    }
+    if (inTableCell) {
+        if (foreignDepth_ > 0) {
+            if (inAnnotationP_ && foreignDepth_ == 2 && (name == "p" || name == "h")) inAnnotationP_ = false;
+            if (--foreignDepth_ == 0) inAnnotation_ = false;
+            return;
+        }
+        if (name == "p" || name == "h")
+            inTextP = false;
+        else if (name == "table-cell" || name == "covered-table-cell")
+            endCell();
+        return;
+    }
+    if (name == "table-row") {
+        if (!inTableRow) return;
+        inTableRow = false;
+        nextRow_ = std::min(nextRow_ + rowRepeatCount, kMaxRows + 1);
+    } else if (name == "table" && inTable) {
+        endTable();
+    }
+}
+
+void OdsContentHandler::characters(std::string_view text) {
+    if (inTextP && foreignDepth_ == 0) {
+        if (valueSource_ != ValueSource::attribute) currentText.append(text);
+    } else if (inAnnotationP_) {
+        annotationText_.append(text);
+    }
+}
+
+// Spaces, tabs and line breaks inside a paragraph are elements.
+void OdsContentHandler::startParagraphPiece(std::string_view name, const XmlAttributes& a) {
+    if (!inAnnotationP_ && valueSource_ == ValueSource::attribute) return;
+    std::string& target = inAnnotationP_ ? annotationText_ : currentText;
+    if (name == "s")
+        target.append(static_cast<size_t>(countAttribute(attr(a, "text:c"), kMaxSpaceRun)), ' ');
+    else if (name == "tab")
+        target += '\t';
+    else if (name == "line-break")
+        target += '\n';
+}
+
+// ---------------------------------------------------------------------------
+// Tables, columns and rows
+
+void OdsContentHandler::startTable(const XmlAttributes& a) {
+    inTable = true;
+    std::string name(attr(a, "table:name").value_or(""));
+    if (name.empty()) name = "Sheet " + std::to_string(sheets.size() + 1);
+    currentSheet_ = Sheet(std::move(name), 0, 0);
+    if (attr(a, "table:display") == std::optional<std::string_view>("false")) currentSheet_.isHidden = true;
+    if (auto style = attr(a, "table:style-name"); style && styles_.hidesTable(*style))
+        currentSheet_.isHidden = true;
+    nextColumn_ = nextRow_ = currentRow_ = nextCol_ = 0;
+    rowCopies_ = 0;
+    usedRows_ = usedCols_ = 0;
+    expectedWidth_ = 1;
+    anyColumnFormat_ = false;
+    columns_.clear();
+    formatRuns_.clear();
+    matrixAreas_.clear();
+    copyBytesLeft_ = kMaxCopyBytes;
+    formattedEmptyLeft_ = kMaxFormattedEmptyCells;
+}
+
+void OdsContentHandler::endTable() {
+    inTable = false;
+    if (role_ == Role::continuation) {
+        // The first half finishes the table once it has taken these rows over.
+        continuationComplete_ = true;
+        return;
+    }
+    Sheet& sheet = currentSheet_;
+    for (const MergedRegion& m : sheet.mergedRegions) {
+        usedRows_ = std::max(usedRows_, m.endRow + 1);
+        usedCols_ = std::max(usedCols_, m.endCol + 1);
+    }
+    int64_t rows = std::max(usedRows_, SumoraDocument::kNewSheetRows);
+    int64_t cols = std::max(usedCols_, SumoraDocument::kNewSheetColumns);
+    sheet.growTo(rows, cols);
+
+    for (const CellRun& run : formatRuns_) {
+        int64_t rowEnd = std::min(run.row + run.rows, rows);
+        int64_t colEnd = std::min(run.col + run.cols, cols);
+        for (int64_t r = run.row; r < rowEnd && formattedEmptyLeft_ > 0; ++r)
+            for (int64_t c = run.col; c < colEnd && formattedEmptyLeft_ > 0; ++c, --formattedEmptyLeft_) {
+                int64_t slots = slotsFor(r, c);
+                if (cellSlots_ + slots > kMaxCellSlots) break;
+                cellSlots_ += slots;
+                Cell& cell = sheet.cellForWriting(r, c);
+                if (!cell.hasContent() && !cell.formatHandle()) cell.setFormatHandle(run.format);
+            }
+    }
+    for (const ColumnRun& run : columns_) {
+        if (!run.width) continue;
+        for (int64_t c = run.start; c < std::min(run.start + run.count, cols); ++c)
+            sheet.columnWidths[c] = *run.width;
+    }
+    sheet.compact();
+    sheets.push_back(std::move(sheet));
+    currentSheet_ = Sheet();
+    columns_.clear();
+    formatRuns_.clear();
+}
+
+void OdsContentHandler::startColumn(const XmlAttributes& a) {
+    if (!inTable) return;
+    ColumnRun run;
+    run.start = nextColumn_;
+    run.count = countAttribute(attr(a, "table:number-columns-repeated"), kMaxColumns);
+    if (auto style = attr(a, "table:style-name")) run.width = styles_.columnWidth(*style);
+    if (auto style = attr(a, "table:default-cell-style-name")) run.defaultFormat = styles_.cellFormat(*style);
+    anyColumnFormat_ = anyColumnFormat_ || run.defaultFormat;
+    nextColumn_ = std::min(nextColumn_ + run.count, kMaxColumns);
+    if (run.start < kMaxColumns) columns_.push_back(run);
+}
+
+const CellFormat* OdsContentHandler::columnDefaultFormat(int64_t col) const {
+    if (!anyColumnFormat_) return nullptr;
+    auto it = std::upper_bound(columns_.begin(), columns_.end(), col,
+                               [](int64_t c, const ColumnRun& run) { return c < run.start; });
+    if (it == columns_.begin()) return nullptr;
+    --it;
+    return col < it->start + it->count ? it->defaultFormat : nullptr;
+}
+
+void OdsContentHandler::startRow(const XmlAttributes& a) {
+    if (!inTable) return;
+    inTableRow = true;
+    rowRepeatCount = countAttribute(attr(a, "table:number-rows-repeated"), kMaxRows);
+    currentRow_ = nextRow_;
+    rowCopies_ = std::max<int64_t>(0, std::min(rowRepeatCount, kMaxRows - currentRow_));
+    nextCol_ = 0;
+    rowReserved_ = false;
+    if (!matrixAreas_.empty())
+        std::erase_if(matrixAreas_, [&](const MatrixArea& m) { return m.endRow < currentRow_; });
+}
+
+// ---------------------------------------------------------------------------
+// Cells
+
+const CellFormat* OdsContentHandler::styleFormat(std::string_view name) {
+    if (name != lastStyleName_) {
+        lastStyleName_.assign(name);
+        lastStyleFormat_ = styles_.cellFormat(name);
+    }
+    return lastStyleFormat_;
+}
+
+void OdsContentHandler::startCell(const XmlAttributes& a) {
+    if (!inTableRow) return;
+    inTableCell = true;
+    currentCell = Cell();
+    currentText.clear();
+    paragraphs_ = 0;
+    foreignDepth_ = 0;
+    inTextP = inAnnotation_ = inAnnotationP_ = false;
+    annotationText_.clear();
+    repeatCount = 1;
+    spannedColumns_ = spannedRows_ = 1;
+    matrixColumns_ = matrixRows_ = 1;
+    valueSource_ = ValueSource::text;
+
+    // One pass over the attributes: this is the hot path of a big file.
+    std::string_view valueType, value, formula, styleName;
+    bool hasValueType = false, hasValue = false, hasFormula = false;
+    std::optional<std::string_view> dateValue, booleanValue, stringValue;
+    explicitStyle_ = false;
+    for (size_t i = 0; i < a.size(); ++i) {
+        std::string_view local = xmlLocalName(a.qualifiedName(i));
+        std::string_view v = a.value(i);
+        if (local == "value-type") {
+            if (!hasValueType) valueType = v; // office: comes before a producer's own copy
+            hasValueType = true;
+        } else if (local == "value") {
+            value = v;
+            hasValue = true;
+        } else if (local == "style-name") {
+            styleName = v;
+            explicitStyle_ = true;
+        } else if (local == "formula") {
+            formula = v;
+            hasFormula = true;
+        } else if (local == "number-columns-repeated") {
+            repeatCount = countAttribute(v, kMaxColumns);
+        } else if (local == "date-value") {
+            dateValue = v;
+        } else if (local == "boolean-value") {
+            booleanValue = v;
+        } else if (local == "string-value") {
+            stringValue = v;
+        } else if (local == "number-columns-spanned") {
+            spannedColumns_ = countAttribute(v, kMaxColumns);
+        } else if (local == "number-rows-spanned") {
+            spannedRows_ = countAttribute(v, kMaxRows);
+        } else if (local == "number-matrix-columns-spanned") {
+            matrixColumns_ = countAttribute(v, kMaxColumns);
+        } else if (local == "number-matrix-rows-spanned") {
+            matrixRows_ = countAttribute(v, kMaxRows);
+        }
+    }
+
+    if ((valueType == "float" || valueType == "currency" || valueType == "percentage") && hasValue) {
+        currentCell.setValue(value);
+        valueSource_ = valueType == "percentage" ? ValueSource::percentage : ValueSource::attribute;
+    } else if (valueType == "date" && dateValue) {
+        currentCell.setValue(*dateValue);
+        valueSource_ = ValueSource::attribute;
+    } else if (valueType == "boolean" && booleanValue) {
+        currentCell.setValue(*booleanValue == "true" || *booleanValue == "1" ? "TRUE" : "FALSE");
+        valueSource_ = ValueSource::attribute;
+    } else if (valueType == "string" && stringValue) {
+        currentCell.setValue(*stringValue);
+        valueSource_ = ValueSource::attribute;
+    }
+    if (hasFormula) currentCell.setFormula(formulaFromOpenFormula(stripFormulaPrefix(formula)));
+    const CellFormat* format = explicitStyle_ ? styleFormat(styleName) : columnDefaultFormat(nextCol_);
+    if (format) currentCell.setFormatHandle(format);
+}
+
+void OdsContentHandler::endCell() {
+    inTableCell = inTextP = false;
+    if (valueSource_ == ValueSource::text)
+        currentCell.setValue(currentText);
+    else if (valueSource_ == ValueSource::percentage)
+        applyPercentFormat(currentCell, currentText);
+    int64_t columns = std::max<int64_t>(0, std::min(repeatCount, kMaxColumns - nextCol_));
+    if (columns > 0 && rowCopies_ > 0) {
+        if (role_ == Role::continuation && !explicitStyle_) noteUnstyled(columns);
+        placeCell(columns);
+    }
+    nextCol_ = std::min(nextCol_ + repeatCount, kMaxColumns);
+}
+
+// A continuation does not know its table's columns: cells without a style of
+// their own are noted, row by row, for their column defaults.
+void OdsContentHandler::noteUnstyled(int64_t columns) {
+    if (!unstyledRuns_.empty()) {
+        CellRun& last = unstyledRuns_.back();
+        if (last.row == currentRow_ && last.col + last.cols == nextCol_) {
+            last.cols += columns;
+            return;
+        }
+    }
+    if (unstyledRuns_.size() < kMaxRuns)
+        unstyledRuns_.push_back(CellRun{currentRow_, rowCopies_, nextCol_, columns, nullptr});
+}
+
+// Stores the cell at its position and at the positions its column and row
+// repeats give it.
+void OdsContentHandler::placeCell(int64_t columns) {
+    Sheet& sheet = currentSheet_;
+    int64_t row = currentRow_, col = nextCol_;
+    if (!annotationText_.empty()) {
+        if (role_ == Role::continuation)
+            pendingComments_.push_back({row, col, annotationText_});
+        else
+            sheet.cellComments[cellAddress(col, row)] = annotationText_;
+    }
+    if ((spannedColumns_ > 1 || spannedRows_ > 1) && sheet.mergedRegions.size() < kMaxMerges)
+        for (int64_t c = 0; c < columns && sheet.mergedRegions.size() < kMaxMerges; ++c)
+            sheet.mergedRegions.push_back(MergedRegion{col + c, row,
+                                                       std::min(col + c + spannedColumns_, kMaxColumns) - 1,
+                                                       std::min(row + spannedRows_, kMaxRows) - 1});
+
+    if (currentCell.hasFormula() && (matrixColumns_ > 1 || matrixRows_ > 1) &&
+        matrixAreas_.size() < kMaxMatrixAreas)
+        matrixAreas_.push_back(MatrixArea{row, col, std::min(row + matrixRows_, kMaxRows) - 1,
+                                          std::min(col + matrixColumns_, kMaxColumns) - 1});
+    else if (!matrixAreas_.empty() && !currentCell.hasFormula() && currentCell.hasContent() &&
+             insideMatrix(row, col))
+        markSpilled(currentCell);
+
+    if (!currentCell.hasContent() && !currentCell.isSpillResult()) {
+        if (currentCell.formatHandle() && formatRuns_.size() < kMaxRuns)
+            formatRuns_.push_back(CellRun{row, rowCopies_, col, columns, currentCell.formatHandle()});
+        return;
+    }
+
+    int64_t rows = std::min(rowCopies_, kMaxCopiesPerRun + 1);
+    int64_t wanted = rows * columns - 1; // copies beyond the cell itself
+    if (wanted > 0) {
+        int64_t cost = static_cast<int64_t>(sizeof(Cell) + currentCell.value().size() +
+                                            (currentCell.formula() ? currentCell.formula()->size() : 0));
+        int64_t affordable = copyBytesLeft_ / cost;
+        if ((wanted > affordable || rows < rowCopies_) && !reportedCopyLimit_) {
+            Log::progress("  ODS: repeated cells in sheet '" + sheet.name + "' cut short at " +
+                          cellAddress(col, row));
+            reportedCopyLimit_ = true;
+        }
+        wanted = std::min(wanted, affordable);
+        copyBytesLeft_ -= wanted * cost;
+    }
+
+    if (!rowReserved_) {
+        sheet.reserveRow(row, std::max(expectedWidth_, col + columns));
+        rowReserved_ = true;
+    }
+    int64_t placed = 0;
+    for (int64_t r = 0; r < rows && placed <= wanted; ++r) {
+        for (int64_t c = 0; c < columns && placed <= wanted; ++c, ++placed) {
+            if (placed == wanted)
+                storeCell(row + r, col + c) = std::move(currentCell);
+            else
+                storeCell(row + r, col + c) = currentCell;
+            usedRows_ = std::max(usedRows_, row + r + 1);
+            usedCols_ = std::max(usedCols_, col + c + 1);
+        }
+    }
+    expectedWidth_ = std::clamp<int64_t>(usedCols_, 1, 256);
+}
+
+bool OdsContentHandler::insideMatrix(int64_t row, int64_t col) const {
+    return std::any_of(matrixAreas_.begin(), matrixAreas_.end(),
+                       [&](const MatrixArea& m) { return m.contains(row, col); });
+}
+
+// A value inside an array formula's block is the formula's result, which the
+// next calculation writes again.
+void OdsContentHandler::markSpilled(Cell& cell) {
+    std::string text(cell.value());
+    cell.setValue("");
+    cell.setComputedValue(text);
+    cell.setSpillResult(true);
+}
+
+Cell& OdsContentHandler::storeCell(int64_t row, int64_t col) {
+    cellSlots_ += slotsFor(row, col);
+    if (cellSlots_ > kMaxCellSlots)
+        throw std::runtime_error("the spreadsheet holds more than " + std::to_string(kMaxCellSlots) +
+                                 " cells, more than can be opened");
+    return currentSheet_.cellForWriting(row, col);
+}
+
+// ---------------------------------------------------------------------------
+// Taking over a continuation
+
+void OdsContentHandler::absorb(OdsContentHandler& other) {
+    const int64_t shift = nextRow_;
+    Sheet& from = other.currentSheet_;
+    // From the last row up, so this sheet's row list grows once and the other
+    // sheet's storage is released as its rows are taken over. Cells are
+    // copied, not moved: the other half was filled by another thread, whose
+    // allocator can hand its memory back only once nothing in it lives on.
+    for (int64_t r = from.storedRowCount() - 1; r >= 0; --r) {
+        int64_t row = shift + r;
+        int64_t width = from.storedColumnCount(r);
+        if (row < kMaxRows && width > 0) {
+            currentSheet_.reserveRow(row, width);
+            for (int64_t c = 0; c < width; ++c) {
+                const Cell* cell = from.storedCell(r, c);
+                if (!cell || cell->isDefault()) continue;
+                storeCell(row, c) = *cell;
+                usedRows_ = std::max(usedRows_, row + 1);
+                usedCols_ = std::max(usedCols_, c + 1);
+            }
+        }
+        if (r % 16384 == 0) {
+            from.setGridSize(r, from.columnCount());
+#if defined(__GLIBC__)
+            malloc_trim(0);
+#endif
+        }
+    }
+    // Array formulas above the cut whose results reach below it.
+    for (const MatrixArea& m : matrixAreas_)
+        for (int64_t r = std::max(m.row, shift); r <= m.endRow; ++r)
+            for (int64_t c = m.col; c <= std::min(m.endCol, currentSheet_.storedColumnCount(r) - 1); ++c) {
+                Cell* cell = currentSheet_.storedCell(r, c);
+                if (cell && cell->hasContent() && !cell->hasFormula() && !cell->isSpillResult())
+                    markSpilled(*cell);
+            }
+    for (const PendingComment& c : other.pendingComments_)
+        if (shift + c.row < kMaxRows) currentSheet_.cellComments[cellAddress(c.col, shift + c.row)] = c.text;
+    for (MergedRegion m : from.mergedRegions) {
+        if (shift + m.startRow >= kMaxRows) continue;
+        m.startRow += shift;
+        m.endRow = std::min(m.endRow + shift, kMaxRows - 1);
+        if (currentSheet_.mergedRegions.size() < kMaxMerges) currentSheet_.mergedRegions.push_back(m);
+    }
+    for (CellRun run : other.formatRuns_) {
+        run.row += shift;
+        if (run.row < kMaxRows && formatRuns_.size() < kMaxRuns) formatRuns_.push_back(run);
+    }
+    if (anyColumnFormat_) {
+        for (CellRun& run : other.unstyledRuns_)
+            run.row += shift;
+        applyColumnDefaults(other.unstyledRuns_);
+    }
+    nextRow_ = std::min(shift + other.nextRow_, kMaxRows + 1);
+}
+
+// Gives the cells of the runs their column's default format: stored cells at
+// once, empty ones as formatted runs for the end of the table.
+void OdsContentHandler::applyColumnDefaults(const std::vector<CellRun>& unstyled) {
+    for (const CellRun& run : unstyled) {
+        for (const ColumnRun& column : columns_) {
+            if (!column.defaultFormat) continue;
+            int64_t first = std::max(run.col, column.start);
+            int64_t last = std::min(run.col + run.cols, column.start + column.count);
+            if (first >= last || run.row >= kMaxRows) continue;
+            int64_t rowEnd = std::min(run.row + run.rows, kMaxRows);
+            for (int64_t r = run.row; r < rowEnd; ++r)
+                for (int64_t c = first; c < std::min(last, currentSheet_.storedColumnCount(r)); ++c) {
+                    Cell* cell = currentSheet_.storedCell(r, c);
+                    if (cell && cell->hasContent() && !cell->formatHandle())
+                        cell->setFormatHandle(column.defaultFormat);
+                }
+            if (formatRuns_.size() < kMaxRuns)
+                formatRuns_.push_back(
+                    CellRun{run.row, rowEnd - run.row, first, last - first, column.defaultFormat});
+        }
+    }
+}
+
+} // namespace sumora::ods

@@ -1,0 +1,291 @@
+// Reading an OpenDocument spreadsheet: the package's "content.xml" streamed
+// through expat into Sheets. Nothing else in the package is read.
+//
+// A big content part is read in two halves at the same time, because
+// parsing, not decompression, dominates the opening of a large workbook.
+// Both halves see the same decompressed stream, each through its own archive
+// reader. The cut lies at the first row start at or after the middle of the
+// part's declared size. The first half parses everything before the cut. The
+// second parses the automatic styles at the head of the part, decompresses
+// on to the cut without parsing, parses the rows from the cut to the end of
+// their table into rows of its own (numbered from the cut, since rows carry
+// no numbers), and hands the rest of the part back to the first half, which
+// takes the rows over and finishes the document. When the halves do not fit
+// together (a cut outside a table's rows, any error in the second half) the
+// part is simply read again as a whole, which also reports real errors the
+// way a whole read does.
+#include <atomic>
+#include <cstring>
+#include <exception>
+#include <stdexcept>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+#include "engine/Log.h"
+#include "formats/OdsContentHandler.h"
+#include "formats/OdsFormat.h"
+#include "formats/OdsReader.h"
+#include "formats/ZipArchive.h"
+
+namespace sumora {
+
+namespace {
+
+using ods::OdsContentHandler;
+
+constexpr std::string_view kContentPart = "content.xml";
+// Parts smaller than this (decompressed, as declared) are read whole.
+constexpr uint64_t kSplitThreshold = uint64_t{8} << 20;
+
+// Cuts a stream that arrives in pieces at the first occurrence of any of a
+// few needles starting at or after a given offset. Bytes before the cut and
+// from the cut on are handed on in order; the last bytes of each piece that
+// could begin a needle are held back until it is known on which side they
+// fall.
+class StreamCut {
+  public:
+    StreamCut(std::vector<std::string_view> needles, uint64_t from)
+        : needles_(std::move(needles)), from_(from) {
+        for (std::string_view n : needles_)
+            longest_ = std::max(longest_, n.size());
+    }
+
+    bool found() const { return found_; }
+
+    template <class Before, class After> void feed(std::string_view chunk, Before&& before, After&& after) {
+        if (found_) return after(chunk);
+        // A match that begins in the held bytes and ends in this piece.
+        if (!held_.empty()) {
+            std::string probe = held_ + std::string(chunk.substr(0, longest_ - 1));
+            if (auto at = search(probe, 0, offset_); at && *at < held_.size()) {
+                before(std::string_view(held_).substr(0, *at));
+                found_ = true;
+                after(std::string_view(held_).substr(*at));
+                held_.clear();
+                return after(chunk);
+            }
+        }
+        uint64_t chunkStart = offset_ + held_.size();
+        if (auto at = search(chunk, 0, chunkStart)) {
+            before(held_);
+            held_.clear();
+            before(chunk.substr(0, *at));
+            found_ = true;
+            return after(chunk.substr(*at));
+        }
+        before(held_);
+        size_t keep = std::min(chunk.size(), longest_ - 1);
+        before(chunk.substr(0, chunk.size() - keep));
+        held_.assign(chunk.substr(chunk.size() - keep));
+        offset_ = chunkStart + chunk.size() - keep;
+    }
+
+    // The end of the stream: held bytes lie before a cut that never came.
+    template <class Before> void finish(Before&& before) {
+        if (!found_) before(held_);
+        held_.clear();
+    }
+
+  private:
+    // The earliest needle in `text` (whose first byte is at stream offset
+    // `base`) that starts at or after from_.
+    std::optional<size_t> search(std::string_view text, size_t start, uint64_t base) const {
+        if (from_ > base)
+            start =
+                std::max<size_t>(start, static_cast<size_t>(std::min<uint64_t>(from_ - base, text.size())));
+        std::optional<size_t> best;
+        for (std::string_view needle : needles_) {
+            if (start >= text.size()) break;
+            const void* hit = memmem(text.data() + start, text.size() - start, needle.data(), needle.size());
+            if (!hit) continue;
+            size_t at = static_cast<size_t>(static_cast<const char*>(hit) - text.data());
+            if (!best || at < *best) best = at;
+        }
+        return best;
+    }
+
+    std::vector<std::string_view> needles_;
+    size_t longest_ = 1;
+    uint64_t from_;
+    uint64_t offset_ = 0; // stream offset of held_[0]
+    std::string held_;
+    bool found_ = false;
+};
+
+// Where a row begins; the cut lies before one.
+const std::vector<std::string_view> kRowStarts = {"<table:table-row ", "<table:table-row>"};
+
+struct Stop {};
+
+// The second half: its rows in its handler, the part's end in `tail`.
+struct SecondHalf {
+    OdsContentHandler handler{OdsContentHandler::Role::continuation};
+    std::string tail;
+    std::exception_ptr error;
+    bool complete = false;
+};
+
+void readSecondHalf(std::string_view package, uint64_t cutFrom, const std::atomic<bool>& cancelled,
+                    SecondHalf& half) {
+    try {
+        ZipReader archive(package);
+        XmlReader head(half.handler);
+        std::optional<XmlReader> rows;
+        StreamCut toBody({"<office:body"}, 0);
+        StreamCut toRows(kRowStarts, cutFrom);
+        StreamCut toEnd({"</table:table>"}, 0);
+        auto parseHead = [&](std::string_view piece) {
+            if (!piece.empty()) head.feed(piece);
+        };
+        auto parseRows = [&](std::string_view piece) {
+            if (!piece.empty()) rows->feed(piece);
+        };
+        auto keepTail = [&](std::string_view piece) { half.tail.append(piece); };
+        auto fromCut = [&](std::string_view piece) {
+            if (!rows) {
+                rows.emplace(half.handler);
+                rows->feed("<r><table:table>");
+            }
+            toEnd.feed(piece, parseRows, keepTail);
+        };
+        auto skip = [](std::string_view) {};
+        try {
+            archive.stream(kContentPart, [&](std::string_view chunk) {
+                if (cancelled.load(std::memory_order_relaxed)) throw Stop{};
+                // The styles come before the body, and rows only inside it.
+                if (!toBody.found()) toBody.feed(chunk, parseHead, skip);
+                toRows.feed(chunk, skip, fromCut);
+            });
+        } catch (const Stop&) {
+            return;
+        }
+        if (!toRows.found()) return;
+        toEnd.finish(parseRows);
+        if (!toEnd.found()) return;
+        rows->feed("</table:table></r>");
+        rows->finish();
+        half.complete = half.handler.continuationComplete();
+    } catch (...) {
+        half.error = std::current_exception();
+    }
+}
+
+std::vector<Sheet> readWhole(ZipReader& archive) {
+    OdsContentHandler handler;
+    parseXmlEntry(archive, kContentPart, handler);
+    return handler.takeSheets();
+}
+
+// Reads the part in two halves; nothing when the halves do not fit together.
+std::optional<std::vector<Sheet>> readInHalves(ZipReader& archive, std::string_view package,
+                                               uint64_t declaredSize) {
+    uint64_t cutFrom = declaredSize / 2;
+    std::atomic<bool> cancelled{false};
+    SecondHalf second;
+    std::thread worker;
+    try {
+        worker = std::thread([&] { readSecondHalf(package, cutFrom, cancelled, second); });
+    } catch (const std::system_error&) {
+        return std::nullopt; // no thread to spare: one reader does it all
+    }
+    auto stopWorker = [&] {
+        if (!worker.joinable()) return;
+        cancelled = true;
+        worker.join();
+    };
+
+    std::optional<std::vector<Sheet>> sheets;
+    try {
+        OdsContentHandler first;
+        XmlReader xml(first);
+        StreamCut cut(kRowStarts, cutFrom);
+        auto parse = [&](std::string_view piece) {
+            if (!piece.empty()) xml.feed(piece);
+        };
+        auto ignore = [](std::string_view) {};
+        try {
+            archive.stream(kContentPart, [&](std::string_view chunk) {
+                cut.feed(chunk, parse, ignore);
+                if (cut.found()) throw Stop{};
+            });
+        } catch (const Stop&) {
+        }
+        if (!cut.found()) {
+            // No cut: the first half was the whole part.
+            stopWorker();
+            cut.finish(parse);
+            xml.finish();
+            return first.takeSheets();
+        }
+        if (first.betweenRows()) {
+            worker.join();
+            if (second.complete && !second.error) {
+                first.absorb(second.handler);
+                xml.feed(second.tail);
+                xml.finish();
+                sheets = first.takeSheets();
+                Log::progress("  ODS: content.xml read in two halves");
+            }
+        }
+    } catch (...) {
+        // The whole read reports what was wrong.
+    }
+    stopWorker();
+    return sheets;
+}
+
+} // namespace
+
+// One package; the spreadsheet's sheets in tab order.
+class ODSReader {
+  public:
+    explicit ODSReader(std::string_view data, bool splitBigParts = true)
+        : data_(data), split_(splitBigParts) {}
+
+    std::vector<Sheet> parse() {
+        ZipReader archive(data_);
+        if (!archive.contains(kContentPart))
+            throw std::runtime_error(
+                "the package has no content.xml, so it is not an OpenDocument spreadsheet");
+        for (const ZipEntry& entry : archive.entries()) {
+            if (!split_ || entry.path != kContentPart || entry.uncompressedSize < kSplitThreshold ||
+                std::thread::hardware_concurrency() < 2)
+                continue;
+            if (auto sheets = readInHalves(archive, data_, entry.uncompressedSize)) return std::move(*sheets);
+            break;
+        }
+        try {
+            return readWhole(archive);
+        } catch (const XmlError&) {
+            if (isEncrypted(archive))
+                throw std::runtime_error(
+                    "the spreadsheet is encrypted with a password, which Sumora cannot open");
+            throw;
+        }
+    }
+
+  private:
+    // An encrypted package's content is not XML; its manifest says why.
+    static bool isEncrypted(ZipReader& archive) {
+        try {
+            return archive.contains("META-INF/manifest.xml") &&
+                   archive.read("META-INF/manifest.xml").find("encryption-data") != std::string::npos;
+        } catch (const std::exception&) {
+            return false;
+        }
+    }
+
+    std::string_view data_;
+    bool split_;
+};
+
+std::vector<Sheet> readOdsSheets(std::string_view bytes) {
+    return ODSReader(bytes).parse();
+}
+
+std::vector<Sheet> ods::readSheets(std::string_view bytes, bool splitBigParts) {
+    return ODSReader(bytes, splitBigParts).parse();
+}
+
+} // namespace sumora

@@ -1,0 +1,73 @@
+#include "formats/XlsxSharedStringsReader.h"
+
+#include <algorithm>
+
+#include "formats/XlsxText.h"
+#include "formats/XmlReader.h"
+
+namespace sumora::xlsx {
+
+namespace {
+
+class SharedStringsHandler : public XmlHandler {
+  public:
+    explicit SharedStringsHandler(std::vector<std::string>& out) : out_(out) {}
+
+    void startElement(std::string_view name, const XmlAttributes& attributes) override {
+        if (name == "si") {
+            inItem_ = true;
+            current_.clear();
+        } else if (name == "t") {
+            inText_ = inItem_ && phoneticDepth_ == 0;
+        } else if (name == "rPh") {
+            ++phoneticDepth_;
+        } else if (name == "sst" && out_.empty()) {
+            // A count is only a hint; a hostile one must not reserve gigabytes.
+            if (auto count = attributes.get("uniqueCount"))
+                if (auto n = parseInteger(*count); n && *n > 0)
+                    out_.reserve(static_cast<size_t>(std::min<int64_t>(*n, 1 << 20)));
+        }
+    }
+
+    void endElement(std::string_view name) override {
+        if (name == "t") {
+            inText_ = false;
+        } else if (name == "rPh") {
+            if (phoneticDepth_ > 0) --phoneticDepth_;
+        } else if (name == "si" && inItem_) {
+            inItem_ = false;
+            if (out_.size() >= kMaxItems)
+                throw XmlError("XML sharedStrings: more than " + std::to_string(kMaxItems) + " items");
+            decodeOoxmlEscapes(current_);
+            out_.push_back(current_);
+        }
+    }
+
+    void characters(std::string_view text) override {
+        // Plain items hold one <t>; rich-text items one <t> per run, joined.
+        if (inText_) current_.append(text);
+    }
+
+  private:
+    // Far beyond what a real workbook holds (the format allows about as many
+    // cells as a sheet has), but it keeps a shared-string bomb from taking
+    // gigabytes of memory for empty items.
+    static constexpr size_t kMaxItems = size_t{1} << 24;
+
+    std::vector<std::string>& out_;
+    std::string current_;
+    bool inItem_ = false;
+    bool inText_ = false;
+    int phoneticDepth_ = 0;
+};
+
+} // namespace
+
+std::vector<std::string> readSharedStrings(ZipReader& archive, std::string_view path) {
+    std::vector<std::string> items;
+    SharedStringsHandler handler(items);
+    parseXmlEntry(archive, path, handler);
+    return items;
+}
+
+} // namespace sumora::xlsx

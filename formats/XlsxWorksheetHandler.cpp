@@ -1,0 +1,606 @@
+#include "formats/XlsxWorksheetHandler.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <stdexcept>
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
+
+#include "document/ColumnLetters.h"
+#include "document/Sheet.h"
+#include "formats/XlsxColors.h"
+#include "formats/XlsxStylesReader.h"
+#include "formats/XlsxText.h"
+#include "formats/XlsxUnits.h"
+
+namespace sumora::xlsx {
+
+namespace {
+
+// Cells stored per handler before reading gives up: about 1.6 GB of cells,
+// far past what a real worksheet holds, and a bound on what a hostile part
+// can make this process allocate.
+constexpr int64_t kMaxCellSlots = int64_t{1} << 25;
+// Shared formulas longer than this (the format allows 8,192 characters) are
+// not copied to the cells that share them.
+constexpr size_t kMaxSharedFormulaLength = 16384;
+// Array formulas whose results are still being read, at most.
+constexpr size_t kMaxOpenArrays = 1024;
+// Rows are preallocated for at most this many cells from a size hint.
+constexpr int64_t kMaxReservedColumns = 256;
+
+std::optional<int64_t> smallInteger(std::string_view text) {
+    int64_t value = 0;
+    auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (ec != std::errc() || end != text.data() + text.size() || text.empty()) return std::nullopt;
+    return value;
+}
+
+} // namespace
+
+WorksheetHandler::WorksheetHandler(const WorksheetContext& context, Sheet& sheet, Role role)
+    : context_(context), sheet_(sheet), role_(role) {}
+
+WorksheetHandler::ValueKind WorksheetHandler::valueKind(std::string_view t) {
+    if (t.empty() || t == "n") return ValueKind::number;
+    if (t == "s") return ValueKind::sharedString;
+    if (t == "str") return ValueKind::formulaString;
+    if (t == "inlineStr") return ValueKind::inlineString;
+    if (t == "b") return ValueKind::boolean;
+    if (t == "e") return ValueKind::error;
+    if (t == "d") return ValueKind::date;
+    return ValueKind::number;
+}
+
+std::optional<WorksheetHandler::Area> WorksheetHandler::parseArea(std::string_view ref) {
+    size_t colon = ref.find(':');
+    auto a = parseCellReference(ref.substr(0, colon));
+    auto b = colon == std::string_view::npos ? a : parseCellReference(ref.substr(colon + 1));
+    if (!a || !b) return std::nullopt;
+    return Area{std::min(a->row, b->row), std::min(a->col, b->col), std::max(a->row, b->row),
+                std::max(a->col, b->col)};
+}
+
+// ---------------------------------------------------------------------------
+// Events. The cell path (c, v, f, is/t) is the hot one: attributes are read
+// in one pass over the list, texts go into reused buffers, and a cell is
+// written once, when its element ends.
+
+void WorksheetHandler::startElement(std::string_view name, const XmlAttributes& a) {
+    if (validations_.inRule()) return startInValidation(name);
+    if (name == "c") return startCell(a);
+    if (name == "v") {
+        inValue_ = inCell_;
+        hasValue_ = inCell_;
+        return;
+    }
+    if (name == "row") return startRow(a);
+    if (name == "f") return startFormula(a);
+    if (name == "t") {
+        inText_ = inInline_ && phoneticDepth_ == 0;
+        return;
+    }
+    if (name == "is") {
+        inInline_ = inCell_;
+        hasInline_ = inCell_;
+        return;
+    }
+    if (name == "rPh") {
+        ++phoneticDepth_;
+        return;
+    }
+    startOther(name, a);
+}
+
+void WorksheetHandler::endElement(std::string_view name) {
+    if (validations_.inRule()) return endInValidation(name);
+    if (name == "v")
+        inValue_ = false;
+    else if (name == "c")
+        endCell();
+    else if (name == "f")
+        inFormula_ = false;
+    else if (name == "t")
+        inText_ = false;
+    else if (name == "is")
+        inInline_ = false;
+    else if (name == "rPh")
+        phoneticDepth_ = std::max(0, phoneticDepth_ - 1);
+    else if (name == "row") {
+        endRow();
+        inRow_ = false;
+    } else if (name == "sheetData")
+        inSheetData_ = false;
+    else if (name == "sheetView")
+        inFirstView_ = false;
+    else if (name == "sheetPr")
+        inSheetProperties_ = false;
+}
+
+void WorksheetHandler::characters(std::string_view text) {
+    if (inValue_)
+        value_.append(text);
+    else if (inFormula_)
+        formula_.append(text);
+    else if (inText_)
+        inline_.append(text);
+    else if (validations_.inChild())
+        validations_.text(text);
+}
+
+// ---------------------------------------------------------------------------
+// Rows and cells
+
+void WorksheetHandler::startRow(const XmlAttributes& a) {
+    endRow();
+    inRow_ = true;
+    std::optional<int64_t> row;
+    std::optional<double> height;
+    bool customHeight = false;
+    for (size_t i = 0; i < a.size(); ++i) {
+        std::string_view n = a.qualifiedName(i);
+        if (n == "r") {
+            if (auto r = smallInteger(a.value(i)); r && *r >= 1 && *r <= kMaxRows) row = *r - 1;
+        } else if (n == "spans") {
+            std::string_view spans = a.value(i);
+            size_t colon = spans.rfind(':');
+            if (auto last = smallInteger(spans.substr(colon == std::string_view::npos ? 0 : colon + 1)))
+                expectedWidth_ = std::clamp<int64_t>(*last, 1, kMaxReservedColumns);
+        } else if (n == "ht") {
+            height = parseDouble(a.value(i));
+        } else if (n == "customHeight") {
+            customHeight = parseBoolean(a.value(i)).value_or(false);
+        }
+    }
+    // A half that starts mid-sheet cannot count rows that carry no number.
+    if (!row && role_ == Role::continuation) throw SplitMismatch();
+    currentRow_ = row.value_or(nextRow_);
+    nextRow_ = currentRow_ + 1;
+    nextCol_ = 0;
+    rowReserved_ = false;
+    if (customHeight && height && std::isfinite(*height) && *height >= 0 && *height < 10000)
+        sheet_.rowHeights[currentRow_] = rowPixelsFromPoints(*height);
+}
+
+void WorksheetHandler::endRow() {
+    if (rowWidth_ > 0) {
+        cellSlots_ += rowWidth_;
+        expectedWidth_ = std::min(rowWidth_, kMaxReservedColumns);
+    }
+    rowWidth_ = 0;
+}
+
+void WorksheetHandler::startCell(const XmlAttributes& a) {
+    inCell_ = true;
+    kind_ = ValueKind::number;
+    style_ = -1;
+    position_.reset();
+    bool positioned = false;
+    for (size_t i = 0; i < a.size(); ++i) {
+        std::string_view n = a.qualifiedName(i);
+        if (n.size() != 1) continue;
+        if (n[0] == 'r') {
+            position_ = parseCellReference(a.value(i));
+            positioned = true;
+        } else if (n[0] == 't') {
+            kind_ = valueKind(a.value(i));
+        } else if (n[0] == 's') {
+            style_ = smallInteger(a.value(i)).value_or(-1);
+        }
+    }
+    if (!positioned && role_ == Role::continuation && currentRow_ < 0) throw SplitMismatch();
+    unaddressable_ = positioned && !position_;
+    value_.clear();
+    inline_.clear();
+    formula_.clear();
+    hasValue_ = hasInline_ = hasFormula_ = false;
+    formulaKind_ = FormulaKind::normal;
+    sharedIndex_ = -1;
+}
+
+void WorksheetHandler::startFormula(const XmlAttributes& a) {
+    if (!inCell_) return;
+    inFormula_ = true;
+    hasFormula_ = true;
+    std::string_view type;
+    std::optional<std::string_view> ref;
+    for (size_t i = 0; i < a.size(); ++i) {
+        std::string_view n = a.qualifiedName(i);
+        if (n == "t")
+            type = a.value(i);
+        else if (n == "si")
+            sharedIndex_ = smallInteger(a.value(i)).value_or(-1);
+        else if (n == "ref")
+            ref = a.value(i);
+    }
+    if (type == "shared")
+        formulaKind_ = FormulaKind::shared;
+    else if (type == "array")
+        formulaKind_ = FormulaKind::array;
+    else if (type == "dataTable")
+        formulaKind_ = FormulaKind::dataTable;
+    if (formulaKind_ == FormulaKind::array && ref)
+        if (auto area = parseArea(*ref)) pendingArray_ = *area;
+}
+
+void WorksheetHandler::endCell() {
+    inCell_ = false;
+    int64_t row, col;
+    if (position_) {
+        row = position_->row;
+        col = position_->col;
+    } else {
+        row = currentRow_ < 0 ? 0 : currentRow_;
+        col = nextCol_;
+    }
+    position_.reset();
+    nextCol_ = col + 1;
+    // A reference beyond the grid (or no reference at all) names no cell.
+    if (unaddressable_ || row >= kMaxRows || col >= kMaxColumns) return;
+
+    const CellFormat* format =
+        context_.styles && style_ >= 0 ? context_.styles->format(static_cast<size_t>(style_)) : nullptr;
+    bool unlocked =
+        context_.styles && style_ >= 0 && context_.styles->isUnlocked(static_cast<size_t>(style_));
+
+    std::string_view text = resolvedText();
+    if (context_.date1904 && kind_ == ValueKind::number && !text.empty() && context_.styles && style_ >= 0 &&
+        context_.styles->isDated(static_cast<size_t>(style_)))
+        text = shiftedFrom1904(text);
+    bool follower = false;
+    std::optional<std::string> formula = formulaFor(row, col);
+    if (!formula && role_ == Role::continuation && hasFormula_ && formulaKind_ == FormulaKind::shared &&
+        sharedIndex_ >= 0 && formula_.empty() && !shared_.count(sharedIndex_))
+        follower = true; // its master may lie in the first half
+    bool inArray = !formula && !follower && !arrays_.empty() && insideArray(row, col);
+    if (!formula && !follower && !inArray && text.empty() && !format && !unlocked) return;
+
+    Cell& cell = writableCell(row, col);
+    countText(text.size() + (formula ? formula->size() : 0));
+    if (formula) {
+        cell.setFormula(*formula);
+        // An empty number is no result at all; an empty string result is one.
+        if ((hasValue_ || hasInline_) && !(text.empty() && kind_ == ValueKind::number))
+            cell.setComputedValue(text);
+    } else if (follower) {
+        cell.setComputedValue(text);
+        pendingFollowers_.push_back({row, col, sharedIndex_});
+    } else if (inArray) {
+        // Filled by the array formula: a result the next calculation may replace.
+        cell.setComputedValue(text);
+        cell.setSpillResult(true);
+    } else {
+        cell.setValue(text);
+    }
+    if (format) cell.setFormatHandle(format);
+    if (unlocked) cell.setLocked(false);
+}
+
+void WorksheetHandler::countText(size_t bytes) {
+    if (bytes <= CompactText::kInlineCapacity || !context_.storedTextBytes) return;
+    countedTextBytes_ += static_cast<int64_t>(bytes);
+    if (context_.storedTextBytes->fetch_add(static_cast<int64_t>(bytes)) + static_cast<int64_t>(bytes) >
+        kMaxStoredTextBytes)
+        throw std::runtime_error("The workbook's cells hold more than " +
+                                 std::to_string(kMaxStoredTextBytes >> 20) +
+                                 " MB of text, more than can be opened.");
+}
+
+Cell& WorksheetHandler::writableCell(int64_t row, int64_t col) {
+    if (row != currentRow_) {
+        endRow();
+        currentRow_ = row;
+        nextRow_ = row + 1;
+        rowReserved_ = false;
+    }
+    if (!rowReserved_) {
+        rowReserved_ = true;
+        sheet_.reserveRow(row, std::max(expectedWidth_, std::min(col + 1, kMaxReservedColumns)));
+    }
+    rowWidth_ = std::max(rowWidth_, col + 1);
+    if (cellSlots_ + rowWidth_ > kMaxCellSlots)
+        throw std::runtime_error("The worksheet holds more than " + std::to_string(kMaxCellSlots) +
+                                 " cells, more than can be opened.");
+    usedRows_ = std::max(usedRows_, row + 1);
+    usedCols_ = std::max(usedCols_, col + 1);
+    return sheet_.cellForWriting(row, col);
+}
+
+// The cell's text for `value` (constants) or `computedValue` (formulas).
+std::string_view WorksheetHandler::resolvedText() {
+    switch (kind_) {
+    case ValueKind::sharedString: {
+        if (!hasValue_) return {};
+        auto index = smallInteger(value_);
+        if (context_.sharedStrings && index && *index >= 0 &&
+            static_cast<size_t>(*index) < context_.sharedStrings->size())
+            return (*context_.sharedStrings)[static_cast<size_t>(*index)];
+        return value_; // the raw index, as the file has it
+    }
+    case ValueKind::inlineString:
+        if (!hasInline_) return value_;
+        decodeOoxmlEscapes(inline_);
+        return inline_;
+    case ValueKind::boolean:
+        if (!hasValue_ || value_.empty()) return {};
+        return parseBoolean(value_).value_or(false) ? "TRUE" : "FALSE";
+    case ValueKind::formulaString:
+        decodeOoxmlEscapes(value_);
+        return value_;
+    case ValueKind::date:
+        if (auto serial = serialTextFromIsoDate(value_)) value_ = *serial;
+        return value_;
+    case ValueKind::error:
+    case ValueKind::number:
+        return value_;
+    }
+    return value_;
+}
+
+std::optional<std::string> WorksheetHandler::formulaFor(int64_t row, int64_t col) {
+    if (!hasFormula_ || formulaKind_ == FormulaKind::dataTable) return std::nullopt;
+    if (formulaKind_ == FormulaKind::shared && sharedIndex_ >= 0) {
+        if (!formula_.empty()) {
+            auto [master, added] =
+                shared_.insert_or_assign(sharedIndex_, SharedFormula(importedFormula(formula_), row, col));
+            return master->second.text();
+        }
+        auto master = shared_.find(sharedIndex_);
+        // Beyond the format's own limit on formula length: followers keep their results.
+        if (master == shared_.end() || master->second.text().size() > kMaxSharedFormulaLength)
+            return std::nullopt;
+        if (master->second.row() == row && master->second.col() == col) return master->second.text();
+        return master->second.textAt(row, col);
+    }
+    if (formula_.empty()) return std::nullopt;
+    if (formulaKind_ == FormulaKind::array && pendingArray_) {
+        // Results beyond the anchor are marked while their rows stream past;
+        // a hostile number of open ranges would make that quadratic.
+        if ((pendingArray_->endRow > row || pendingArray_->endCol > col) && arrays_.size() < kMaxOpenArrays)
+            arrays_.push_back(*pendingArray_);
+        pendingArray_.reset();
+    }
+    return importedFormula(formula_);
+}
+
+bool WorksheetHandler::insideArray(int64_t row, int64_t col) {
+    // Rows arrive in order, so ranges that ended above this row are done.
+    std::erase_if(arrays_, [row](const Area& a) { return a.endRow < row; });
+    for (const Area& a : arrays_)
+        if (a.contains(row, col)) return true;
+    return false;
+}
+
+std::string_view WorksheetHandler::shiftedFrom1904(std::string_view text) {
+    // 1 January 1904 is serial 1462 in the 1900 count.
+    constexpr double kDays1904 = 1462;
+    auto serial = parseDouble(text);
+    if (!serial || !std::isfinite(*serial)) return text;
+    char buffer[32];
+    auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, *serial + kDays1904);
+    if (ec != std::errc()) return text;
+    value_.assign(buffer, end);
+    return value_;
+}
+
+// ---------------------------------------------------------------------------
+// Everything around the cells
+
+void WorksheetHandler::startOther(std::string_view name, const XmlAttributes& a) {
+    if (name == "col") return column(a);
+    if (name == "mergeCell") return mergeCell(a);
+    if (name == "sheetData") {
+        inSheetData_ = true;
+    } else if (name == "sheetPr") {
+        inSheetProperties_ = true;
+    } else if (name == "tabColor" && inSheetProperties_ && context_.colors) {
+        if (auto color = context_.colors->resolve(ColorSpec::fromAttributes(a))) sheet_.tabColorHex = *color;
+    } else if (name == "sheetView") {
+        inFirstView_ = !sawView_;
+        sawView_ = true;
+    } else if (name == "pane" && inFirstView_) {
+        pane(a);
+    } else if (name == "sheetProtection") {
+        protection(a);
+    } else if (name == "dataValidation") {
+        validations_.beginRule();
+        for (size_t i = 0; i < a.size(); ++i)
+            validations_.attribute(xmlLocalName(a.qualifiedName(i)), a.value(i));
+    }
+}
+
+void WorksheetHandler::startInValidation(std::string_view name) {
+    if (name == "formula1" || name == "formula2" || name == "sqref") validations_.beginChild(name);
+}
+
+void WorksheetHandler::endInValidation(std::string_view name) {
+    if (name == "formula1" || name == "formula2" || name == "sqref")
+        validations_.endChild();
+    else if (name == "dataValidation")
+        validations_.endRule();
+}
+
+void WorksheetHandler::column(const XmlAttributes& a) {
+    auto first = parseInteger(a.get("min").value_or(""));
+    auto last = parseInteger(a.get("max").value_or(""));
+    auto width = parseDouble(a.get("width").value_or(""));
+    if (!first || !last || !width || !std::isfinite(*width) || *width < 0 || *width > 65535) return;
+    int64_t from = std::clamp<int64_t>(*first, 1, kMaxColumns) - 1;
+    int64_t to = std::clamp<int64_t>(*last, 1, kMaxColumns) - 1;
+    if (to >= from) columns_.push_back({from, to, columnPixelsFromWidth(*width)});
+}
+
+void WorksheetHandler::mergeCell(const XmlAttributes& a) {
+    std::string_view ref = a.get("ref").value_or("");
+    size_t colon = ref.find(':');
+    if (colon == std::string_view::npos) return;
+    auto start = parseCellAddress(ref.substr(0, colon));
+    auto end = parseCellAddress(ref.substr(colon + 1));
+    if (!start || !end) return;
+    sheet_.mergedRegions.push_back({start->col, start->row, end->col, end->row});
+}
+
+void WorksheetHandler::pane(const XmlAttributes& a) {
+    std::string_view state = a.get("state").value_or("split");
+    if (state != "frozen" && state != "frozenSplit") return;
+    auto columns = parseDouble(a.get("xSplit").value_or("0"));
+    auto rows = parseDouble(a.get("ySplit").value_or("0"));
+    if (columns && *columns >= 1 && *columns < kMaxColumns)
+        sheet_.frozenColumns = static_cast<int64_t>(*columns);
+    if (rows && *rows >= 1 && *rows < kMaxRows) sheet_.frozenRows = static_cast<int64_t>(*rows);
+}
+
+// The attributes name what is protected: formatCells="0" allows formatting.
+void WorksheetHandler::protection(const XmlAttributes& a) {
+    auto flag = [&](std::string_view name, bool fallback) {
+        auto v = a.get(name);
+        return v ? parseBoolean(*v).value_or(fallback) : fallback;
+    };
+    sheet_.isProtected = flag("sheet", false);
+    SheetProtectionOptions& o = sheet_.protectionOptions;
+    o.allowSelectLockedCells = !flag("selectLockedCells", false);
+    o.allowSelectUnlockedCells = !flag("selectUnlockedCells", false);
+    o.allowFormatCells = !flag("formatCells", true);
+    o.allowFormatColumns = !flag("formatColumns", true);
+    o.allowFormatRows = !flag("formatRows", true);
+    o.allowInsertColumns = !flag("insertColumns", true);
+    o.allowInsertRows = !flag("insertRows", true);
+    o.allowDeleteColumns = !flag("deleteColumns", true);
+    o.allowDeleteRows = !flag("deleteRows", true);
+    o.allowSort = !flag("sort", true);
+    o.allowAutoFilter = !flag("autoFilter", true);
+}
+
+// ---------------------------------------------------------------------------
+// Completion
+
+void WorksheetHandler::absorb(WorksheetHandler& other, Sheet& otherSheet) {
+    // From the last row up, so this sheet's row list grows once and the
+    // other sheet's storage is released as its rows are taken over. The other
+    // half was filled by another thread, whose allocator can hand its memory
+    // back only once nothing allocated there lives on: cells holding heap
+    // memory (long texts, formulas) are copied, the others moved.
+    auto ownsHeapMemory = [](const Cell& c) {
+        return c.formula() || c.value().size() > CompactText::kInlineCapacity ||
+               c.computedValue().value_or(std::string_view()).size() > CompactText::kInlineCapacity;
+    };
+    for (int64_t row = otherSheet.storedRowCount() - 1; row >= 0; --row) {
+        if (int64_t width = otherSheet.storedColumnCount(row); width > 0) {
+            sheet_.reserveRow(row, width);
+            sheet_.cellForWriting(row, width - 1); // sizes the row once
+            for (int64_t col = 0; col < width; ++col) {
+                Cell& from = *otherSheet.storedCell(row, col);
+                Cell& to = *sheet_.storedCell(row, col);
+                if (ownsHeapMemory(from))
+                    to = from;
+                else
+                    to = std::move(from);
+            }
+        }
+        // Shrinking walks every row left, so it is done in steps; the memory
+        // released is handed back at once, or it would double the peak.
+        if (row % 16384 == 0) {
+            otherSheet.setGridSize(row, otherSheet.columnCount());
+#if defined(__GLIBC__)
+            malloc_trim(0);
+#endif
+        }
+    }
+    for (const auto& [row, height] : otherSheet.rowHeights)
+        sheet_.rowHeights[row] = height;
+
+    for (const PendingFollower& p : other.pendingFollowers_) {
+        Cell* cell = sheet_.storedCell(p.row, p.col);
+        if (!cell) continue;
+        auto master = shared_.find(p.sharedIndex);
+        if (master == shared_.end() || master->second.text().size() > kMaxSharedFormulaLength) {
+            // No master anywhere: the cell keeps its result as a constant, as a whole read does.
+            std::string text(cell->computedValue().value_or(""));
+            cell->setComputedValue(std::nullopt);
+            cell->setValue(text);
+            continue;
+        }
+        cell->setFormula(master->second.textAt(p.row, p.col));
+    }
+    // Array formulas anchored in this half whose results reach into the other.
+    for (const Area& area : arrays_)
+        for (int64_t row = std::max(area.startRow, usedRows_);
+             row <= std::min(area.endRow, sheet_.storedRowCount() - 1); ++row)
+            for (int64_t col = area.startCol; col <= std::min(area.endCol, sheet_.storedColumnCount(row) - 1);
+                 ++col) {
+                Cell* cell = sheet_.storedCell(row, col);
+                if (!cell || cell->hasFormula() || cell->isSpillResult()) continue;
+                std::string text(cell->value());
+                cell->setValue("");
+                cell->setComputedValue(text);
+                cell->setSpillResult(true);
+            }
+    usedRows_ = std::max(usedRows_, other.usedRows_);
+    usedCols_ = std::max(usedCols_, other.usedCols_);
+}
+
+void WorksheetHandler::finish() {
+    endRow();
+    sheet_.growTo(std::max<int64_t>(usedRows_, 500), std::max<int64_t>(usedCols_, 26));
+    for (const ColumnSpan& span : columns_)
+        for (int64_t c = span.first; c <= span.last && c < sheet_.columnCount(); ++c)
+            sheet_.columnWidths[c] = span.pixels;
+    if (!validations_.markup().empty()) sheet_.dataValidations = parseDataValidations(validations_.markup());
+    sheet_.compact();
+}
+
+// ---------------------------------------------------------------------------
+// Text helpers
+
+std::optional<CellPosition64> parseCellReference(std::string_view text) {
+    size_t i = 0;
+    int64_t col = 0;
+    for (; i < text.size() && i < 4; ++i) {
+        char c = text[i];
+        if (c >= 'A' && c <= 'Z')
+            col = col * 26 + (c - 'A' + 1);
+        else if (c >= 'a' && c <= 'z')
+            col = col * 26 + (c - 'a' + 1);
+        else
+            break;
+    }
+    if (i == 0 || i > 3 || col > kMaxColumns) return std::nullopt;
+    size_t digits = text.size() - i;
+    if (digits == 0 || digits > 7) return std::nullopt;
+    int64_t row = 0;
+    for (; i < text.size(); ++i) {
+        char c = text[i];
+        if (c < '0' || c > '9') return std::nullopt;
+        row = row * 10 + (c - '0');
+    }
+    if (row < 1 || row > kMaxRows) return std::nullopt;
+    return CellPosition64{col - 1, row - 1};
+}
+
+std::string importedFormula(std::string_view text) {
+    if (!text.empty() && text.front() == '=') text.remove_prefix(1);
+    if (text.find("_xl") == std::string_view::npos) return std::string(text);
+    std::string out;
+    out.reserve(text.size());
+    char quote = 0;
+    for (size_t i = 0; i < text.size(); ++i) {
+        char c = text[i];
+        if (quote) {
+            if (c == quote) quote = 0; // a doubled quote reopens at once
+        } else if (c == '"' || c == '\'') {
+            quote = c;
+        } else if (c == '_' && i + 6 <= text.size()) {
+            std::string_view prefix = text.substr(i, 6);
+            if (prefix == "_xlfn." || prefix == "_xlws." || prefix == "_xlpm.") {
+                i += 5;
+                continue;
+            }
+        }
+        out += c;
+    }
+    return out;
+}
+
+} // namespace sumora::xlsx

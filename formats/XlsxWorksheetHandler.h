@@ -1,0 +1,142 @@
+#pragma once
+// The event handler that turns a worksheet's XML stream into a Sheet. Used
+// whole for most parts; a big part is read in two halves at once, each by
+// its own handler, and the second half's handler is then absorbed into the
+// first (see readWorksheet).
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "formats/XlsxSharedFormula.h"
+#include "formats/XlsxValidations.h"
+#include "formats/XlsxWorksheetReader.h"
+#include "formats/XmlReader.h"
+
+namespace sumora {
+class Cell;
+class CellFormat;
+class Sheet;
+} // namespace sumora
+
+namespace sumora::xlsx {
+
+// The second half of a split part does not match what its first half left
+// off with; the part is then read again as a whole.
+class SplitMismatch : public std::runtime_error {
+  public:
+    SplitMismatch() : std::runtime_error("the worksheet's halves do not fit together") {}
+};
+
+class WorksheetHandler : public XmlHandler {
+  public:
+    enum class Role {
+        whole,       // the entire part (or its first half plus its end)
+        continuation // rows from the middle of sheetData on, wrapped in a synthetic root
+    };
+
+    WorksheetHandler(const WorksheetContext& context, Sheet& sheet, Role role = Role::whole);
+
+    void startElement(std::string_view name, const XmlAttributes& attributes) override;
+    void endElement(std::string_view name) override;
+    void characters(std::string_view text) override;
+
+    // Inside sheetData and between two rows: where a split may resume.
+    bool betweenRows() const { return inSheetData_ && !inRow_ && !inCell_; }
+
+    // Takes over the rows a continuation handler read into its own sheet:
+    // moves the cells, completes shared formulas whose master lies in this
+    // half and array results of formulas anchored here.
+    void absorb(WorksheetHandler& continuation, Sheet& continuationSheet);
+
+    // Sizes the grid, applies column widths, reads the validations, compacts.
+    void finish();
+
+    // Long-text bytes this handler added to the workbook's count.
+    int64_t countedTextBytes() const { return countedTextBytes_; }
+
+  private:
+    struct Area {
+        int64_t startRow, startCol, endRow, endCol;
+        bool contains(int64_t r, int64_t c) const {
+            return r >= startRow && r <= endRow && c >= startCol && c <= endCol;
+        }
+    };
+    struct ColumnSpan {
+        int64_t first = 0, last = 0;
+        double pixels = 0;
+    };
+    // A cell of a continuation whose shared formula's master lies before it.
+    struct PendingFollower {
+        int64_t row, col, sharedIndex;
+    };
+    enum class ValueKind : uint8_t {
+        number,
+        sharedString,
+        inlineString,
+        formulaString,
+        boolean,
+        error,
+        date
+    };
+    enum class FormulaKind : uint8_t { normal, shared, array, dataTable };
+
+    static ValueKind valueKind(std::string_view t);
+    static std::optional<Area> parseArea(std::string_view ref);
+
+    void startRow(const XmlAttributes& a);
+    void endRow();
+    void startCell(const XmlAttributes& a);
+    void startFormula(const XmlAttributes& a);
+    void endCell();
+    std::string_view resolvedText();
+    std::string_view shiftedFrom1904(std::string_view text);
+    std::optional<std::string> formulaFor(int64_t row, int64_t col);
+    bool insideArray(int64_t row, int64_t col);
+    void countText(size_t bytes);
+    Cell& writableCell(int64_t row, int64_t col);
+
+    void startOther(std::string_view name, const XmlAttributes& a);
+    void startInValidation(std::string_view name);
+    void endInValidation(std::string_view name);
+    void column(const XmlAttributes& a);
+    void mergeCell(const XmlAttributes& a);
+    void pane(const XmlAttributes& a);
+    void protection(const XmlAttributes& a);
+
+    const WorksheetContext& context_;
+    Sheet& sheet_;
+    Role role_;
+
+    // The cell being read.
+    std::optional<CellPosition64> position_;
+    bool inCell_ = false, unaddressable_ = false;
+    ValueKind kind_ = ValueKind::number;
+    int64_t style_ = -1;
+    std::string value_, inline_, formula_;
+    bool inValue_ = false, inFormula_ = false, inText_ = false, inInline_ = false;
+    bool hasValue_ = false, hasInline_ = false, hasFormula_ = false;
+    int phoneticDepth_ = 0;
+    FormulaKind formulaKind_ = FormulaKind::normal;
+    int64_t sharedIndex_ = -1;
+    std::optional<Area> pendingArray_;
+
+    // Position and sizes.
+    bool inSheetData_ = false, inRow_ = false;
+    int64_t currentRow_ = -1, nextRow_ = 0, nextCol_ = 0;
+    int64_t expectedWidth_ = 1, rowWidth_ = 0, cellSlots_ = 0;
+    bool rowReserved_ = false;
+    int64_t usedRows_ = 0, usedCols_ = 0;
+    int64_t countedTextBytes_ = 0;
+
+    std::unordered_map<int64_t, SharedFormula> shared_;
+    std::vector<PendingFollower> pendingFollowers_;
+    std::vector<Area> arrays_;
+    std::vector<ColumnSpan> columns_;
+    ValidationMarkup validations_;
+    bool inSheetProperties_ = false, inFirstView_ = false, sawView_ = false;
+};
+
+} // namespace sumora::xlsx

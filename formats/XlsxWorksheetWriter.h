@@ -1,0 +1,26 @@
+#pragma once
+// One worksheet part ("xl/worksheets/sheetN.xml"). Built into one string
+// reserved up front, with numbers and references formatted by hand: a big
+// sheet's part is tens of megabytes and this is the hot path of saving.
+#include <optional>
+#include <string>
+
+namespace sumora {
+class Sheet;
+}
+
+namespace sumora::xlsx {
+
+class SharedStringTable;
+class StylesWriter;
+
+// Relationship ids of the sheet's other parts, when it has them.
+struct WorksheetLinks {
+    std::optional<std::string> drawing;       // the charts
+    std::optional<std::string> legacyDrawing; // the comments' note shapes
+};
+
+std::string worksheetXml(const Sheet& sheet, SharedStringTable& strings, StylesWriter& styles,
+                         const WorksheetLinks& links);
+
+} // namespace sumora::xlsx

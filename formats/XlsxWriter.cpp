@@ -1,0 +1,102 @@
+// Saving as an Office Open XML package. The worksheets are built first,
+// because they fill the shared-string table and the style sheet that come
+// before them in the package; then every part is added in the package's
+// order and the archive is checked.
+#include <ctime>
+
+#include "formats/FileErrors.h"
+#include "formats/XlsxChartWriter.h"
+#include "formats/XlsxCommentsWriter.h"
+#include "formats/XlsxFormat.h"
+#include "formats/XlsxPackageParts.h"
+#include "formats/XlsxSharedStringsWriter.h"
+#include "formats/XlsxStylesWriter.h"
+#include "formats/XlsxWorksheetWriter.h"
+#include "formats/ZipArchive.h"
+
+namespace sumora {
+
+namespace {
+
+using namespace xlsx;
+
+// Parts past this size are deflated at a fast level: a big worksheet
+// compresses several times faster and only a few percent larger.
+constexpr size_t kBigPartBytes = size_t{1} << 20;
+constexpr int kBigPartLevel = 1;
+
+void addPart(ZipWriter& zip, const std::string& path, std::string&& xml) {
+    int level = xml.size() > kBigPartBytes ? kBigPartLevel : -1;
+    zip.add(path, std::move(xml), Compression::deflate, level);
+}
+
+std::string buildPackage(const std::vector<Sheet>& sheets, const WorkbookExtras& extras) {
+    std::vector<SheetParts> plan = planSheetParts(sheets);
+    SharedStringTable strings;
+    StylesWriter styles;
+    std::vector<std::string> worksheets;
+    worksheets.reserve(sheets.size());
+    for (size_t i = 0; i < sheets.size(); ++i)
+        worksheets.push_back(
+            worksheetXml(sheets[i], strings, styles, {plan[i].drawingId, plan[i].legacyDrawingId}));
+
+    ZipWriter zip;
+    addPart(zip, "[Content_Types].xml", contentTypesXml(plan));
+    addPart(zip, "_rels/.rels", rootRelsXml());
+    addPart(zip, "docProps/app.xml", appPropertiesXml());
+    addPart(zip, "docProps/core.xml", corePropertiesXml(std::time(nullptr)));
+    addPart(zip, "xl/workbook.xml", workbookXml(sheets, extras));
+    addPart(zip, "xl/_rels/workbook.xml.rels", workbookRelsXml(sheets.size()));
+    addPart(zip, "xl/sharedStrings.xml", strings.xml());
+    addPart(zip, "xl/styles.xml", styles.xml());
+    for (size_t i = 0; i < sheets.size(); ++i) {
+        const Sheet& sheet = sheets[i];
+        const SheetParts& parts = plan[i];
+        std::string n = std::to_string(parts.number);
+        addPart(zip, "xl/worksheets/sheet" + n + ".xml", std::move(worksheets[i]));
+        if (parts.hasRelationships())
+            addPart(zip, "xl/worksheets/_rels/sheet" + n + ".xml.rels", sheetRelsXml(parts));
+        if (!parts.chartNumbers.empty()) {
+            addPart(zip, "xl/drawings/drawing" + n + ".xml", drawingXml(sheet.charts, parts.chartNumbers));
+            addPart(zip, "xl/drawings/_rels/drawing" + n + ".xml.rels", drawingRelsXml(parts.chartNumbers));
+            for (size_t k = 0; k < sheet.charts.size(); ++k)
+                addPart(zip, "xl/charts/chart" + std::to_string(parts.chartNumbers[k]) + ".xml",
+                        chartXml(sheet.charts[k], sheet));
+        }
+        if (parts.hasComments) {
+            std::vector<SheetComment> comments = sheetComments(sheet);
+            addPart(zip, "xl/comments" + n + ".xml", commentsXml(comments));
+            addPart(zip, "xl/drawings/vmlDrawing" + n + ".vml", vmlDrawingXml(comments, parts.number));
+        }
+    }
+    try {
+        return zip.finish();
+    } catch (const ArchiveError& e) {
+        throw FileWriteError(std::string("XLSX export could not build its archive: ") + e.what());
+    }
+}
+
+std::string checkedPackage(const std::vector<Sheet>& sheets, const WorkbookExtras& extras) {
+    // A workbook needs a sheet; a document always has one, a bare list may not.
+    std::vector<Sheet> fallback;
+    if (sheets.empty()) fallback.push_back(SumoraDocument::makeNewSheet("Sheet 1"));
+    std::string bytes = buildPackage(sheets.empty() ? fallback : sheets, extras);
+    verifyPackageBytes(bytes);
+    return bytes;
+}
+
+} // namespace
+
+std::string writeXlsx(const std::vector<Sheet>& sheets) {
+    return checkedPackage(sheets, {});
+}
+
+std::string writeXlsx(const SumoraDocument& document) {
+    WorkbookExtras extras;
+    extras.namedRanges = &document.namedRanges;
+    extras.isProtected = document.isWorkbookProtected;
+    extras.password = document.workbookPassword;
+    return checkedPackage(document.sheets, extras);
+}
+
+} // namespace sumora
