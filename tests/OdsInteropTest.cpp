@@ -39,7 +39,7 @@ class OdsInterop : public ::testing::Test {
     // returns the converted file's path.
     fs::path convert(const fs::path& input, const std::string& format, const std::string& extension) {
         std::string command =
-            "timeout 240 soffice -env:UserInstallation=file:///tmp/lo-sumora-ods-test --headless "
+            "timeout 240 soffice -env:UserInstallation=file:///tmp/lo-sumora-ods-test-" + std::to_string(::getpid()) + " --headless "
             "--convert-to " +
             format + " --outdir '" + dir_.string() + "' '" + input.string() + "' >/dev/null 2>&1";
         EXPECT_EQ(std::system(command.c_str()), 0) << command;
@@ -213,7 +213,7 @@ TEST_F(OdsInterop, LibreOfficeOpensOurFileAndWeOpenItsResave) {
     fs::path resaved_dir = dir_ / "resaved";
     fs::create_directories(resaved_dir);
     std::string command =
-        "timeout 240 soffice -env:UserInstallation=file:///tmp/lo-sumora-ods-test --headless "
+        "timeout 240 soffice -env:UserInstallation=file:///tmp/lo-sumora-ods-test-" + std::to_string(::getpid()) + " --headless "
         "--convert-to ods --outdir '" +
         resaved_dir.string() + "' '" + ours.string() + "' >/dev/null 2>&1";
     ASSERT_EQ(std::system(command.c_str()), 0);

@@ -3,6 +3,8 @@
 // their values, formulas, styles, merges, names and sheet settings.
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -263,7 +265,7 @@ TEST(XlsxInterop, LibreOfficeWorkbookComesThrough) {
     ScratchFolder folder;
     fs::path source = folder.write("book.fods", kFlatOds);
     std::string command =
-        "timeout 180 soffice --headless -env:UserInstallation=file:///tmp/lo-sumora-xlsx-reader "
+        "timeout 180 soffice --headless -env:UserInstallation=file:///tmp/lo-sumora-xlsx-reader-" + std::to_string(::getpid()) + " "
         "--convert-to xlsx --outdir " +
         folder.file("").string() + " " + source.string();
     ASSERT_EQ(run(command), 0) << command;

@@ -41,7 +41,7 @@ class XlsxLibreOffice : public ::testing::Test {
         fs::path book = dir_ / "book.xlsx";
         std::ofstream(book, std::ios::binary) << writeXlsx(doc);
         // A private profile, so that a running or damaged user profile cannot interfere.
-        std::string command = "soffice -env:UserInstallation=file:///tmp/lo-sumora-xlsx-writer --headless "
+        std::string command = "soffice -env:UserInstallation=file:///tmp/lo-sumora-xlsx-writer-" + std::to_string(::getpid()) + " --headless "
                               "--convert-to '" +
                               filter + "' --outdir '" + dir_.string() + "' '" + book.string() +
                               "' >/dev/null 2>&1";
