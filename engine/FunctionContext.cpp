@@ -46,7 +46,7 @@ void FunctionContext::appendNumbers(size_t i, std::vector<double>& out) {
         return;
     }
     if (n.kind == NodeKind::range || (n.kind == NodeKind::name && !evaluator_.variable(tree_.string(n.stringIndex)))) {
-        if (auto spec = reference(i)) resolver().rangeNumbers(*spec, out);
+        if (auto rangeSpec = reference(i)) resolver().rangeNumbers(*rangeSpec, out);
         return;
     }
     FormulaValue v = evaluate(i);
@@ -70,7 +70,7 @@ std::vector<FormulaValue> FunctionContext::resolveValues(size_t i) {
     if (i >= args_.size()) return out;
     const FormulaNode& n = tree_.node(args_[i]);
     if (n.kind == NodeKind::range || (n.kind == NodeKind::name && !evaluator_.variable(tree_.string(n.stringIndex)))) {
-        if (auto spec = reference(i)) resolver().rangeValues(*spec, out);
+        if (auto rangeSpec = reference(i)) resolver().rangeValues(*rangeSpec, out);
         else out.push_back(evaluate(i));
         return out;
     }
@@ -88,15 +88,15 @@ ValueRows FunctionContext::resolve2DValues(size_t i) {
     if (i >= args_.size()) return rows;
     const FormulaNode& n = tree_.node(args_[i]);
     if (n.kind == NodeKind::range || (n.kind == NodeKind::name && !evaluator_.variable(tree_.string(n.stringIndex)))) {
-        auto spec = reference(i);
-        if (!spec) return {{evaluate(i)}};
+        auto rangeSpec = reference(i);
+        if (!rangeSpec) return {{evaluate(i)}};
         std::vector<FormulaValue> flat;
-        resolver().rangeValues(*spec, flat);
+        resolver().rangeValues(*rangeSpec, flat);
         // rangeValues clips to the grid; recover the clipped width.
-        int64_t cols = spec->cols();
-        if (auto size = resolver().gridSize(spec->sheet)) {
-            int64_t lastCol = std::min(spec->col2, size->second - 1);
-            cols = std::max<int64_t>(0, lastCol - std::max<int64_t>(spec->col1, 0) + 1);
+        int64_t cols = rangeSpec->cols();
+        if (auto size = resolver().gridSize(rangeSpec->sheet)) {
+            int64_t lastCol = std::min(rangeSpec->col2, size->second - 1);
+            cols = std::max<int64_t>(0, lastCol - std::max<int64_t>(rangeSpec->col1, 0) + 1);
         }
         if (cols <= 0) return rows;
         for (size_t k = 0; k < flat.size(); k += static_cast<size_t>(cols))

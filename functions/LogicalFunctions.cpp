@@ -174,7 +174,7 @@ FormulaValue letValue(FunctionContext& c, size_t i) {
     const FormulaNode& n = c.argNode(i);
     bool isRange = n.kind == NodeKind::range;
     if (n.kind == NodeKind::name && !c.evaluator().variable(c.tree().string(n.stringIndex)))
-        if (auto spec = c.reference(i)) isRange = spec->rows() * spec->cols() > 1;
+        if (auto rangeSpec = c.reference(i)) isRange = rangeSpec->rows() * rangeSpec->cols() > 1;
     if (isRange) return FormulaValue::array(c.resolve2DValues(i));
     return c.evaluate(i);
 }

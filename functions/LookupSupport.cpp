@@ -230,9 +230,9 @@ FormulaValue LookupVector::at(size_t i) const {
 IndexedValues& LookupVector::materialized() const {
     if (!indexed_) {
         std::vector<FormulaValue> values;
-        RangeSpec spec{col1_, row1_, col1_ + cols_ - 1, row1_ + static_cast<int64_t>(size_) / cols_ - 1,
+        RangeSpec rangeSpec{col1_, row1_, col1_ + cols_ - 1, row1_ + static_cast<int64_t>(size_) / cols_ - 1,
                        sheet()};
-        if (size_ > 0) resolver_->rangeValues(spec, values);
+        if (size_ > 0) resolver_->rangeValues(rangeSpec, values);
         values.resize(size_);
         indexed_ = std::make_shared<IndexedValues>(std::move(values));
     }

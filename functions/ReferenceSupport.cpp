@@ -105,7 +105,7 @@ bool isPlainSheetName(std::string_view name) {
     });
 }
 
-RangeSpec Reference::spec() const {
+RangeSpec Reference::rangeSpec() const {
     return RangeSpec{col1, row1, col2, row2, sheetView()};
 }
 
@@ -158,15 +158,15 @@ ReferenceResult referenceArg(FunctionContext& c, size_t i) {
         return chooseReference(inner);
     }
     if (n.kind != NodeKind::cellRef && n.kind != NodeKind::range && n.kind != NodeKind::name) return {};
-    auto spec = c.reference(i);
-    if (!spec) {
+    auto rangeSpec = c.reference(i);
+    if (!rangeSpec) {
         // A LET variable is a value; an unknown name is an error.
         if (n.kind == NodeKind::name && !c.evaluator().variable(c.tree().string(n.stringIndex)))
             return ReferenceResult::failure(ErrorKind::invalidName);
         return {};
     }
-    Reference r{spec->col1, spec->row1, spec->col2, spec->row2, std::nullopt};
-    if (spec->sheet) r.sheet = std::string(*spec->sheet);
+    Reference r{rangeSpec->col1, rangeSpec->row1, rangeSpec->col2, rangeSpec->row2, std::nullopt};
+    if (rangeSpec->sheet) r.sheet = std::string(*rangeSpec->sheet);
     return {r, std::nullopt};
 }
 
@@ -252,7 +252,7 @@ ValueRows referenceRows(CellResolver& resolver, const Reference& ref) {
     ValueRows rows;
     auto grid = resolver.gridSize(ref.sheetView());
     if (!grid) return rows;
-    auto clipped = clipToGrid(ref.spec(), grid->first, grid->second);
+    auto clipped = clipToGrid(ref.rangeSpec(), grid->first, grid->second);
     if (!clipped) return rows;
     std::vector<FormulaValue> flat;
     resolver.rangeValues(*clipped, flat);
@@ -294,7 +294,7 @@ Table Table::fromArg(FunctionContext& c, size_t i) {
         t.resolver_ = &c.resolver();
         if (r.reference->col2 < r.reference->col1 || r.reference->row2 < r.reference->row1)
             return t; // no cells
-        auto clipped = clipToGrid(r.reference->spec(), grid->first, grid->second);
+        auto clipped = clipToGrid(r.reference->rangeSpec(), grid->first, grid->second);
         if (!clipped) {
             t.error_ = FormulaValue::error(ErrorKind::invalidReference);
             return t;
@@ -340,9 +340,9 @@ ValueRows Table::values() const {
 
 LookupVector Table::slice(int64_t row1, int64_t col1, int64_t row2, int64_t col2) const {
     if (reference_) {
-        RangeSpec spec{reference_->col1 + col1, reference_->row1 + row1, reference_->col1 + col2,
+        RangeSpec rangeSpec{reference_->col1 + col1, reference_->row1 + row1, reference_->col1 + col2,
                        reference_->row1 + row2, reference_->sheetView()};
-        return LookupVector(*resolver_, spec);
+        return LookupVector(*resolver_, rangeSpec);
     }
     std::vector<FormulaValue> values;
     for (int64_t r = row1; r <= row2; ++r)

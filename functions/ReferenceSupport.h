@@ -28,7 +28,7 @@ struct Reference {
     int64_t cols() const { return col2 - col1 + 1; }
     bool isSingleCell() const { return col1 == col2 && row1 == row2; }
     // Views `sheet`: valid while this Reference lives unchanged.
-    RangeSpec spec() const;
+    RangeSpec rangeSpec() const;
     std::optional<std::string_view> sheetView() const {
         return sheet ? std::optional<std::string_view>(*sheet) : std::nullopt;
     }
