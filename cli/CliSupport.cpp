@@ -40,7 +40,9 @@ SumoraDocument openWorkbookForEditing(const std::string& path) {
         throw CLI::RuntimeError(1);
     }
     if (doc.sheets.empty()) doc.sheets.push_back(SumoraDocument::makeNewSheet("Sheet 1"));
-    recalculateDocument(doc);
+    // XLSX and ODS come back recalculated from the open; CSV holds texts only,
+    // and recalculating promotes its "=…" fields to formulas.
+    if (fileTypeForPath(path).value_or(FileType::csv) == FileType::csv) recalculateDocument(doc);
     return doc;
 }
 

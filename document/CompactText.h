@@ -57,7 +57,7 @@ public:
         uint8_t keptFlags = flags();
         release();
         if (s.size() <= kInlineCapacity) {
-            std::memcpy(raw_, s.data(), s.size());
+            if (!s.empty()) std::memcpy(raw_, s.data(), s.size()); // an empty view may carry a null pointer
             setTag(static_cast<uint8_t>(s.size()));
         } else {
             char* p = new char[s.size()];

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "engine/Log.h"
+#include "engine/Recalculation.h"
 #include "formats/CsvFormat.h"
 #include "formats/FileErrors.h"
 #include "formats/OdsFormat.h"
@@ -48,6 +49,7 @@ SumoraDocument openOds(const std::string& bytes) {
         SumoraDocument doc = SumoraDocument::empty();
         doc.sheets = readOdsSheets(bytes);
         if (doc.sheets.empty()) doc.sheets.push_back(SumoraDocument::makeNewSheet("Sheet 1"));
+        recalculateDocument(doc);
         return doc;
     } catch (const FileReadError&) {
         throw;

@@ -96,13 +96,14 @@ void OdsContentHandler::startElement(std::string_view name, const XmlAttributes&
         return;
     }
     if (inTableCell) {
-        if (foreignDepth_ > 0 || isForeignInCell(name)) {
+        bool paragraph = name == "p" || name == "h";
+        if (foreignDepth_ > 0 || (!paragraph && isForeignInCell(name))) {
             ++foreignDepth_;
             if (name == "annotation" && foreignDepth_ == 1) {
                 inAnnotation_ = true;
                 annotationText_.clear();
                 annotationParagraphs_ = 0;
-            } else if (inAnnotation_ && foreignDepth_ == 2 && (name == "p" || name == "h")) {
+            } else if (inAnnotation_ && foreignDepth_ == 2 && paragraph) {
                 if (annotationParagraphs_++ > 0) annotationText_ += '\n';
                 inAnnotationP_ = true;
             } else if (inAnnotationP_) {
@@ -110,7 +111,7 @@ void OdsContentHandler::startElement(std::string_view name, const XmlAttributes&
             }
             return;
         }
-        if (name == "p" || name == "h") {
+        if (paragraph) {
             if (paragraphs_++ > 0) currentText += '\n';
             inTextP = true;
         } else if (inTextP) {

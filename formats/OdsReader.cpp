@@ -4,16 +4,16 @@
 // A big content part is read in two halves at the same time, because
 // parsing, not decompression, dominates the opening of a large workbook.
 // Both halves see the same decompressed stream, each through its own archive
-// reader. The cut lies at the first row start at or after the middle of the
-// part's declared size. The first half parses everything before the cut. The
-// second parses the automatic styles at the head of the part, decompresses
-// on to the cut without parsing, parses the rows from the cut to the end of
-// their table into rows of its own (numbered from the cut, since rows carry
-// no numbers), and hands the rest of the part back to the first half, which
-// takes the rows over and finishes the document. When the halves do not fit
-// together (a cut outside a table's rows, any error in the second half) the
-// part is simply read again as a whole, which also reports real errors the
-// way a whole read does.
+// reader. The cut lies at the first row start a little past the middle of
+// the part's declared size. The first half parses everything before the cut.
+// The second parses the automatic styles at the head of the part,
+// decompresses on to the cut without parsing, parses the rows from the cut
+// to the end of their table into rows of its own (numbered from the cut,
+// since rows carry no numbers), and hands the rest of the part back to the
+// first half, which takes the rows over and finishes the document. When the
+// halves do not fit together (a cut outside a table's rows, any error in the
+// second half) the part is simply read again as a whole, which also reports
+// real errors the way a whole read does.
 #include <atomic>
 #include <cstring>
 #include <exception>
@@ -180,7 +180,8 @@ std::vector<Sheet> readWhole(ZipReader& archive) {
 // Reads the part in two halves; nothing when the halves do not fit together.
 std::optional<std::vector<Sheet>> readInHalves(ZipReader& archive, std::string_view package,
                                                uint64_t declaredSize) {
-    uint64_t cutFrom = declaredSize / 2;
+    // A little past the middle: the second half also decompresses the first.
+    uint64_t cutFrom = declaredSize / 100 * 54;
     std::atomic<bool> cancelled{false};
     SecondHalf second;
     std::thread worker;

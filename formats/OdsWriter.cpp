@@ -6,6 +6,8 @@
 
 #include <charconv>
 #include <cmath>
+#include <system_error>
+#include <thread>
 #include <unordered_map>
 
 #include "document/SumoraDocument.h"
@@ -54,8 +56,9 @@ constexpr std::string_view kContentStart =
     "xmlns:of=\"urn:oasis:names:tc:opendocument:xmlns:of:1.2\" "
     "xmlns:number=\"urn:oasis:names:tc:opendocument:xmlns:datastyle:1.0\" office:version=\"1.2\">";
 
-// Pixels to millimetres, written as centimetres: the unit is part of the
-// format as other readers of these files know it.
+// The factor turns pixels into millimetres, yet the unit written is the
+// centimetre: files already saved, and the reader's inverse, depend on
+// exactly this pair, so both stay.
 constexpr double kWidthFactor = 0.264583;
 
 void appendInteger(std::string& out, int64_t n) {
@@ -154,14 +157,19 @@ void appendParagraphs(std::string& out, std::string_view text) {
 }
 
 // The automatic styles of one package: cell styles by key, column styles by
-// width, both numbered in the order they are first met.
+// width, both numbered in the order they are first met. Complete once built,
+// so that several threads may look styles up at once.
 class StyleTable {
   public:
     explicit StyleTable(const std::vector<Sheet>& sheets) {
         for (const Sheet& sheet : sheets) {
+            const CellFormat* last = nullptr;
             for (int64_t r = 0; r < sheet.storedRowCount(); ++r)
-                for (int64_t c = 0; c < sheet.storedColumnCount(r); ++c)
-                    cellStyle(sheet.cell(r, c).formatHandle());
+                for (int64_t c = 0; c < sheet.storedColumnCount(r); ++c) {
+                    const CellFormat* format = sheet.cell(r, c).formatHandle();
+                    if (format && format != last) collect(format);
+                    last = format;
+                }
             for (const auto& [column, width] : sheet.columnWidths) {
                 (void)column;
                 widths_.try_emplace(width, static_cast<int>(widths_.size()) + 1);
@@ -171,35 +179,47 @@ class StyleTable {
     }
 
     // 0 for a cell that needs no style, else N of "ceN".
-    int cellStyle(const CellFormat* format) {
-        if (!format) return 0;
-        if (format == lastFormat_) return lastStyle_;
-        auto [it, inserted] = byFormat_.try_emplace(format, 0);
-        if (inserted) {
-            ODSWriter::CellStyleKey key = ODSWriter::CellStyleKey::of(*format);
-            if (!key.isPlain()) {
-                auto [k, added] = byKey_.try_emplace(key, static_cast<int>(keys_.size()) + 1);
-                if (added) keys_.push_back(key);
-                it->second = k->second;
-            }
-        }
-        lastFormat_ = format;
-        lastStyle_ = it->second;
-        return it->second;
-    }
+    int cellStyle(const CellFormat* format) const { return format ? byFormat_.at(format) : 0; }
     int columnStyle(double width) const { return widths_.at(width); }
 
     const std::vector<ODSWriter::CellStyleKey>& keys() const { return keys_; }
     const std::vector<double>& widths() const { return widthOrder_; }
 
   private:
+    void collect(const CellFormat* format) {
+        auto [it, inserted] = byFormat_.try_emplace(format, 0);
+        if (!inserted) return;
+        ODSWriter::CellStyleKey key = ODSWriter::CellStyleKey::of(*format);
+        if (key.isPlain()) return;
+        auto [k, added] = byKey_.try_emplace(key, static_cast<int>(keys_.size()) + 1);
+        if (added) keys_.push_back(key);
+        it->second = k->second;
+    }
+
     std::unordered_map<const CellFormat*, int> byFormat_;
     std::unordered_map<ODSWriter::CellStyleKey, int, ODSWriter::CellStyleKeyHash> byKey_;
     std::vector<ODSWriter::CellStyleKey> keys_;
     std::unordered_map<double, int> widths_;
     std::vector<double> widthOrder_;
-    const CellFormat* lastFormat_ = nullptr;
-    int lastStyle_ = 0;
+};
+
+// One writer's view of the style table: neighbouring cells mostly share a
+// format, so the last answer is kept.
+class StyleLookup {
+  public:
+    explicit StyleLookup(const StyleTable& table) : table_(table) {}
+    int operator()(const CellFormat* format) {
+        if (format != last_) {
+            last_ = format;
+            style_ = table_.cellStyle(format);
+        }
+        return style_;
+    }
+
+  private:
+    const StyleTable& table_;
+    const CellFormat* last_ = nullptr;
+    int style_ = 0;
 };
 
 void appendAutomaticStyles(std::string& out, const StyleTable& styles) {
@@ -303,7 +323,52 @@ void appendEmptyRows(std::string& out, int64_t count) {
     out += "\"><table:table-cell/></table:table-row>";
 }
 
-void appendTable(std::string& out, const Sheet& sheet, StyleTable& styles) {
+// What a range of rows left open at its end.
+struct RowsWritten {
+    bool any = false;
+    int64_t trailingEmptyRows = 0; // written only if rows with content follow
+};
+
+RowsWritten appendRows(std::string& out, const Sheet& sheet, int64_t firstRow, int64_t endRow,
+                       const StyleTable& table) {
+    StyleLookup styleOf(table);
+    RowsWritten written;
+    int64_t emptyRows = 0;
+    for (int64_t r = firstRow; r < endRow; ++r) {
+        bool any = false;
+        int64_t emptyCells = 0;
+        for (int64_t c = 0; c < sheet.storedColumnCount(r); ++c) {
+            const Cell& cell = sheet.cell(r, c);
+            int style = styleOf(cell.formatHandle());
+            if (!style && !cell.hasFormula() && cell.displayValue().empty()) {
+                ++emptyCells;
+                continue;
+            }
+            if (!any) {
+                appendEmptyRows(out, emptyRows);
+                emptyRows = 0;
+                out += "<table:table-row>";
+                any = true;
+            }
+            appendEmptyCells(out, emptyCells);
+            emptyCells = 0;
+            appendCell(out, sheet, r, c, cell, style);
+        }
+        if (any) {
+            out += "</table:table-row>";
+            written.any = true;
+        } else {
+            ++emptyRows;
+        }
+    }
+    written.trailingEmptyRows = emptyRows;
+    return written;
+}
+
+// Rows past which a table's rows are written in two halves at once.
+constexpr int64_t kParallelRows = 20000;
+
+void appendTable(std::string& out, const Sheet& sheet, const StyleTable& styles) {
     out += "<table:table table:name=\"";
     appendXmlEscaped(out, sheet.name, XmlContext::attribute);
     out += "\">";
@@ -323,36 +388,29 @@ void appendTable(std::string& out, const Sheet& sheet, StyleTable& styles) {
         }
     }
 
-    int64_t emptyRows = 0;
-    bool wroteRow = false;
-    for (int64_t r = 0; r < sheet.storedRowCount(); ++r) {
-        bool any = false;
-        int64_t emptyCells = 0;
-        for (int64_t c = 0; c < sheet.storedColumnCount(r); ++c) {
-            const Cell& cell = sheet.cell(r, c);
-            int style = styles.cellStyle(cell.formatHandle());
-            if (!style && !cell.hasFormula() && cell.displayValue().empty()) {
-                ++emptyCells;
-                continue;
-            }
-            if (!any) {
-                appendEmptyRows(out, emptyRows);
-                emptyRows = 0;
-                out += "<table:table-row>";
-                any = true;
-            }
-            appendEmptyCells(out, emptyCells);
-            emptyCells = 0;
-            appendCell(out, sheet, r, c, cell, style);
-        }
-        if (any) {
-            out += "</table:table-row>";
-            wroteRow = true;
-        } else {
-            ++emptyRows;
+    int64_t rows = sheet.storedRowCount();
+    RowsWritten first, second;
+    std::string secondText;
+    std::thread helper;
+    int64_t middle = rows;
+    if (rows >= kParallelRows && std::thread::hardware_concurrency() >= 2) {
+        middle = rows / 2;
+        secondText.reserve(out.capacity() > out.size() ? (out.capacity() - out.size()) / 2 : 0);
+        try {
+            helper = std::thread([&] { second = appendRows(secondText, sheet, middle, rows, styles); });
+        } catch (const std::system_error&) {
+            middle = rows; // no thread to spare: one writer does it all
         }
     }
-    if (!wroteRow) appendEmptyRows(out, 1);
+    first = appendRows(out, sheet, 0, middle, styles);
+    if (helper.joinable()) {
+        helper.join();
+        if (second.any) {
+            appendEmptyRows(out, first.trailingEmptyRows);
+            out += secondText;
+        }
+    }
+    if (!first.any && !second.any) appendEmptyRows(out, 1);
     out += "</table:table>";
 }
 

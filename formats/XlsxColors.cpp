@@ -12,7 +12,7 @@ namespace sumora::xlsx {
 
 namespace {
 
-// The Office default theme, used when a workbook carries none.
+// The default theme of the format, used when a workbook carries none.
 const std::array<std::string, 12> kDefaultTheme = {"000000", "FFFFFF", "1F497D", "EEECE1",
                                                    "4F81BD", "C0504D", "9BBB59", "8064A2",
                                                    "4BACC6", "F79646", "0000FF", "800080"};
@@ -101,8 +101,8 @@ class ThemeHandler : public XmlHandler {
 
 } // namespace
 
-ColorSpec ColorSpec::fromAttributes(const XmlAttributes& attributes) {
-    ColorSpec c;
+ColorElement ColorElement::fromAttributes(const XmlAttributes& attributes) {
+    ColorElement c;
     if (auto rgb = attributes.get("rgb")) c.rgb = std::string(*rgb);
     if (auto theme = attributes.get("theme"))
         if (auto n = parseInteger(*theme)) c.theme = static_cast<int>(std::clamp<int64_t>(*n, -1, 1000));
@@ -129,7 +129,8 @@ std::optional<std::string> ColorResolver::themeColor(int index) const {
     return theme_[static_cast<size_t>(kSlotOfIndex[index])];
 }
 
-std::optional<std::string> ColorResolver::resolve(const ColorSpec& color) const {
+std::optional<std::string> ColorResolver::resolve(const ColorElement& color) const {
+    if (color.automatic) return std::nullopt; // the application's own default
     std::optional<std::string> base;
     if (color.rgb) {
         // An explicit value is kept as the file writes it, unless a tint must be applied.

@@ -17,20 +17,19 @@ class ZipReader;
 namespace sumora::xlsx {
 
 // What one colour element (`color`, `fgColor`, `tabColor`, …) says.
-struct ColorSpec {
+struct ColorElement {
     std::optional<std::string> rgb;
     std::optional<int> theme;
     std::optional<int> indexed;
     double tint = 0.0;
     bool automatic = false;
 
-    static ColorSpec fromAttributes(const XmlAttributes& attributes);
-    bool isEmpty() const { return !rgb && !theme && !indexed; }
+    static ColorElement fromAttributes(const XmlAttributes& attributes);
 };
 
 class ColorResolver {
   public:
-    // The default Office theme and the standard palette.
+    // The format's default theme and the standard palette.
     ColorResolver();
 
     // The twelve theme slots in the theme part's order: dk1, lt1, dk2, lt2,
@@ -41,7 +40,7 @@ class ColorResolver {
 
     // "RRGGBB" (or the file's own text for an explicit rgb value); absent for
     // automatic colours and for indices that name nothing.
-    std::optional<std::string> resolve(const ColorSpec& color) const;
+    std::optional<std::string> resolve(const ColorElement& color) const;
 
     // The colour of theme index `index` as cells use it: 0 and 1 are the
     // light and dark text colours (lt1, dk1), 2 and 3 lt2 and dk2.

@@ -30,6 +30,12 @@ class RelationshipsHandler : public XmlHandler {
 
 } // namespace
 
+std::string readPart(ZipReader& archive, std::string_view path) {
+    std::string bytes;
+    archive.stream(path, [&](std::string_view chunk) { bytes.append(chunk); });
+    return bytes;
+}
+
 std::string relationshipsPathFor(std::string_view partPath) {
     if (!partPath.empty() && partPath.front() == '/') partPath.remove_prefix(1);
     size_t slash = partPath.rfind('/');

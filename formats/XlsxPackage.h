@@ -20,6 +20,11 @@ struct Relationship {
     bool isExternal = false;
 };
 
+// A part's bytes, gathered as they come out of the archive: unlike
+// ZipReader::read nothing is reserved from the size the archive declares,
+// which a damaged or hostile package may state far too large.
+std::string readPart(ZipReader& archive, std::string_view path);
+
 // "xl/worksheets/sheet1.xml" → "xl/worksheets/_rels/sheet1.xml.rels".
 std::string relationshipsPathFor(std::string_view partPath);
 

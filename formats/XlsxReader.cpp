@@ -12,6 +12,7 @@
 #include "formats/XlsxColors.h"
 #include "formats/XlsxCommentsReader.h"
 #include "formats/XlsxFormat.h"
+#include "formats/XlsxPackage.h"
 #include "formats/XlsxSanitizer.h"
 #include "formats/XlsxSharedStringsReader.h"
 #include "formats/XlsxStylesReader.h"
@@ -85,7 +86,7 @@ void readTheme(ZipReader& archive, const std::string& path, ColorResolver& color
 std::optional<StyleTable> readStyleTable(ZipReader& archive, const std::string& path, ColorResolver& colors) {
     if (!archive.contains(path)) return std::nullopt;
     try {
-        std::string xml = archive.read(path);
+        std::string xml = readPart(archive, path);
         return readStyles(xml, colors);
     } catch (const std::exception& e) {
         Log::progress(std::string("  Styles parse failed (non-fatal): ") + e.what());

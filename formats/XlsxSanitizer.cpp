@@ -3,6 +3,7 @@
 #include <unordered_set>
 
 #include "engine/Log.h"
+#include "formats/XlsxPackage.h"
 #include "formats/ZipArchive.h"
 
 namespace sumora::xlsx {
@@ -72,7 +73,7 @@ std::optional<std::string> repairDoubledDeclarations(ZipReader& source) {
             destination->addDirectory(entry.path);
             continue;
         }
-        std::string content = source.read(entry.path);
+        std::string content = readPart(source, entry.path);
         if (isXmlPart(entry) && replaceDoubled(content))
             Log::progress("  sanitizeXLSX: fixed double declaration in " + entry.path);
         destination->add(entry.path, std::move(content), Compression::deflate, 1);

@@ -21,12 +21,12 @@ struct FontRecord {
     bool bold = false, italic = false, underline = false, strike = false;
     std::optional<std::string> name;
     std::optional<double> size;
-    ColorSpec color;
+    ColorElement color;
 };
 
 struct FillRecord {
     std::string patternType = "none"; // the schema's default
-    ColorSpec foreground;
+    ColorElement foreground;
 };
 
 struct BorderRecord {
@@ -146,7 +146,7 @@ class StylesHandler : public XmlHandler {
             if (auto v = a.get("val"))
                 if (auto size = parseDouble(*v); size && *size > 0 && *size < 10000) f.size = *size;
         } else if (name == "color") {
-            f.color = ColorSpec::fromAttributes(a);
+            f.color = ColorElement::fromAttributes(a);
         }
     }
 
@@ -160,7 +160,7 @@ class StylesHandler : public XmlHandler {
             inPatternFill_ = true;
             fills.back().patternType = std::string(a.get("patternType").value_or("none"));
         } else if (name == "fgColor" && inPatternFill_) {
-            fills.back().foreground = ColorSpec::fromAttributes(a);
+            fills.back().foreground = ColorElement::fromAttributes(a);
         }
     }
 
@@ -243,7 +243,7 @@ StyleTable readStyles(std::string_view xml, ColorResolver& colors) {
     // Fonts and fills are resolved once, not once per cell format.
     std::vector<std::optional<std::string>> fontColors(h.fonts.size());
     for (size_t i = 0; i < h.fonts.size(); ++i) {
-        const ColorSpec& typed = h.fonts[i].color;
+        const ColorElement& typed = h.fonts[i].color;
         fontColors[i] = colors.resolve(typed);
         if (i < raw.size() && raw[i] && (!typed.rgb || hexFromArgb(*typed.rgb) != *raw[i]))
             fontColors[i] = raw[i];

@@ -128,7 +128,7 @@ WorkbookInfo readWorkbook(ZipReader& archive) {
     if (!archive.contains(info.path))
         throw ArchiveError("The ZIP archive has no workbook part (" + std::string(kDefaultWorkbookPath) +
                            ").");
-    info.rawXml = archive.read(info.path);
+    info.rawXml = readPart(archive, info.path);
 
     WorkbookHandler handler;
     XmlReader::parse(info.rawXml, handler);

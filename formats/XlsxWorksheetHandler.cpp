@@ -396,7 +396,8 @@ void WorksheetHandler::startOther(std::string_view name, const XmlAttributes& a)
     } else if (name == "sheetPr") {
         inSheetProperties_ = true;
     } else if (name == "tabColor" && inSheetProperties_ && context_.colors) {
-        if (auto color = context_.colors->resolve(ColorSpec::fromAttributes(a))) sheet_.tabColorHex = *color;
+        if (auto color = context_.colors->resolve(ColorElement::fromAttributes(a)))
+            sheet_.tabColorHex = *color;
     } else if (name == "sheetView") {
         inFirstView_ = !sawView_;
         sawView_ = true;

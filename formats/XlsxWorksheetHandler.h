@@ -17,7 +17,7 @@
 
 namespace sumora {
 class Cell;
-class CellFormat;
+struct CellFormat;
 class Sheet;
 } // namespace sumora
 

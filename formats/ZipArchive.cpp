@@ -125,11 +125,14 @@ class ZipEntryReader {
                                " from the ZIP archive: " + zip_strerror(archive));
     }
 
-    // A size worth reserving for the whole entry, never more than the limits allow.
+    // A size worth reserving up front, never more than the limits allow. Declared
+    // sizes can lie in a hostile archive, so the reservation is also capped; a
+    // larger entry grows the buffer as its bytes actually arrive.
     std::size_t sizeHint() const {
+        constexpr std::uint64_t maxUpFront = std::uint64_t{64} << 20;
         std::uint64_t plausible = entry_.compressedSize * maxDeflateRatio + ZipReader::chunkSize;
         return static_cast<std::size_t>(
-            std::min({entry_.uncompressedSize, limits_.maxEntryBytes, plausible}));
+            std::min({entry_.uncompressedSize, limits_.maxEntryBytes, plausible, maxUpFront}));
     }
 
     // Fills up to `capacity` bytes; 0 means the entry is complete (and its CRC checked).

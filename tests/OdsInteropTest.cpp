@@ -35,15 +35,23 @@ class OdsInterop : public ::testing::Test {
         if (!dir_.empty()) fs::remove_all(dir_, ec);
     }
 
-    // Converts `input` with LibreOffice (a private profile, no window) and
-    // returns the converted file's path.
-    fs::path convert(const fs::path& input, const std::string& format, const std::string& extension) {
-        std::string command =
-            "timeout 240 soffice -env:UserInstallation=file:///tmp/lo-sumora-ods-test-" + std::to_string(::getpid()) + " --headless "
-            "--convert-to " +
-            format + " --outdir '" + dir_.string() + "' '" + input.string() + "' >/dev/null 2>&1";
-        EXPECT_EQ(std::system(command.c_str()), 0) << command;
-        return dir_ / (input.stem().string() + "." + extension);
+    // Runs LibreOffice without a window, on a profile of this test's own
+    // (tests may run in parallel; the profile goes with the test's folder).
+    int soffice(const std::string& arguments) {
+        std::string command = "timeout 240 soffice -env:UserInstallation=file://" +
+                              (dir_ / "profile").string() + " --headless " + arguments + " >/dev/null 2>&1";
+        return std::system(command.c_str());
+    }
+
+    // Converts `input` into `outdir` and returns the converted file's path.
+    fs::path convert(const fs::path& input, const std::string& format, const std::string& extension,
+                     fs::path outdir = {}) {
+        if (outdir.empty()) outdir = dir_;
+        fs::create_directories(outdir);
+        EXPECT_EQ(soffice("--convert-to " + format + " --outdir '" + outdir.string() + "' '" +
+                          input.string() + "'"),
+                  0);
+        return outdir / (input.stem().string() + "." + extension);
     }
 
     fs::path write(const std::string& name, const std::string& bytes) {
@@ -209,15 +217,8 @@ TEST_F(OdsInterop, LibreOfficeOpensOurFileAndWeOpenItsResave) {
     recalculateDocument(book.doc);
 
     // LibreOffice resaves our package in its own words.
-    fs::path ours = write("ours.ods", writeOds(book.doc.sheets));
-    fs::path resaved_dir = dir_ / "resaved";
-    fs::create_directories(resaved_dir);
-    std::string command =
-        "timeout 240 soffice -env:UserInstallation=file:///tmp/lo-sumora-ods-test-" + std::to_string(::getpid()) + " --headless "
-        "--convert-to ods --outdir '" +
-        resaved_dir.string() + "' '" + ours.string() + "' >/dev/null 2>&1";
-    ASSERT_EQ(std::system(command.c_str()), 0);
-    SumoraDocument doc = openDocument(read(resaved_dir / "ours.ods"), "ours.ods", kOdsContentType);
+    fs::path resaved = convert(write("ours.ods", writeOds(book.doc.sheets)), "ods", "ods", dir_ / "resaved");
+    SumoraDocument doc = openDocument(read(resaved), "ours.ods", kOdsContentType);
     recalculateDocument(doc);
     const Sheet& s = doc.sheets.at(0);
     EXPECT_EQ(s.name, "Bob's & Co");

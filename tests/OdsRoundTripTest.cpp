@@ -112,6 +112,26 @@ TEST(OdsRoundTrip, SavingAndOpeningAFileGoesThroughTheDispatch) {
     EXPECT_EQ(doc.sheets[0].cell(1, 0).displayValue(), "15");
 }
 
+TEST(OdsRoundTrip, BigSheetsKeepRowPositionsAcrossTheWritersHalves) {
+    Sheet big("Big", 500, 26);
+    // Content, then a gap across the middle row, then content again.
+    for (int64_t r = 0; r < 30000; ++r)
+        if (r < 10000 || r > 20000) big.cellForWriting(r, r % 3).setValue(std::to_string(r));
+    Sheet top("Top", 500, 26); // rows stored in the second half, but none with content
+    for (int64_t r = 0; r < 25000; ++r)
+        if (r < 100)
+            top.cellForWriting(r, 0).setValue("x");
+        else
+            top.cellForWriting(r, 1);
+    std::vector<Sheet> read = roundTrip({big, top});
+    ASSERT_EQ(read.size(), 2u);
+    EXPECT_TRUE(read[0].sameGrid(big));
+    EXPECT_EQ(read[0].rowCount(), 30000);
+    EXPECT_EQ(read[0].cell(20001, 0).value(), "20001");
+    EXPECT_EQ(read[1].rowCount(), 500);
+    EXPECT_EQ(read[1].cell(99, 0).value(), "x");
+}
+
 TEST(OdsRoundTrip, ArrayResultsSpillAgainAfterReopening) {
     TestBook book;
     book.set("A1", "=SEQUENCE(3,2)").set("D1", "=SUM(A1:B3)");

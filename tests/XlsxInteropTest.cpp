@@ -240,7 +240,7 @@ const char* const kFlatOds = R"FODS(<?xml version="1.0" encoding="UTF-8"?>
   </style:style>
  </office:automatic-styles>
  <office:body><office:spreadsheet>
-  <table:table table:name="Numbers">
+  <table:table table:name="Values">
    <table:table-row>
     <table:table-cell office:value-type="float" office:value="1"><text:p>1</text:p></table:table-cell>
     <table:table-cell table:formula="of:=[.A1]*2" office:value-type="float" office:value="2"><text:p>2</text:p></table:table-cell>
@@ -254,7 +254,7 @@ const char* const kFlatOds = R"FODS(<?xml version="1.0" encoding="UTF-8"?>
    </table:table-row>
   </table:table>
   <table:named-expressions>
-   <table:named-range table:name="Base" table:base-cell-address="$Numbers.$A$1" table:cell-range-address="$Numbers.$A$1:.$A$2"/>
+   <table:named-range table:name="Base" table:base-cell-address="$Values.$A$1" table:cell-range-address="$Values.$A$1:.$A$2"/>
   </table:named-expressions>
  </office:spreadsheet></office:body>
 </office:document>
@@ -265,7 +265,9 @@ TEST(XlsxInterop, LibreOfficeWorkbookComesThrough) {
     ScratchFolder folder;
     fs::path source = folder.write("book.fods", kFlatOds);
     std::string command =
-        "timeout 180 soffice --headless -env:UserInstallation=file:///tmp/lo-sumora-xlsx-reader-" + std::to_string(::getpid()) + " "
+        "timeout 180 soffice --headless -env:UserInstallation=file:///tmp/lo-sumora-xlsx-reader-" +
+        std::to_string(::getpid()) +
+        " "
         "--convert-to xlsx --outdir " +
         folder.file("").string() + " " + source.string();
     ASSERT_EQ(run(command), 0) << command;
@@ -273,7 +275,7 @@ TEST(XlsxInterop, LibreOfficeWorkbookComesThrough) {
     SumoraDocument doc = openDocumentFile(folder.file("book.xlsx"));
     ASSERT_EQ(doc.sheets.size(), 1u);
     const Sheet& s = doc.sheets[0];
-    EXPECT_EQ(s.name, "Numbers");
+    EXPECT_EQ(s.name, "Values");
     EXPECT_EQ(at(s, "A2").value(), "2.5");
     EXPECT_EQ(at(s, "B1").formula(), "A1*2");
     EXPECT_EQ(at(s, "B2").displayValue(), "5");
@@ -287,7 +289,7 @@ TEST(XlsxInterop, LibreOfficeWorkbookComesThrough) {
     EXPECT_EQ(s.mergedRegions[0], (MergedRegion{2, 0, 3, 0}));
     ASSERT_EQ(doc.namedRanges.size(), 1u);
     EXPECT_EQ(doc.namedRanges[0].name, "Base");
-    EXPECT_EQ(doc.namedRanges[0].sheetName, "Numbers");
+    EXPECT_EQ(doc.namedRanges[0].sheetName, "Values");
     EXPECT_EQ(std::tie(doc.namedRanges[0].startRow, doc.namedRanges[0].endRow), std::make_tuple(0, 1));
 }
 

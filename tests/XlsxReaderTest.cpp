@@ -259,12 +259,12 @@ TEST(XlsxColors, ThemeAndIndexedColoursResolveToHex) {
     xlsx::ColorResolver colors;
     auto resolve = [&](std::optional<std::string> rgb, std::optional<int> theme, std::optional<int> indexed,
                        double tint) {
-        xlsx::ColorSpec spec;
-        spec.rgb = std::move(rgb);
-        spec.theme = theme;
-        spec.indexed = indexed;
-        spec.tint = tint;
-        return colors.resolve(spec).value_or("(none)");
+        xlsx::ColorElement color;
+        color.rgb = std::move(rgb);
+        color.theme = theme;
+        color.indexed = indexed;
+        color.tint = tint;
+        return colors.resolve(color).value_or("(none)");
     };
     EXPECT_EQ(resolve("FF112233", std::nullopt, std::nullopt, 0), "112233");
     EXPECT_EQ(resolve("ab12cd", std::nullopt, std::nullopt, 0), "ab12cd");

@@ -220,8 +220,8 @@ std::string bigRows(int count, bool numberRows = true) {
         else
             rows += "<c r=\"B" + n + "\"><f t=\"shared\" si=\"0\"/><v>" + std::to_string(2 * r) + "</v></c>";
         if (r == arrayFirst)
-            rows += "<c r=\"C" + n + "\"><f t=\"array\" ref=\"C" + n + ":C" + std::to_string(arrayLast) + "\">A" +
-                    n + ":A" + std::to_string(arrayLast) + "</f><v>" + n + "</v></c>";
+            rows += "<c r=\"C" + n + "\"><f t=\"array\" ref=\"C" + n + ":C" + std::to_string(arrayLast) +
+                    "\">A" + n + ":A" + std::to_string(arrayLast) + "</f><v>" + n + "</v></c>";
         else if (r > arrayFirst && r <= arrayLast)
             rows += "<c r=\"C" + n + "\"><v>" + n + "</v></c>";
         rows += "<c r=\"D" + n + "\" t=\"inlineStr\"><is><t>row " + n + "</t></is></c></row>";
