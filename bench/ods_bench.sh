@@ -11,24 +11,13 @@
 # standard library only).
 set -euo pipefail
 cd "$(dirname "$0")/.."
-build="${1:-build}"
-runs="${2:-3}"
-cli="$build/cli/sumora-cli"
-data="$build/bench-data"
-mkdir -p "$data"
-[ -x "$cli" ] || { echo "build $cli first"; exit 1; }
+source bench/lib/whole-process.sh
 
 if [ ! -s "$data/o1.ods" ]; then
   echo "generating O1 ..."
   python3 - "$data/o1.ods" <<'PY'
-import random, sys, zipfile
-random.seed(1)
-words = ["alpha", "bravo", "charlie", "delta", "echo", "foxtrot", "golf", "hotel", "india", "juliet", "kilo",
-         "lima", "mike", "november", "oscar", "papa", "quebec", "romeo", "sierra", "tango", "uniform", "victor",
-         "whiskey", "xray", "yankee", "zulu"]
-customers = ["Customer %03d" % i for i in range(500)]
-cities = ["City %02d" % i for i in range(97)]
-letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789"
+import sys, zipfile
+from workload import w1_rows
 
 def num(v):
     t = repr(v) if isinstance(v, float) else str(v)
@@ -57,11 +46,8 @@ for h in ["Id", "Amount", "Customer", "Count", "Word", "Fraction", "Debit", "Cod
     parts.append('<table:table-cell table:style-name="ce1" office:value-type="string"><text:p>%s</text:p>'
                  '</table:table-cell>' % h)
 parts.append('<table:table-cell table:number-columns-repeated="1014"/></table:table-row>')
-for r in range(200000):
-    row = [num(r + 1), num(random.randint(0, 10**6) / 100), txt(customers[random.randrange(500)]),
-           num(random.randint(0, 10**6)), txt(words[random.randrange(26)]), num(random.randrange(1024) / 1024),
-           num(-random.randint(1, 10**6)), txt("".join(random.choice(letters) for _ in range(10))),
-           num(random.random() * 1000), txt(cities[random.randrange(97)])]
+for values in w1_rows():
+    row = [txt(v) if isinstance(v, str) else num(v) for v in values]
     parts.append("<table:table-row>" + "".join(row) +
                  '<table:table-cell table:number-columns-repeated="1014"/></table:table-row>')
 parts.append('<table:table-row table:number-rows-repeated="848375"><table:table-cell '
@@ -80,17 +66,6 @@ with zipfile.ZipFile(sys.argv[1], "w") as z:
     z.writestr("content.xml", "".join(parts), compress_type=zipfile.ZIP_DEFLATED)
 PY
 fi
-
-measure() {
-  local name="$1" input="$2" output="$3"
-  for ((i = 1; i <= runs; i++)); do
-    /usr/bin/time -v "$cli" recalc "$input" -o "$output" 2>"$data/$name.time" >/dev/null
-    local wall rss
-    wall=$(grep "Elapsed (wall clock)" "$data/$name.time" | awk '{print $NF}')
-    rss=$(grep "Maximum resident set size" "$data/$name.time" | awk '{print $NF}')
-    echo "$name run $i: wall $wall, max RSS $((rss / 1024)) MB"
-  done
-}
 
 measure "O1 -> ods" "$data/o1.ods" "$data/o1-out.ods"
 measure "O1 -> csv" "$data/o1.ods" "$data/o1-out.csv"

@@ -10,11 +10,7 @@
 # The workbooks are generated once into <build-dir>/bench-data.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-build="${1:-build}"
-runs="${2:-3}"
-cli="$build/cli/sumora-cli"
-data="$build/bench-data"
-mkdir -p "$data"
+source bench/lib/whole-process.sh
 
 python=""
 for candidate in /usr/bin/python3 python3; do
@@ -24,32 +20,20 @@ if [ -z "$python" ]; then
   echo "python3 with xlsxwriter and openpyxl is needed (scripts/install-test-deps.sh)"
   exit 1
 fi
-[ -x "$cli" ] || { echo "build $cli first"; exit 1; }
 
 if [ ! -s "$data/w1.xlsx" ]; then
   echo "generating W1 ..."
   "$python" - "$data/w1.xlsx" <<'PY'
-import random, sys, xlsxwriter
-random.seed(1)
-words = ["alpha", "bravo", "charlie", "delta", "echo", "foxtrot", "golf", "hotel", "india", "juliet", "kilo",
-         "lima", "mike", "november", "oscar", "papa", "quebec", "romeo", "sierra", "tango", "uniform", "victor",
-         "whiskey", "xray", "yankee", "zulu"]
-customers = ["Customer %03d" % i for i in range(500)]
-cities = ["City %02d" % i for i in range(97)]
-letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789"
+import sys, xlsxwriter
+from workload import w1_rows
 book = xlsxwriter.Workbook(sys.argv[1])
 sheet = book.add_worksheet("Data")
-for r in range(200000):
-    sheet.write_number(r, 0, r + 1)
-    sheet.write_number(r, 1, random.randint(0, 10**6) / 100)
-    sheet.write_string(r, 2, customers[random.randrange(500)])
-    sheet.write_number(r, 3, random.randint(0, 10**6))
-    sheet.write_string(r, 4, words[random.randrange(26)])
-    sheet.write_number(r, 5, random.randrange(1024) / 1024)
-    sheet.write_number(r, 6, -random.randint(1, 10**6))
-    sheet.write_string(r, 7, "".join(random.choice(letters) for _ in range(10)))
-    sheet.write_number(r, 8, random.random() * 1000)
-    sheet.write_string(r, 9, cities[random.randrange(97)])
+for r, values in enumerate(w1_rows()):
+    for c, v in enumerate(values):
+        if isinstance(v, str):
+            sheet.write_string(r, c, v)
+        else:
+            sheet.write_number(r, c, v)
 book.close()
 PY
 fi
@@ -71,17 +55,6 @@ for r in range(1, n + 1):
 book.save(sys.argv[1])
 PY
 fi
-
-measure() {
-  local name="$1" input="$2" output="$3"
-  for ((i = 1; i <= runs; i++)); do
-    /usr/bin/time -v "$cli" recalc "$input" -o "$output" 2>"$data/$name.time" >/dev/null
-    local wall rss
-    wall=$(grep "Elapsed (wall clock)" "$data/$name.time" | awk '{print $NF}')
-    rss=$(grep "Maximum resident set size" "$data/$name.time" | awk '{print $NF}')
-    echo "$name run $i: wall $wall, max RSS $((rss / 1024)) MB"
-  done
-}
 
 measure W1 "$data/w1.xlsx" "$data/w1.csv"
 measure W2 "$data/w2.xlsx" "$data/w2.csv"

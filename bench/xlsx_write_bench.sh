@@ -9,30 +9,15 @@
 # The CSV is generated once into <build-dir>/bench-data.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-build="${1:-build}"
-runs="${2:-3}"
-cli="$build/cli/sumora-cli"
-data="$build/bench-data"
-mkdir -p "$data"
-[ -x "$cli" ] || { echo "build $cli first"; exit 1; }
+source bench/lib/whole-process.sh
 
 if [ ! -s "$data/w1.csv.src" ]; then
   echo "generating W1 as CSV ..."
   python3 - "$data/w1.csv.src" <<'PY'
-import random, sys
-random.seed(1)
-words = ["alpha", "bravo", "charlie", "delta", "echo", "foxtrot", "golf", "hotel", "india", "juliet", "kilo",
-         "lima", "mike", "november", "oscar", "papa", "quebec", "romeo", "sierra", "tango", "uniform", "victor",
-         "whiskey", "xray", "yankee", "zulu"]
-customers = ["Customer %03d" % i for i in range(500)]
-cities = ["City %02d" % i for i in range(97)]
-letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789"
+import sys
+from workload import w1_rows
 with open(sys.argv[1], "w") as out:
-    for r in range(200000):
-        row = [r + 1, random.randint(0, 10**6) / 100, customers[random.randrange(500)], random.randint(0, 10**6),
-               words[random.randrange(26)], random.randrange(1024) / 1024, -random.randint(1, 10**6),
-               "".join(random.choice(letters) for _ in range(10)), random.random() * 1000,
-               cities[random.randrange(97)]]
+    for row in w1_rows():
         out.write(",".join(str(v) for v in row) + "\n")
 PY
 fi
