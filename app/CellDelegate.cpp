@@ -119,6 +119,8 @@ QWidget* CellDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem&
         QStringLiteral("QLineEdit { border: 2px solid #1A73E8; padding: 0 2px; background: white; }"));
     new FormulaAutocomplete(edit);
     connect(edit, &QLineEdit::textEdited, this, &CellDelegate::editorTextChanged);
+    editedIndex_ = index;
+    const_cast<CellDelegate*>(this)->approvedText_.reset();
     emit const_cast<CellDelegate*>(this)->editingStarted();
     return edit;
 }
@@ -138,7 +140,33 @@ void CellDelegate::setEditorData(QWidget* editor, const QModelIndex& index) cons
 }
 
 void CellDelegate::setModelData(QWidget* editor, QAbstractItemModel* model, const QModelIndex& index) const {
-    if (auto* edit = qobject_cast<QLineEdit*>(editor)) model->setData(index, edit->text(), Qt::EditRole);
+    auto* edit = qobject_cast<QLineEdit*>(editor);
+    if (!edit || approving_) return;
+    // Leaving the editor by a click commits without Enter: ask here then.
+    const bool approved = approvedText_ == edit->text();
+    auto* self = const_cast<CellDelegate*>(this);
+    self->approvedText_.reset();
+    if (!approved) {
+        self->approving_ = true;
+        const bool keep = model_.approveEntry(index.row(), index.column(), edit->text());
+        self->approving_ = false;
+        if (!keep) return;
+    }
+    model->setData(index, edit->text(), Qt::EditRole);
+}
+
+bool CellDelegate::approveTypedEntry(QLineEdit* edit) {
+    if (approving_ || !editedIndex_.isValid()) return true;
+    approving_ = true;
+    const bool keep = model_.approveEntry(editedIndex_.row(), editedIndex_.column(), edit->text());
+    approving_ = false;
+    if (!keep) {
+        edit->setFocus();
+        edit->selectAll();
+        return false;
+    }
+    approvedText_ = edit->text();
+    return true;
 }
 
 void CellDelegate::updateEditorGeometry(QWidget* editor, const QStyleOptionViewItem& option,
@@ -160,7 +188,14 @@ bool CellDelegate::eventFilter(QObject* object, QEvent* event) {
             if (auto* completion =
                     object->findChild<FormulaAutocomplete*>(QString(), Qt::FindDirectChildrenOnly))
                 if (completion->isPopupVisible()) return false;
+        const bool commits = key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter ||
+                             key->key() == Qt::Key_Tab || key->key() == Qt::Key_Backtab;
+        if (commits)
+            if (auto* edit = qobject_cast<QLineEdit*>(object))
+                if (!approveTypedEntry(edit)) return true;
     }
+    // The approval dialog takes the focus; the editor stays open under it.
+    if (approving_ && (event->type() == QEvent::FocusOut || event->type() == QEvent::Hide)) return true;
     return QStyledItemDelegate::eventFilter(object, event);
 }
 

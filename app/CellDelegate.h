@@ -2,8 +2,11 @@
 // Paints one cell from its CellAppearance (fill, data bar, text through its
 // number format, borders, comment mark) and edits it in a line edit with
 // formula autocomplete.
+#include <QPersistentModelIndex>
 #include <QStyledItemDelegate>
 #include <optional>
+
+class QLineEdit;
 
 namespace sumora::app {
 
@@ -36,8 +39,17 @@ class CellDelegate : public QStyledItemDelegate {
     bool eventFilter(QObject* object, QEvent* event) override;
 
   private:
+    // Enter or Tab in an editor: asks the model's approver; a refused entry
+    // keeps the editor open with its text selected for correction.
+    bool approveTypedEntry(QLineEdit* edit);
+
     SheetTableModel& model_;
     mutable std::optional<QString> pendingText_;
+    mutable QPersistentModelIndex editedIndex_;
+    // While an approval dialog is up, the editor's focus loss must not commit.
+    bool approving_ = false;
+    // The text last approved through a key, so the commit does not ask twice.
+    std::optional<QString> approvedText_;
 };
 
 } // namespace sumora::app

@@ -73,7 +73,18 @@ void FormulaBar::showEditorText(const QString& text) {
 void FormulaBar::commit() {
     autocomplete_->hidePopup();
     if (editor_.activeCell) {
-        editor_.setCellValue(*editor_.activeCell, formula_->text().toStdString());
+        const QString text = formula_->text();
+        if (approver_) {
+            approving_ = true;
+            const bool keep = approver_(editor_.activeCell->col, editor_.activeCell->row, text);
+            approving_ = false;
+            if (!keep) {
+                formula_->setFocus();
+                formula_->selectAll();
+                return;
+            }
+        }
+        editor_.setCellValue(*editor_.activeCell, text.toStdString());
         emit committed();
     }
     emit editingChanged(false);
@@ -96,7 +107,7 @@ void FormulaBar::goToAddress() {
 bool FormulaBar::eventFilter(QObject* watched, QEvent* event) {
     if (watched != formula_) return false;
     if (event->type() == QEvent::FocusIn) emit editingChanged(true);
-    if (event->type() == QEvent::FocusOut) emit editingChanged(false);
+    if (event->type() == QEvent::FocusOut && !approving_) emit editingChanged(false);
     if (event->type() != QEvent::KeyPress) return false;
     auto* key = static_cast<QKeyEvent*>(event);
     // While the autocomplete popup is open, Enter and Escape are its keys.

@@ -4,6 +4,8 @@
 // formula ("=" + formula) or value, editable with formula autocomplete.
 #include <QWidget>
 
+#include "app/EntryApprover.h"
+
 class QLineEdit;
 class QToolButton;
 
@@ -29,6 +31,7 @@ class FormulaBar : public QWidget {
     QLineEdit* formulaField() const { return formula_; }
     QToolButton* functionButton() const { return function_; }
     FormulaAutocomplete* autocomplete() const { return autocomplete_; }
+    void setEntryApprover(EntryApprover approver) { approver_ = std::move(approver); }
 
   signals:
     // The formula field's text was entered into the active cell.
@@ -52,6 +55,9 @@ class FormulaBar : public QWidget {
     QToolButton* function_;
     QLineEdit* formula_;
     FormulaAutocomplete* autocomplete_;
+    EntryApprover approver_;
+    // While the approval dialog is up, focus loss is not the end of editing.
+    bool approving_ = false;
 };
 
 } // namespace sumora::app

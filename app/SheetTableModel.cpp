@@ -91,6 +91,11 @@ bool SheetTableModel::setData(const QModelIndex& index, const QVariant& value, i
     return true;
 }
 
+bool SheetTableModel::approveEntry(int row, int column, const QString& text) const {
+    if (!approver_ || !sheet() || text == editText(row, column)) return true;
+    return approver_(column, row, text);
+}
+
 void SheetTableModel::reload() {
     beginResetModel();
     appearances_.beginPaint(nullptr);

@@ -6,6 +6,7 @@
 #include <QAbstractTableModel>
 
 #include "app/CellAppearance.h"
+#include "app/EntryApprover.h"
 
 namespace sumora {
 class SumoraEditorView;
@@ -24,8 +25,14 @@ class SheetTableModel : public QAbstractTableModel {
     QVariant data(const QModelIndex& index, int role) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
     Qt::ItemFlags flags(const QModelIndex& index) const override;
-    // Commits typed text through the editor's setCellValue.
+    // Commits typed text through the editor's setCellValue. Callers that
+    // type on the user's behalf ask approveEntry first.
     bool setData(const QModelIndex& index, const QVariant& value, int role) override;
+
+    void setEntryApprover(EntryApprover approver) { approver_ = std::move(approver); }
+    // Whether `text` may be entered at (row, column); text equal to the
+    // cell's present content is not asked about.
+    bool approveEntry(int row, int column, const QString& text) const;
 
     SumoraEditorView& editor() const { return editor_; }
     // The active sheet, or nullptr while the document has none.
@@ -46,6 +53,7 @@ class SheetTableModel : public QAbstractTableModel {
 
   private:
     SumoraEditorView& editor_;
+    EntryApprover approver_;
     mutable CellAppearanceBuilder appearances_;
     int rows_ = 0;
     int columns_ = 0;

@@ -255,17 +255,6 @@ ValidationVerdict checkEntry(const SumoraDocument& document, size_t sheetIndex, 
                       entryValue(document, sheetIndex, col, row, text));
 }
 
-ValidationVerdict checkStoredCell(const SumoraDocument& document, size_t sheetIndex, int64_t col,
-                                  int64_t row) {
-    if (sheetIndex >= document.sheets.size()) return {};
-    const Sheet& sheet = document.sheets[sheetIndex];
-    const DataValidationRule* rule = validationRuleAt(sheet, col, row);
-    if (!rule) return {};
-    const Cell& cell = sheet.cell(row, col);
-    return verdictFor(document, sheetIndex, col, row, *rule,
-                      readCellText(cell.computedValue(), cell.value()));
-}
-
 std::string describeValidation(const ValidationType& type) {
     struct Visitor {
         std::string operator()(const validation::WholeNumber& w) const {

@@ -50,9 +50,6 @@ struct ValidationVerdict {
 // Checks typed text for (col, row) of the given sheet.
 ValidationVerdict checkEntry(const SumoraDocument& document, size_t sheetIndex, int64_t col, int64_t row,
                              std::string_view text);
-// Checks what the cell holds now (after an entry was stored).
-ValidationVerdict checkStoredCell(const SumoraDocument& document, size_t sheetIndex, int64_t col,
-                                  int64_t row);
 
 // A plain statement of what the rule allows ("The value must be a whole
 // number between 1 and 10."), used when the rule brings no message.

@@ -208,6 +208,11 @@ int writtenDecimals(std::string_view text) {
 
 // ---- entry -------------------------------------------------------------------
 
+std::string SumoraEditorView::storedEntryText(std::string_view text) const {
+    if (!text.empty() && text.front() == '=') return std::string(text);
+    return normalisedLiteral(text, localeIdentifier);
+}
+
 void SumoraEditorView::setCellValue(CellPosition address, std::string_view value) {
     Log::info("setCellValue: addr=" + cellAddress(address.col, address.row) + ", value=" + quoted(value) +
               ", sheet=" + std::to_string(activeSheetIndex));

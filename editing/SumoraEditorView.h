@@ -111,6 +111,9 @@ public:
 
     // ---- cell entry and editing commands (EditorCellEntry.cpp) -------------
     void setCellValue(CellPosition address, std::string_view value);
+    // What typed text is stored as: a formula as typed, a literal read in the
+    // entry locale ("1.234" in de_DE → "1234"). Checks before an entry use it.
+    std::string storedEntryText(std::string_view text) const;
     void recalculateCell(int64_t column, int64_t row);
     void recalculateAllFormulas();
     void insertAutoSum();

@@ -256,10 +256,10 @@ struct ValidationVisitor {
             v.formula1 = dateBound(*d.after);
             v.formula2 = dateBound(*d.before);
         } else if (d.after) {
-            v.op = "greaterThan";
+            v.op = "greaterThanOrEqual"; // the check accepts the bound date itself
             v.formula1 = dateBound(*d.after);
         } else if (d.before) {
-            v.op = "lessThan";
+            v.op = "lessThanOrEqual";
             v.formula1 = dateBound(*d.before);
         }
         return v;

@@ -101,11 +101,12 @@ std::optional<int64_t> integer(const std::optional<std::string>& text) {
     return static_cast<int64_t>(std::llround(*v));
 }
 
-// A serial number becomes "yyyy-mm-dd"; a formula or text stays as written.
-std::optional<std::string> dateText(const std::optional<std::string>& text) {
+// A serial number becomes "yyyy-mm-dd", moved by `shiftDays` (a strict
+// bound is the next or previous day); a formula or text stays as written.
+std::optional<std::string> dateText(const std::optional<std::string>& text, int shiftDays = 0) {
     auto serial = number(text);
     if (!serial || std::fabs(*serial) > 3e6) return text;
-    CivilDate d = dateFrom1900(static_cast<int64_t>(std::floor(*serial)));
+    CivilDate d = dateFrom1900(static_cast<int64_t>(std::floor(*serial)) + shiftDays);
     char buffer[32];
     std::snprintf(buffer, sizeof buffer, "%04lld-%02d-%02d", static_cast<long long>(d.year), d.month, d.day);
     return std::string(buffer);
@@ -146,7 +147,9 @@ std::optional<ValidationType> validationType(std::string_view type, std::string_
         if (op == "lessThan" && t.max) --*t.max;
         return t;
     }
-    if (type == "date") return validation::Date{dateText(b.low), dateText(b.high)};
+    if (type == "date")
+        return validation::Date{dateText(b.low, op == "greaterThan" ? 1 : 0),
+                                dateText(b.high, op == "lessThan" ? -1 : 0)};
     if (type == "custom") {
         std::string formula = f1.value_or("");
         if (!formula.empty() && formula.front() == '=') formula.erase(0, 1);

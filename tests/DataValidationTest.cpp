@@ -105,15 +105,6 @@ TEST(DataValidation, FormulaEntryIsCheckedByItsResult) {
     EXPECT_EQ(checkEntry(book.doc, 0, 1, 1, "=A2*2").outcome, ValidationOutcome::refuse);
 }
 
-TEST(DataValidation, StoredCellIsCheckedByWhatItShows) {
-    test::TestBook book;
-    book.set("B2", "12").set("B3", "=B2/2").computed("B3", "6");
-    book.doc.sheets[0].dataValidations.push_back(ruleOver(validation::WholeNumber{1, 10}));
-    EXPECT_EQ(checkStoredCell(book.doc, 0, 1, 1).outcome, ValidationOutcome::refuse);
-    EXPECT_EQ(checkStoredCell(book.doc, 0, 1, 2).outcome, ValidationOutcome::accept);
-    EXPECT_EQ(checkStoredCell(book.doc, 0, 1, 3).outcome, ValidationOutcome::accept); // empty
-}
-
 TEST(DataValidation, CustomFormulaMovesWithTheCheckedCell) {
     // B2:B10 must exceed the neighbour in column A of the same row.
     test::TestBook book;

@@ -430,5 +430,31 @@ TEST(XlsxValidations, RulesOfEveryTypeAreRead) {
     EXPECT_EQ(std::tie(rules[8].startCol, rules[8].endRow), std::make_tuple(4, 8));
 }
 
+// The model's bounds are inclusive, so a strict bound becomes the next value.
+TEST(XlsxValidations, StrictBoundsBecomeInclusive) {
+    struct Case {
+        const char* rule;
+        ValidationType expected;
+    };
+    const Case cases[] = {
+        {R"(type="whole" operator="greaterThan"><formula1>5</formula1>)", validation::WholeNumber{6, std::nullopt}},
+        {R"(type="textLength" operator="lessThan"><formula1>8</formula1>)", validation::TextLength{std::nullopt, 7}},
+        {R"(type="date" operator="greaterThan"><formula1>45292</formula1>)",
+         validation::Date{"2024-01-02", std::nullopt}},
+        {R"(type="date" operator="lessThan"><formula1>45292</formula1>)",
+         validation::Date{std::nullopt, "2023-12-31"}},
+        {R"(type="date" operator="greaterThanOrEqual"><formula1>45292</formula1>)",
+         validation::Date{"2024-01-01", std::nullopt}},
+        {R"(type="date" operator="lessThan"><formula1>TODAY()</formula1>)", validation::Date{std::nullopt, "TODAY()"}},
+    };
+    for (const Case& c : cases) {
+        std::string after = std::string(R"(<dataValidations count="1"><dataValidation sqref="A1" )") + c.rule +
+                            "</dataValidation></dataValidations>";
+        SumoraDocument doc = TestPackage(worksheet("", "", after)).open();
+        ASSERT_EQ(doc.sheets[0].dataValidations.size(), 1u) << c.rule;
+        EXPECT_EQ(doc.sheets[0].dataValidations[0].validationType, c.expected) << c.rule;
+    }
+}
+
 } // namespace
 } // namespace sumora

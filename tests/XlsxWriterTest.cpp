@@ -430,7 +430,7 @@ TEST(XlsxWriter, ValidationsSpellTheirBounds) {
         {validation::TextLength{std::nullopt, 5},
          "<dataValidation type=\"textLength\" operator=\"lessThanOrEqual\""},
         {validation::List{{"Yes", "No", "Maybe"}}, "<formula1>&quot;Yes,No,Maybe&quot;</formula1>"},
-        {validation::Date{"2024-01-31", std::nullopt}, "operator=\"greaterThan\""},
+        {validation::Date{"2024-01-31", std::nullopt}, "operator=\"greaterThanOrEqual\""},
         {validation::Date{"2024-01-31", std::nullopt}, "<formula1>45322</formula1>"},
         {validation::Custom{"=A1>0"}, "<dataValidation type=\"custom\""},
         {validation::Custom{"=A1>0"}, "<formula1>A1&gt;0</formula1>"},

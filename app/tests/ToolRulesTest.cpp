@@ -6,11 +6,15 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QSpinBox>
+#include <QTimer>
 #include <QToolButton>
 
 #include "AppTestSupport.h"
+#include "app/FormulaBar.h"
+#include "app/SheetTableModel.h"
 #include "app/tools/ColorButton.h"
 #include "app/tools/ConditionalFormatDialog.h"
 #include "app/tools/ConditionalRuleEditor.h"
@@ -49,7 +53,6 @@ class ToolRulesTest : public QObject {
         window->grid()->setFocus();
         typeText(window->grid(), text);
         pressKey(window->grid(), Qt::Key_Return);
-        QApplication::processEvents(); // the check after a commit is queued
     }
 
     // A rule editor filled for `type` over A1:A5 with a red fill.
@@ -187,23 +190,44 @@ class ToolRulesTest : public QObject {
         QVERIFY(sheet().dataValidations.empty());
     }
 
+    // The open cell editor, if any.
+    QLineEdit* cellEditor() { return window->grid()->findChild<QLineEdit*>(QStringLiteral("cellEditor")); }
+    bool editing() { return cellEditor() && cellEditor()->isVisible(); }
+
     void stopRefusesWarningAsksAndInfoInforms() {
         DataValidationRule rule;
         rule.validationType = validation::WholeNumber{1, 10};
         rule.startCol = rule.endCol = 1;
         rule.endRow = 9;
         window->document().sheets[0].dataValidations.push_back(rule);
+        UndoManager& undo = *editor().undoManager;
 
         enter(0, 1, QStringLiteral("5"));
         QCOMPARE(shown(window, 0, 1), QStringLiteral("5"));
         QVERIFY(answers().asked.isEmpty());
+        const size_t steps = undo.undoCount();
+
+        // A refused entry never reaches the sheet: the editor stays open on
+        // the selected text for correction, and no undo step is left behind.
         enter(0, 1, QStringLiteral("50"));
         QCOMPARE(answers().asked, QList<ValidationOutcome>{ValidationOutcome::refuse});
-        QCOMPARE(shown(window, 0, 1), QStringLiteral("5")); // taken back
+        QCOMPARE(shown(window, 0, 1), QStringLiteral("5"));
+        QVERIFY(editing());
+        QCOMPARE(cellEditor()->selectedText(), QStringLiteral("50"));
+        QCOMPARE(undo.undoCount(), steps);
+        QVERIFY(!undo.canRedo());
+        typeText(window->grid(), QStringLiteral("7"));
+        pressKey(window->grid(), Qt::Key_Return);
+        QVERIFY(!editing());
+        QCOMPARE(shown(window, 0, 1), QStringLiteral("7"));
+        QCOMPARE(answers().asked.size(), 1); // a valid correction is not asked about
 
         window->document().sheets[0].dataValidations[0].errorStyle = ValidationErrorStyle::warning;
         enter(1, 1, QStringLiteral("70"));
         QCOMPARE(shown(window, 1, 1), QString()); // declined
+        QVERIFY(editing());
+        pressKey(window->grid(), Qt::Key_Escape);
+        QVERIFY(!editing());
         answers().keepWarnings = true;
         enter(1, 1, QStringLiteral("70"));
         QCOMPARE(shown(window, 1, 1), QStringLiteral("70"));
@@ -213,10 +237,75 @@ class ToolRulesTest : public QObject {
         QCOMPARE(shown(window, 2, 1), QStringLiteral("0"));
         QCOMPARE(answers().asked.back(), ValidationOutcome::inform);
 
-        // Asking first: a refused entry never reaches the sheet.
+        // Unchanged content is not checked again.
         window->document().sheets[0].dataValidations[0].errorStyle = ValidationErrorStyle::stop;
-        QVERIFY(!approveCellEntry(*window, 1, 3, QStringLiteral("99")));
-        QVERIFY(approveCellEntry(*window, 1, 3, QStringLiteral("9")));
+        const qsizetype asked = answers().asked.size();
+        QVERIFY(approveCellEntry(*window, 1, 1, QStringLiteral("70")) == false);
+        QVERIFY(window->sheetModel()->approveEntry(1, 1, QStringLiteral("70")));
+        QCOMPARE(answers().asked.size(), asked + 1);
+    }
+
+    // With the real alert box up, the editor loses the focus: that must not
+    // commit the refused text behind the box's back.
+    void realAlertBoxKeepsTheEditorOpen() {
+        DataValidationRule rule;
+        rule.validationType = validation::WholeNumber{1, 10};
+        rule.startCol = rule.endCol = 1;
+        rule.endRow = 9;
+        window->document().sheets[0].dataValidations.push_back(rule);
+        ValidationGuard::setPrompter({});
+        int closed = 0;
+        QTimer closer;
+        connect(&closer, &QTimer::timeout, [&] {
+            if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+                box->accept();
+                ++closed;
+            }
+        });
+        closer.start(20);
+        enter(0, 1, QStringLiteral("50"));
+        QCOMPARE(closed, 1);
+        QCOMPARE(shown(window, 0, 1), QString());
+        QVERIFY(editing());
+        pressKey(window->grid(), Qt::Key_Escape);
+        QVERIFY(!editing());
+
+        // Leaving the editor for another cell asks too, and drops a refused entry.
+        window->grid()->selectCell(0, 1);
+        window->grid()->setFocus();
+        typeText(window->grid(), QStringLiteral("60"));
+        window->grid()->selectCell(4, 4);
+        QApplication::processEvents();
+        closer.stop();
+        initTestCase(); // the recording prompter again
+        QCOMPARE(closed, 2);
+        QVERIFY(!editing());
+        QCOMPARE(shown(window, 0, 1), QString());
+    }
+
+    void formulaBarEntriesAreCheckedBeforeTheyAreStored() {
+        DataValidationRule rule;
+        rule.validationType = validation::Decimal{std::nullopt, 1000};
+        rule.startCol = rule.endCol = 1;
+        rule.endRow = 9;
+        window->document().sheets[0].dataValidations.push_back(rule);
+        QLineEdit* field = window->formulaBar()->formulaField();
+        window->grid()->selectCell(0, 1);
+        const size_t steps = editor().undoManager->undoCount();
+
+        // Checked as it would be stored: "=A5*100" is 5000, "1,234" is 1234.
+        for (const QString& text : {QStringLiteral("=A5*100"), QStringLiteral("1,234")}) {
+            field->setFocus();
+            field->setText(text);
+            QTest::keyClick(field, Qt::Key_Return);
+            QCOMPARE(shown(window, 0, 1), QString());
+            QVERIFY(field->hasFocus());
+        }
+        QCOMPARE(answers().asked.size(), 2);
+        QCOMPARE(editor().undoManager->undoCount(), steps);
+        field->setText(QStringLiteral("=A5*10"));
+        QTest::keyClick(field, Qt::Key_Return);
+        QCOMPARE(shown(window, 0, 1), QStringLiteral("500"));
     }
 
     void selectedCellShowsItsPromptAndDropdown() {

@@ -46,20 +46,17 @@ ValidationGuard::ValidationGuard(DocumentContext& context, SheetGridView* grid)
         connect(grid, &SheetGridView::selectionMoved, this, &ValidationGuard::showCellAids);
         connect(grid->verticalScrollBar(), &QScrollBar::valueChanged, this, &ValidationGuard::showCellAids);
         connect(grid->horizontalScrollBar(), &QScrollBar::valueChanged, this, &ValidationGuard::showCellAids);
-        // Queued: the alert must not open while the grid is still closing its editor.
-        connect(
-            &grid->sheetModel(), &SheetTableModel::cellCommitted, this,
-            [this](int row, int column) { checkStoredEntry(column, row); }, Qt::QueuedConnection);
+        SheetTableModel& model = grid->sheetModel();
+        model.setEntryApprover([this](int64_t col, int64_t row, const QString& text) {
+            return approve(col, row, text);
+        });
+        // The formula bar asks through the model, which lets unchanged text pass.
+        if (QWidget* window = context.window())
+            if (auto* bar = window->findChild<FormulaBar*>())
+                bar->setEntryApprover([&model](int64_t col, int64_t row, const QString& text) {
+                    return model.approveEntry(static_cast<int>(row), static_cast<int>(col), text);
+                });
     }
-    if (QWidget* window = context.window())
-        if (auto* bar = window->findChild<FormulaBar*>())
-            connect(
-                bar, &FormulaBar::committed, this,
-                [this] {
-                    const auto& cell = context_.editor().activeCell;
-                    if (cell) checkStoredEntry(cell->col, cell->row);
-                },
-                Qt::QueuedConnection);
 }
 
 bool ValidationGuard::ask(const ValidationVerdict& verdict) const {
@@ -90,33 +87,18 @@ bool ValidationGuard::ask(const ValidationVerdict& verdict) const {
 bool ValidationGuard::approve(int64_t col, int64_t row, const QString& text) {
     SumoraEditorView& editor = context_.editor();
     if (!editor.activeSheet()) return true;
-    const ValidationVerdict verdict = checkEntry(
-        editor.document, static_cast<size_t>(editor.activeSheetIndex), col, row, toStdString(text));
+    const Sheet* sheet = editor.activeSheet();
+    // A locked cell of a protected sheet refuses the entry by itself.
+    if (sheet->isProtected && row < sheet->rowCount() && col < sheet->columnCount() &&
+        sheet->cell(row, col).isLocked())
+        return true;
+    const ValidationVerdict verdict =
+        checkEntry(editor.document, static_cast<size_t>(editor.activeSheetIndex), col, row,
+                   editor.storedEntryText(toStdString(text)));
     if (verdict.outcome == ValidationOutcome::accept) return true;
     const bool keep = ask(verdict);
-    if (keep) approvedCell_ = std::make_pair(col, row);
+    if (!keep) Log::debug("Validation refused the entry in " + toStdString(rangeText({col, row, col, row})));
     return keep;
-}
-
-void ValidationGuard::checkStoredEntry(int64_t col, int64_t row) {
-    if (approvedCell_ == std::make_pair(col, row)) {
-        approvedCell_.reset();
-        return;
-    }
-    SumoraEditorView& editor = context_.editor();
-    const Sheet* sheet = editor.activeSheet();
-    // A locked cell of a protected sheet refused the entry already.
-    if (!sheet || (sheet->isProtected && sheet->cell(row, col).isLocked())) return;
-    const ValidationVerdict verdict =
-        checkStoredCell(editor.document, static_cast<size_t>(editor.activeSheetIndex), col, row);
-    if (verdict.outcome == ValidationOutcome::accept || ask(verdict)) return;
-
-    Log::debug("Validation refused the entry in " + toStdString(rangeText({col, row, col, row})));
-    if (editor.undoManager && editor.undoManager->undoActionName() == std::optional<std::string>("Typing")) {
-        editor.undoManager->undo();
-        editor.recalculateCell(col, row);
-    }
-    context_.documentChanged();
 }
 
 void ValidationGuard::showCellAids() {

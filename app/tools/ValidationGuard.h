@@ -5,9 +5,9 @@
 // entry, Warning asks whether to keep it, Info keeps it and says why it is
 // unusual. The checks themselves are editing/DataValidation's.
 //
-// An entry is checked as soon as the grid commits it; a refused or declined
-// entry is taken back through the undo step it registered. approve() is the
-// same check before an entry is stored, for callers that can ask first.
+// Entries are checked before they are stored: the guard is the entry
+// approver of the grid's model and of the formula bar, so a refused or
+// declined entry never reaches the sheet (and leaves no undo step).
 #include <QObject>
 #include <QPointer>
 #include <functional>
@@ -35,8 +35,6 @@ class ValidationGuard : public QObject {
 
     // Before storing `text` at (col, row) of the active sheet: false refuses.
     bool approve(int64_t col, int64_t row, const QString& text);
-    // After an entry was stored at (col, row): takes it back when refused.
-    void checkStoredEntry(int64_t col, int64_t row);
 
     // The input message and drop-down for the active cell.
     void showCellAids();
@@ -53,8 +51,6 @@ class ValidationGuard : public QObject {
     QPointer<SheetGridView> grid_;
     QLabel* prompt_ = nullptr;
     QToolButton* dropdown_ = nullptr;
-    // An entry approve() passed is not asked about again when it lands.
-    std::optional<std::pair<int64_t, int64_t>> approvedCell_;
 };
 
 } // namespace sumora::app
