@@ -8,6 +8,7 @@
 #include <fstream>
 #include <sstream>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "XlsxTestSupport.h"
@@ -409,12 +410,35 @@ TEST_F(XlsxSaveFailure, FileSizeLimitKeepsThePreviousFile) {
     EXPECT_EQ(fileCount(), 1u);
 }
 
+// Folder permissions do not bind root, so as root the save runs in a child
+// that has become an unprivileged user.
 TEST_F(XlsxSaveFailure, ReadOnlyFolderKeepsThePreviousFile) {
-    if (geteuid() == 0) GTEST_SKIP() << "folder permissions do not bind root";
-    std::filesystem::permissions(dir_,
-                                 std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
-    EXPECT_THROW(saveDocumentFile(doc_, target_), FileWriteError);
+    using std::filesystem::perms;
+    std::filesystem::permissions(dir_, perms::owner_read | perms::owner_exec | perms::others_read |
+                                           perms::others_exec);
+    if (geteuid() != 0) {
+        EXPECT_THROW(saveDocumentFile(doc_, target_), FileWriteError);
+    } else {
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            if (setgid(65534) != 0 || setuid(65534) != 0) _exit(3);
+            try {
+                saveDocumentFile(doc_, target_);
+            } catch (const FileWriteError&) {
+                _exit(0);
+            } catch (...) {
+                _exit(2);
+            }
+            _exit(1); // the save claimed success
+        }
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        ASSERT_TRUE(WIFEXITED(status));
+        EXPECT_EQ(WEXITSTATUS(status), 0) << "1: the save succeeded, 2: another error, 3: no unprivileged user";
+    }
     EXPECT_EQ(contents(), "previous contents");
+    EXPECT_EQ(fileCount(), 1u);
 }
 
 } // namespace
