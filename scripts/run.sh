@@ -5,7 +5,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/install-build-deps.sh
 bash scripts/build.sh
-sample=examples/budget.csv
+sample=examples/budget.xlsx
 if [ -x build/app/sumora ] && [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
   exec build/app/sumora "$sample"
 fi

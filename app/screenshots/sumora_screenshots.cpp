@@ -2,6 +2,7 @@
 // workbook: the main window, the Insert Function panel filling arguments,
 // and the settings window. Run under a display (Xvfb) for real fonts:
 //   xvfb-run -a -s "-screen 0 1600x1000x24" build/app/sumora_screenshots docs
+// With --sample FILE it only saves the sample workbook (examples/budget.xlsx).
 #include <QApplication>
 #include <QDir>
 #include <QDockWidget>
@@ -21,6 +22,7 @@
 #include "app/SheetTableModel.h"
 #include "editing/SumoraEditorView.h"
 #include "engine/Log.h"
+#include "formats/DocumentIO.h"
 
 using namespace sumora;
 using namespace sumora::app;
@@ -44,6 +46,12 @@ bool save(QWidget* widget, const QString& path) {
 } // namespace
 
 int main(int argc, char* argv[]) {
+    if (argc == 3 && std::string_view(argv[1]) == "--sample") {
+        Log::setEnabled(false);
+        saveDocumentFile(sampleWorkbook(), argv[2]);
+        std::printf("wrote %s\n", argv[2]);
+        return 0;
+    }
     QStandardPaths::setTestModeEnabled(true); // the user's own settings stay untouched
     QApplication app(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Sumora"));

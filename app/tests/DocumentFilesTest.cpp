@@ -61,6 +61,24 @@ class DocumentFilesTest : public QObject {
         QCOMPARE(DocumentWindows::windows().size(), 1);
     }
 
+    // The workbook the README's run command opens.
+    void theShippedSampleOpensFormatted() {
+        MainWindow* window =
+            DocumentWindows::openFile(QStringLiteral(SUMORA_SOURCE_DIR "/examples/budget.xlsx"));
+        QVERIFY(window);
+        QVERIFY(alerts().titles.isEmpty());
+        const struct {
+            int row, column;
+            const char* text;
+        } cells[] = {{0, 0, "Household Budget 2024"}, {3, 1, "$1,200.00"}, {8, 3, "-$120.00"},
+                     {9, 5, "$9,465.75"},           {10, 1, "54.4%"},     {12, 1, "Q4"}};
+        for (const auto& c : cells)
+            QCOMPARE(shown(window, c.row, c.column), QString::fromUtf8(c.text));
+        const Sheet& sheet = window->document().sheets[0];
+        QVERIFY(!sheet.mergedRegions.empty());
+        QVERIFY(sheet.cell(9, 0).format().isBold);
+    }
+
     void editsAreMarkedAndSurviveSaveAndReopen_data() {
         QTest::addColumn<QString>("suffix");
         QTest::addColumn<int>("type");
