@@ -2,9 +2,13 @@
 // command line (or a blank workbook), with the user's settings and recovery
 // of unsaved work after a crash.
 //
-//   sumora [FILE…]
+//   sumora [--verbose] [FILE…]
 //   sumora --quit-when-shown FILE   prints the milliseconds from launch to
 //                                   the first painted grid, then quits
+//
+// The engine's diagnostic lines (one per SUM, per entry, per part read) go
+// to stderr only with --verbose, as with the command line: a big workbook
+// would otherwise flood the terminal that launched the window.
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QTimer>
@@ -14,6 +18,7 @@
 #include "app/DocumentWindows.h"
 #include "app/MainWindow.h"
 #include "app/SheetGridView.h"
+#include "engine/Log.h"
 
 int main(int argc, char* argv[]) {
     QElapsedTimer launch;
@@ -25,6 +30,9 @@ int main(int argc, char* argv[]) {
 
     QStringList files = QApplication::arguments().mid(1);
     const bool quitWhenShown = files.removeAll(QStringLiteral("--quit-when-shown")) > 0;
+    const bool verbose =
+        files.removeAll(QStringLiteral("--verbose")) + files.removeAll(QStringLiteral("-v")) > 0;
+    sumora::Log::setEnabled(verbose);
 
     using sumora::app::DocumentWindows;
     const auto windows = DocumentWindows::startup(files);

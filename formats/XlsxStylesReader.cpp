@@ -33,6 +33,14 @@ struct BorderRecord {
     bool left = false, right = false, top = false, bottom = false, thickBottom = false;
 };
 
+// A differential format: only what it sets. Colours stay unresolved until the
+// palette is known.
+struct DxfRecord {
+    std::optional<bool> bold, italic;
+    std::optional<ColorElement> fontColor, foreground, background;
+    std::optional<std::string> patternType;
+};
+
 struct XfRecord {
     int64_t numFmtId = 0, fontId = -1, fillId = -1, borderId = -1;
     CellAlignment alignment = CellAlignment::general;
@@ -61,10 +69,17 @@ class StylesHandler : public XmlHandler {
     std::vector<FillRecord> fills;
     std::vector<BorderRecord> borders;
     std::vector<XfRecord> cellXfs;
+    std::vector<DxfRecord> dxfs;
     std::vector<std::string> indexedColors;
 
     void startElement(std::string_view name, const XmlAttributes& a) override {
-        if (name == "numFmts")
+        // A dxf holds elements named like the sections (fonts' font, numFmt, an extLst).
+        if (section_ == Section::dxfs && name != "dxfs") return dxf(name, a);
+        if (name == "dxfs" && !sawDxfs_) {
+            // The extension list may hold a second "dxfs" that the main rules never name.
+            sawDxfs_ = true;
+            section_ = Section::dxfs;
+        } else if (name == "numFmts")
             section_ = Section::numFmts;
         else if (name == "fonts")
             section_ = Section::fonts;
@@ -101,11 +116,18 @@ class StylesHandler : public XmlHandler {
                 break;
             case Section::none:
             case Section::other:
+            case Section::dxfs:
                 break;
             }
     }
 
     void endElement(std::string_view name) override {
+        if (section_ == Section::dxfs && name != "dxfs") {
+            if (name == "font" || name == "fill" || name == "numFmt" || name == "alignment" ||
+                name == "protection" || name == "border" || name == "extLst")
+                dxfPart_ = DxfPart::none;
+            return;
+        }
         if (name == "numFmts" || name == "fonts" || name == "fills" || name == "borders" ||
             name == "cellXfs" || name == "indexedColors" || name == "cellStyleXfs" || name == "dxfs" ||
             name == "cellStyles" || name == "extLst" || name == "tableStyles" || name == "mruColors")
@@ -115,7 +137,8 @@ class StylesHandler : public XmlHandler {
     }
 
   private:
-    enum class Section { none, numFmts, fonts, fills, borders, cellXfs, indexedColors, other };
+    enum class Section { none, numFmts, fonts, fills, borders, cellXfs, dxfs, indexedColors, other };
+    enum class DxfPart { none, font, fill, other };
 
     void numFmt(std::string_view name, const XmlAttributes& a) {
         if (name != "numFmt") return;
@@ -208,13 +231,58 @@ class StylesHandler : public XmlHandler {
         }
     }
 
+    void dxf(std::string_view name, const XmlAttributes& a) {
+        if (name == "dxf") {
+            dxfs.emplace_back();
+            dxfPart_ = DxfPart::none;
+            return;
+        }
+        if (dxfs.empty()) return;
+        DxfRecord& d = dxfs.back();
+        if (name == "font")
+            dxfPart_ = DxfPart::font;
+        else if (name == "fill")
+            dxfPart_ = DxfPart::fill;
+        else if (name == "numFmt" || name == "alignment" || name == "protection" || name == "border" ||
+                 name == "extLst")
+            dxfPart_ = DxfPart::other;
+        else if (dxfPart_ == DxfPart::font) {
+            if (name == "b")
+                d.bold = flagValue(a);
+            else if (name == "i")
+                d.italic = flagValue(a);
+            else if (name == "color")
+                d.fontColor = ColorElement::fromAttributes(a);
+        } else if (dxfPart_ == DxfPart::fill) {
+            if (name == "patternFill") {
+                if (auto type = a.get("patternType")) d.patternType = std::string(*type);
+            } else if (name == "fgColor") {
+                d.foreground = ColorElement::fromAttributes(a);
+            } else if (name == "bgColor") {
+                d.background = ColorElement::fromAttributes(a);
+            }
+        }
+    }
+
     Section section_ = Section::none;
+    DxfPart dxfPart_ = DxfPart::none;
+    bool sawDxfs_ = false;
     bool inPatternFill_ = false;
 };
 
 template <class T> const T* at(const std::vector<T>& records, int64_t index) {
     return index >= 0 && static_cast<size_t>(index) < records.size() ? &records[static_cast<size_t>(index)]
                                                                      : nullptr;
+}
+
+// A differential fill paints with its background colour (a solid pattern's
+// foreground in cell fills); producers that name only the foreground mean it.
+std::optional<std::string> differentialFill(const DxfRecord& d, const ColorResolver& colors) {
+    if (d.patternType == "none") return std::nullopt;
+    std::optional<std::string> color;
+    if (d.background) color = colors.resolve(*d.background);
+    if (!color && d.foreground) color = colors.resolve(*d.foreground);
+    return color;
 }
 
 } // namespace
@@ -286,6 +354,15 @@ StyleTable readStyles(std::string_view xml, ColorResolver& colors) {
         table.dated.push_back(f.numberFormat && isDateTimeFormat(*f.numberFormat));
         table.formats.push_back(CellFormat::intern(f));
         table.unlocked.push_back(x.unlocked);
+    }
+    table.differentialFormats.reserve(h.dxfs.size());
+    for (const DxfRecord& d : h.dxfs) {
+        ConditionalFormat f;
+        f.isBold = d.bold;
+        f.isItalic = d.italic;
+        if (d.fontColor) f.fontColor = colors.resolve(*d.fontColor);
+        f.fillColor = differentialFill(d, colors);
+        table.differentialFormats.push_back(std::move(f));
     }
     return table;
 }

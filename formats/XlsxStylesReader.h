@@ -1,6 +1,7 @@
 #pragma once
 // The style sheet of an XLSX package, reduced to what cells use: one
-// interned CellFormat (and the protection flag) per cell format record.
+// interned CellFormat (and the protection flag) per cell format record, and
+// the differential formats that conditional rules refer to.
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -9,6 +10,7 @@
 #include <vector>
 
 #include "document/CellFormat.h"
+#include "document/WorkbookRecords.h"
 
 namespace sumora::xlsx {
 
@@ -21,6 +23,8 @@ struct StyleTable {
     std::vector<bool> unlocked;
     // Cell format records whose number format shows a date or time.
     std::vector<bool> dated;
+    // Indexed by a conditional rule's `dxfId`.
+    std::vector<ConditionalFormat> differentialFormats;
 
     const CellFormat* format(size_t index) const { return index < formats.size() ? formats[index] : nullptr; }
     bool isUnlocked(size_t index) const { return index < unlocked.size() && unlocked[index]; }

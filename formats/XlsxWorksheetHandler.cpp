@@ -10,6 +10,7 @@
 
 #include "document/ColumnLetters.h"
 #include "document/Sheet.h"
+#include "engine/Log.h"
 #include "formats/XlsxColors.h"
 #include "formats/XlsxStylesReader.h"
 #include "formats/XlsxText.h"
@@ -41,7 +42,8 @@ std::optional<int64_t> smallInteger(std::string_view text) {
 } // namespace
 
 WorksheetHandler::WorksheetHandler(const WorksheetContext& context, Sheet& sheet, Role role)
-    : context_(context), sheet_(sheet), role_(role) {}
+    : context_(context), sheet_(sheet), role_(role),
+      conditionalFormats_(context.styles ? &context.styles->differentialFormats : nullptr, context.colors) {}
 
 WorksheetHandler::ValueKind WorksheetHandler::valueKind(std::string_view t) {
     if (t.empty() || t == "n") return ValueKind::number;
@@ -70,6 +72,7 @@ std::optional<WorksheetHandler::Area> WorksheetHandler::parseArea(std::string_vi
 
 void WorksheetHandler::startElement(std::string_view name, const XmlAttributes& a) {
     if (validations_.inRule()) return startInValidation(name);
+    if (conditionalFormats_.inBlock()) return conditionalFormats_.startElement(name, a);
     if (name == "c") return startCell(a);
     if (name == "v") {
         inValue_ = inCell_;
@@ -96,6 +99,7 @@ void WorksheetHandler::startElement(std::string_view name, const XmlAttributes& 
 
 void WorksheetHandler::endElement(std::string_view name) {
     if (validations_.inRule()) return endInValidation(name);
+    if (conditionalFormats_.inBlock()) return conditionalFormats_.endElement(name);
     if (name == "v")
         inValue_ = false;
     else if (name == "c")
@@ -128,6 +132,8 @@ void WorksheetHandler::characters(std::string_view text) {
         inline_.append(text);
     else if (validations_.inChild())
         validations_.text(text);
+    else if (conditionalFormats_.inBlock())
+        conditionalFormats_.characters(text);
 }
 
 // ---------------------------------------------------------------------------
@@ -405,6 +411,8 @@ void WorksheetHandler::startOther(std::string_view name, const XmlAttributes& a)
         pane(a);
     } else if (name == "sheetProtection") {
         protection(a);
+    } else if (name == "conditionalFormatting") {
+        conditionalFormats_.startElement(name, a);
     } else if (name == "dataValidation") {
         validations_.beginRule();
         for (size_t i = 0; i < a.size(); ++i)
@@ -549,6 +557,10 @@ void WorksheetHandler::finish() {
         for (int64_t c = span.first; c <= span.last && c < sheet_.columnCount(); ++c)
             sheet_.columnWidths[c] = span.pixels;
     if (!validations_.markup().empty()) sheet_.dataValidations = parseDataValidations(validations_.markup());
+    sheet_.conditionalFormats = conditionalFormats_.takeRules();
+    if (int64_t skipped = conditionalFormats_.skippedCount())
+        Log::debug("  Conditional formats: " + std::to_string(skipped) + " rules of '" + sheet_.name +
+                   "' have no equivalent and were skipped");
     sheet_.compact();
 }
 

@@ -10,6 +10,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "formats/XlsxConditionalFormats.h"
 #include "formats/XlsxSharedFormula.h"
 #include "formats/XlsxValidations.h"
 #include "formats/XlsxWorksheetReader.h"
@@ -51,7 +52,8 @@ class WorksheetHandler : public XmlHandler {
     // half and array results of formulas anchored here.
     void absorb(WorksheetHandler& continuation, Sheet& continuationSheet);
 
-    // Sizes the grid, applies column widths, reads the validations, compacts.
+    // Sizes the grid, applies column widths, reads the validations and
+    // conditional formats, compacts.
     void finish();
 
     // Long-text bytes this handler added to the workbook's count.
@@ -136,6 +138,7 @@ class WorksheetHandler : public XmlHandler {
     std::vector<Area> arrays_;
     std::vector<ColumnSpan> columns_;
     ValidationMarkup validations_;
+    ConditionalFormatReader conditionalFormats_;
     bool inSheetProperties_ = false, inFirstView_ = false, sawView_ = false;
 };
 
