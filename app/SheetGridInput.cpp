@@ -6,7 +6,7 @@
 #include <QMouseEvent>
 
 #include "app/FrozenPanes.h"
-#include "app/GridNavigation.h"
+#include "editing/GridNavigation.h"
 #include "app/SheetGridView.h"
 #include "app/SheetTableModel.h"
 #include "document/ColumnLetters.h"

@@ -10,7 +10,7 @@
 #include <QToolButton>
 
 #include "app/CellAppearance.h"
-#include "app/SheetOperations.h"
+#include "editing/SheetOperations.h"
 #include "editing/SumoraEditorView.h"
 #include "engine/Recalculation.h"
 
@@ -108,13 +108,13 @@ void SheetTabBar::onTabMoved(int from, int to) {
 }
 
 void SheetTabBar::addSheet() {
-    const size_t index = app::addSheet(editor_.document, activeSheet());
+    const size_t index = sumora::addSheet(editor_.document, activeSheet());
     emit sheetsEdited(true);
     activateSheet(index);
 }
 
 std::optional<QString> SheetTabBar::renameSheet(size_t sheetIndex, const QString& name) {
-    if (auto problem = app::renameSheet(editor_.document, sheetIndex, name.toStdString()))
+    if (auto problem = sumora::renameSheet(editor_.document, sheetIndex, name.toStdString()))
         return QString::fromStdString(*problem);
     refresh();
     emit sheetsEdited(false);
@@ -125,7 +125,7 @@ bool SheetTabBar::deleteSheet(size_t sheetIndex) {
     SumoraDocument& doc = editor_.document;
     const std::string activeId =
         activeSheet() < doc.sheets.size() ? doc.sheets[activeSheet()].id : std::string();
-    if (!app::deleteSheet(doc, sheetIndex)) return false;
+    if (!sumora::deleteSheet(doc, sheetIndex)) return false;
     // References to the sheet now read "#REF!"; what depends on them follows.
     editor_.invalidateCalculators();
     recalculateDocument(doc);
@@ -145,7 +145,7 @@ void SheetTabBar::moveSheet(size_t from, size_t to) {
     SumoraDocument& doc = editor_.document;
     if (from >= doc.sheets.size() || to >= doc.sheets.size()) return;
     const std::string activeId = doc.sheets[activeSheet()].id;
-    app::moveSheet(doc, from, to);
+    sumora::moveSheet(doc, from, to);
     for (size_t i = 0; i < doc.sheets.size(); ++i)
         if (doc.sheets[i].id == activeId) editor_.activeSheetIndex = static_cast<int64_t>(i);
     editor_.invalidateCalculators();
@@ -154,7 +154,7 @@ void SheetTabBar::moveSheet(size_t from, size_t to) {
 }
 
 bool SheetTabBar::setSheetHidden(size_t sheetIndex, bool hidden) {
-    if (!app::setSheetHidden(editor_.document, sheetIndex, hidden)) return false;
+    if (!sumora::setSheetHidden(editor_.document, sheetIndex, hidden)) return false;
     emit sheetsEdited(false);
     if (hidden && sheetIndex == activeSheet()) {
         const auto visible = visibleSheetIndices(editor_.document);

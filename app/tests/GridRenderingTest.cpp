@@ -7,7 +7,7 @@
 #include "AppTestSupport.h"
 #include "app/CellAppearance.h"
 #include "app/FrozenPanes.h"
-#include "app/GridNavigation.h"
+#include "editing/GridNavigation.h"
 
 using namespace sumora;
 using namespace sumora::app;

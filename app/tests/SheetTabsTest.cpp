@@ -4,7 +4,7 @@
 #include <QTabBar>
 
 #include "AppTestSupport.h"
-#include "app/SheetOperations.h"
+#include "editing/SheetOperations.h"
 #include "app/SheetTabBar.h"
 
 using namespace sumora;

@@ -10,7 +10,7 @@
 
 #include "document/SumoraDocument.h"
 
-namespace sumora::app {
+namespace sumora {
 
 // "Sheet N" with the smallest N ≥ the sheet count + 1 that no sheet uses.
 std::string nextSheetName(const SumoraDocument& document);
@@ -45,4 +45,4 @@ std::vector<size_t> visibleSheetIndices(const SumoraDocument& document);
 inline constexpr std::string_view kLastVisibleSheetMessage =
     "A workbook must keep at least one visible sheet.";
 
-} // namespace sumora::app
+} // namespace sumora

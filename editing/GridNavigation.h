@@ -5,7 +5,7 @@
 
 #include "document/Sheet.h"
 
-namespace sumora::app {
+namespace sumora {
 
 struct GridPoint {
     int64_t row = 0;
@@ -18,4 +18,4 @@ struct GridPoint {
 // edge of the grid when there is none. `dRow`/`dCol` is one unit step.
 GridPoint dataEdge(const Sheet& sheet, GridPoint from, int dRow, int dCol);
 
-} // namespace sumora::app
+} // namespace sumora

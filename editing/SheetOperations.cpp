@@ -1,9 +1,9 @@
-#include "app/SheetOperations.h"
+#include "editing/SheetOperations.h"
 
 #include <algorithm>
 #include <cctype>
 
-namespace sumora::app {
+namespace sumora {
 
 namespace {
 
@@ -87,4 +87,4 @@ std::vector<size_t> visibleSheetIndices(const SumoraDocument& document) {
     return indices;
 }
 
-} // namespace sumora::app
+} // namespace sumora

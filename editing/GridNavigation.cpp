@@ -1,8 +1,8 @@
-#include "app/GridNavigation.h"
+#include "editing/GridNavigation.h"
 
 #include <algorithm>
 
-namespace sumora::app {
+namespace sumora {
 
 namespace {
 
@@ -37,4 +37,4 @@ GridPoint dataEdge(const Sheet& sheet, GridPoint from, int dRow, int dCol) {
     return next;
 }
 
-} // namespace sumora::app
+} // namespace sumora
