@@ -1,8 +1,8 @@
 #pragma once
 // One worksheet part of an XLSX package, streamed into a Sheet: cells
 // (constants, formulas with their cached results, styles), column widths,
-// row heights, frozen panes, the tab colour, merged cells, protection and
-// data validations.
+// row heights, frozen panes, the tab colour, merged cells, protection, data
+// validations and conditional formats.
 #include <atomic>
 #include <cstdint>
 #include <optional>

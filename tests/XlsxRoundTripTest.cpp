@@ -340,6 +340,7 @@ TEST(XlsxRoundTrip, CorpusWorkbooksSurviveSavingAgain) {
             EXPECT_EQ(b.rowHeights, a.rowHeights);
             EXPECT_EQ(b.cellComments, a.cellComments);
             EXPECT_EQ(b.dataValidations, a.dataValidations);
+            EXPECT_EQ(b.conditionalFormats, a.conditionalFormats);
             EXPECT_EQ(b.isProtected, a.isProtected);
             EXPECT_EQ(b.protectionOptions, a.protectionOptions);
             std::vector<MergedRegion> merges = a.mergedRegions; // a one-cell merge is no merge

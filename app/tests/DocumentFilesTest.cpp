@@ -77,6 +77,7 @@ class DocumentFilesTest : public QObject {
         const Sheet& sheet = window->document().sheets[0];
         QVERIFY(!sheet.mergedRegions.empty());
         QVERIFY(sheet.cell(9, 0).format().isBold);
+        QCOMPARE(sheet.conditionalFormats.size(), size_t(2)); // the colour scale and the data bars
     }
 
     void editsAreMarkedAndSurviveSaveAndReopen_data() {
