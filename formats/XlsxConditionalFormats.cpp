@@ -105,20 +105,7 @@ void ConditionalFormatReader::characters(std::string_view text) {
 // extension list's blocks carry them in a child element instead and only
 // repeat or refine rules of the main list, so they are passed over.
 void ConditionalFormatReader::beginBlock(const XmlAttributes& a) {
-    ranges_.clear();
-    std::string_view list = a.get("sqref").value_or("");
-    while (!list.empty() && ranges_.size() < kMaxConditionalRules) {
-        size_t space = list.find(' ');
-        std::string_view range = list.substr(0, space);
-        list = space == std::string_view::npos ? std::string_view() : list.substr(space + 1);
-        if (range.empty()) continue;
-        size_t colon = range.find(':');
-        auto start = parseCellReference(range.substr(0, colon));
-        auto end = colon == std::string_view::npos ? start : parseCellReference(range.substr(colon + 1));
-        if (!start || !end) continue;
-        ranges_.push_back({std::min(start->col, end->col), std::min(start->row, end->row),
-                           std::max(start->col, end->col), std::max(start->row, end->row)});
-    }
+    ranges_ = parseSqref(a.get("sqref").value_or(""), kMaxConditionalRules);
     active_ = !ranges_.empty();
 }
 
@@ -151,7 +138,7 @@ void ConditionalFormatReader::endRule() {
     }
     int64_t priority = element.priority.value_or(std::numeric_limits<int64_t>::max());
     ConditionalFormat applied = format(element);
-    for (const Range& range : ranges_) {
+    for (const CellBox& range : ranges_) {
         if (rules_.size() >= kMaxConditionalRules) {
             ++skipped_;
             return;

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "document/WorkbookRecords.h"
+#include "formats/XlsxWorksheetReader.h"
 
 namespace sumora {
 class XmlAttributes;
@@ -57,9 +58,6 @@ class ConditionalFormatReader {
     int64_t skippedCount() const { return skipped_; }
 
   private:
-    struct Range {
-        int64_t startCol, startRow, endCol, endRow;
-    };
     struct Ranked {
         int64_t priority;
         ConditionalFormatRule rule;
@@ -76,7 +74,7 @@ class ConditionalFormatReader {
 
     int depth_ = 0;       // elements open inside the block, itself included
     bool active_ = false; // the block has ranges of its own
-    std::vector<Range> ranges_;
+    std::vector<CellBox> ranges_;
     std::optional<ConditionalRuleElement> rule_;
     bool inFormula_ = false, inScale_ = false;
     std::string formula_;

@@ -3,8 +3,8 @@
 #include <cmath>
 #include <cstdio>
 
-#include "document/ColumnLetters.h"
 #include "formats/XlsxText.h"
+#include "formats/XlsxWorksheetReader.h"
 #include "formats/XmlWriter.h"
 #include "functions/SerialDate.h"
 
@@ -66,6 +66,9 @@ void ValidationMarkup::endRule() {
 // Reading the rules
 
 namespace {
+
+// Ranges one rule may name; each becomes a rule of its own.
+constexpr size_t kMaxValidationRanges = 10000;
 
 std::optional<std::string> captured(const TextPattern& pattern, std::string_view element) {
     auto group = pattern.firstGroup(element);
@@ -199,22 +202,13 @@ std::vector<DataValidationRule> parseDataValidations(std::string_view markup) {
         bool hideArrow = parseBoolean(captured(dropDownPattern, element).value_or("0")).value_or(false);
         rule.showDropdown = type == "list" && !hideArrow;
 
-        std::string_view ranges = *sqref;
-        while (!ranges.empty()) {
-            size_t space = ranges.find(' ');
-            std::string_view range = ranges.substr(0, space);
-            ranges = space == std::string_view::npos ? std::string_view() : ranges.substr(space + 1);
-            if (range.empty()) continue;
-            size_t colon = range.find(':');
-            auto start = parseCellAddress(range.substr(0, colon));
-            auto end = colon == std::string_view::npos ? start : parseCellAddress(range.substr(colon + 1));
-            if (!start || !end) continue;
+        for (const CellBox& box : parseSqref(*sqref, kMaxValidationRanges)) {
             DataValidationRule r = rule;
             r.id = newIdentifier();
-            r.startCol = start->col;
-            r.startRow = start->row;
-            r.endCol = end->col;
-            r.endRow = end->row;
+            r.startCol = box.startCol;
+            r.startRow = box.startRow;
+            r.endCol = box.endCol;
+            r.endRow = box.endRow;
             rules.push_back(std::move(r));
         }
     });

@@ -592,6 +592,23 @@ std::optional<CellPosition64> parseCellReference(std::string_view text) {
     return CellPosition64{col - 1, row - 1};
 }
 
+std::vector<CellBox> parseSqref(std::string_view list, size_t limit) {
+    std::vector<CellBox> boxes;
+    while (!list.empty() && boxes.size() < limit) {
+        const size_t space = list.find(' ');
+        const std::string_view range = list.substr(0, space);
+        list = space == std::string_view::npos ? std::string_view() : list.substr(space + 1);
+        if (range.empty()) continue;
+        const size_t colon = range.find(':');
+        auto start = parseCellReference(range.substr(0, colon));
+        auto end = colon == std::string_view::npos ? start : parseCellReference(range.substr(colon + 1));
+        if (!start || !end) continue;
+        boxes.push_back({std::min(start->col, end->col), std::min(start->row, end->row),
+                         std::max(start->col, end->col), std::max(start->row, end->row)});
+    }
+    return boxes;
+}
+
 std::string importedFormula(std::string_view text) {
     if (!text.empty() && text.front() == '=') text.remove_prefix(1);
     if (text.find("_xl") == std::string_view::npos) return std::string(text);

@@ -62,6 +62,13 @@ struct CellPosition64 {
 };
 std::optional<CellPosition64> parseCellReference(std::string_view text);
 
+// The ranges of a space-separated sqref list ("A1:B3 D5"), corners in
+// order; pieces that are not references are skipped. At most `limit`.
+struct CellBox {
+    int64_t startCol = 0, startRow = 0, endCol = 0, endRow = 0;
+};
+std::vector<CellBox> parseSqref(std::string_view list, size_t limit);
+
 // Formula text as the engine reads it: one leading "=" dropped and the
 // "_xlfn." / "_xlws." / "_xlpm." prefixes that mark newer functions removed
 // (outside string literals).
