@@ -148,9 +148,10 @@ void MainWindow::buildLayout() {
     });
 
     connect(tabs_, &SheetTabBar::activeSheetChanged, this, &MainWindow::sheetSwitched);
-    connect(tabs_, &SheetTabBar::sheetsEdited, this, [this](bool reindexed) {
-        // Steps recorded against sheet positions would now edit the wrong sheet.
-        if (reindexed) undo_.clear();
+    connect(tabs_, &SheetTabBar::sheetsEdited, this, [this](bool sheetDeleted) {
+        // Steps name their sheet by id, so added and moved tabs keep the
+        // history; a deleted sheet's "#REF!" rewrite cannot be undone.
+        if (sheetDeleted) undo_.clear();
         markEdited();
         updateUndoActions();
     });

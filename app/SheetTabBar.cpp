@@ -109,7 +109,7 @@ void SheetTabBar::onTabMoved(int from, int to) {
 
 void SheetTabBar::addSheet() {
     const size_t index = sumora::addSheet(editor_.document, activeSheet());
-    emit sheetsEdited(true);
+    emit sheetsEdited(false);
     activateSheet(index);
 }
 
@@ -150,7 +150,7 @@ void SheetTabBar::moveSheet(size_t from, size_t to) {
         if (doc.sheets[i].id == activeId) editor_.activeSheetIndex = static_cast<int64_t>(i);
     editor_.invalidateCalculators();
     refresh();
-    emit sheetsEdited(true);
+    emit sheetsEdited(false);
 }
 
 bool SheetTabBar::setSheetHidden(size_t sheetIndex, bool hidden) {

@@ -44,9 +44,10 @@ class SheetTabBar : public QWidget {
   signals:
     // Another sheet is active: the grid reloads.
     void activeSheetChanged();
-    // The workbook's sheets changed; `reindexed` when sheets moved or went
-    // away, so steps recorded against sheet positions are void.
-    void sheetsEdited(bool reindexed);
+    // The workbook's sheets changed; `sheetDeleted` when one went away: its
+    // references elsewhere turned into "#REF!", which undo cannot take back,
+    // so the window forgets its undo history (as after a delete elsewhere).
+    void sheetsEdited(bool sheetDeleted);
 
   private:
     void showContextMenu(const QPoint& pos);

@@ -19,6 +19,12 @@ SumoraDocument SumoraDocument::empty() {
 
 Sheet SumoraDocument::makeNewSheet(std::string name) { return Sheet(std::move(name), kNewSheetRows, kNewSheetColumns); }
 
+std::optional<size_t> SumoraDocument::sheetIndexById(std::string_view id) const {
+    for (size_t i = 0; i < sheets.size(); ++i)
+        if (sheets[i].id == id) return i;
+    return std::nullopt;
+}
+
 void SumoraDocument::ensureGridSize(int64_t sheetIndex, int64_t rows, int64_t cols) {
     if (sheetIndex < 0 || static_cast<size_t>(sheetIndex) >= sheets.size()) return;
     sheets[static_cast<size_t>(sheetIndex)].growTo(rows, cols);

@@ -34,6 +34,9 @@ public:
 
     // Index of the sheet with this name (exact first, then ignoring case).
     std::optional<size_t> sheetIndex(std::string_view name) const;
+    // Index of the sheet with this id. Undo steps name their sheet by id, so
+    // adding or moving tabs does not send them to another sheet.
+    std::optional<size_t> sheetIndexById(std::string_view id) const;
 
     bool operator==(const SumoraDocument& o) const;
 

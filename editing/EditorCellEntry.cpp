@@ -241,18 +241,20 @@ void SumoraEditorView::setCellValue(CellPosition address, std::string_view value
     // nothing: cells that read it keep their values until the next edit.
     registerUndoStep(
         "Typing",
-        [this, sheetIndex, col, row, before = std::move(before)] {
-            if (sheetIndex >= document.sheets.size()) return;
-            Sheet& s = document.sheets[sheetIndex];
+        [this, sheetId = sheet->id, col, row, before = std::move(before)] {
+            auto index = document.sheetIndexById(sheetId);
+            if (!index) return;
+            Sheet& s = document.sheets[*index];
             if (!s.contains(row, col)) return;
             s.setCell(row, col, before);
-            forgetCalculatedState(sheetIndex);
+            forgetCalculatedState(*index);
         },
-        [this, sheetIndex, col, row, text = std::string(value), locale = localeIdentifier] {
-            if (sheetIndex >= document.sheets.size()) return;
-            document.ensureGridSize(static_cast<int64_t>(sheetIndex), row + 1, col + 1);
-            storeEntry(document.sheets[sheetIndex].cellForWriting(row, col), text, locale);
-            recalculateChangedCell(sheetIndex, col, row);
+        [this, sheetId = sheet->id, col, row, text = std::string(value), locale = localeIdentifier] {
+            auto index = document.sheetIndexById(sheetId);
+            if (!index) return;
+            document.ensureGridSize(static_cast<int64_t>(*index), row + 1, col + 1);
+            storeEntry(document.sheets[*index].cellForWriting(row, col), text, locale);
+            recalculateChangedCell(*index, col, row);
         });
 }
 
@@ -427,9 +429,8 @@ void SumoraEditorView::toggleMergeCells() {
         });
         regions.push_back(wanted);
     }
-    const auto sheetIndex = static_cast<size_t>(activeSheetIndex);
-    auto put = [this, sheetIndex](const std::vector<MergedRegion>& r) {
-        if (sheetIndex < document.sheets.size()) document.sheets[sheetIndex].mergedRegions = r;
+    auto put = [this, sheetId = activeSheet()->id](const std::vector<MergedRegion>& r) {
+        if (auto index = document.sheetIndexById(sheetId)) document.sheets[*index].mergedRegions = r;
     };
     registerUndoStep(
         unmerge ? "Unmerge Cells" : "Merge Cells", [put, before] { put(before); },

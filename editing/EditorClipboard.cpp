@@ -102,7 +102,7 @@ void SumoraEditorView::copySelection() {
     auto range = targetRange();
     if (!sheet || !range) return;
     CopiedBlock block;
-    block.sheetIndex = static_cast<size_t>(activeSheetIndex);
+    block.sheetId = sheet->id;
     block.range = normalised(*range);
     for (int64_t r = block.range.startRow; r <= block.range.endRow; ++r) {
         auto& row = block.cells.emplace_back();
@@ -155,9 +155,10 @@ bool SumoraEditorView::pasteCopiedCells(PasteMode mode) {
     const SelectionRange pasted{at->col, at->row, at->col + width * tilesAcross - 1,
                                 at->row + height * tilesDown - 1};
 
-    auto recalculate = [this, targetSheet, source = block.sheetIndex, moving] {
-        recalculateChangedSheet(targetSheet);
-        if (moving && source != targetSheet) recalculateChangedSheet(source);
+    const std::optional<size_t> sourceSheet = document.sheetIndexById(block.sheetId);
+    auto recalculate = [this, target = sheet->id, source = block.sheetId, moving] {
+        recalculateChangedSheetWithId(target);
+        if (moving && source != target) recalculateChangedSheetWithId(source);
     };
     groupUndoSteps(
         mode == PasteMode::all ? "Paste" : "Paste Special",
@@ -174,12 +175,12 @@ bool SumoraEditorView::pasteCopiedCells(PasteMode mode) {
                          pastedCell(source, sheet->cell(r, c), mode, r - (block.range.startRow + i),
                                     c - (block.range.startCol + j), !moving)});
                 }
-            if (moving && block.sheetIndex < document.sheets.size()) {
+            if (moving && sourceSheet) {
                 for (int64_t r = block.range.startRow; r <= block.range.endRow; ++r)
                     for (int64_t c = block.range.startCol; c <= block.range.endCol; ++c) {
-                        bool overwritten = block.sheetIndex == targetSheet && r >= pasted.startRow &&
+                        bool overwritten = *sourceSheet == targetSheet && r >= pasted.startRow &&
                                            r <= pasted.endRow && c >= pasted.startCol && c <= pasted.endCol;
-                        if (!overwritten) replaceCell(block.sheetIndex, c, r, Cell());
+                        if (!overwritten) replaceCell(*sourceSheet, c, r, Cell());
                     }
             }
             for (auto& [p, cell] : writes)
@@ -224,7 +225,7 @@ void SumoraEditorView::clearContents() {
         }
     }
     if (writes.empty()) return;
-    auto recalculate = [this, sheetIndex] { recalculateChangedSheet(sheetIndex); };
+    auto recalculate = [this, sheetId = sheet->id] { recalculateChangedSheetWithId(sheetId); };
     groupUndoSteps(
         "Clear Contents",
         [&] {
@@ -289,7 +290,7 @@ void SumoraEditorView::performFill(const SelectionRange& sourceRange, const Sele
             writes.push_back({CellPosition{col, row}, std::move(cell)});
         }
     }
-    auto recalculate = [this, sheetIndex] { recalculateChangedSheet(sheetIndex); };
+    auto recalculate = [this, sheetId = sheet->id] { recalculateChangedSheetWithId(sheetId); };
     groupUndoSteps(
         "AutoFill",
         [&] {

@@ -70,12 +70,14 @@ void registerCellChanges(SumoraEditorView& editor, std::string name, size_t shee
                          std::vector<CellChange> changes) {
     if (!editor.undoManager || changes.empty()) return;
     auto shared = std::make_shared<const std::vector<CellChange>>(std::move(changes));
-    auto put = [&editor, sheetIndex, shared](bool after) {
-        if (sheetIndex >= editor.document.sheets.size()) return;
-        Sheet& sheet = editor.document.sheets[sheetIndex];
+    if (sheetIndex >= editor.document.sheets.size()) return;
+    auto put = [&editor, sheetId = editor.document.sheets[sheetIndex].id, shared](bool after) {
+        auto index = editor.document.sheetIndexById(sheetId);
+        if (!index) return;
+        Sheet& sheet = editor.document.sheets[*index];
         for (const CellChange& c : *shared)
             if (sheet.contains(c.row, c.col)) sheet.setCell(c.row, c.col, after ? c.after : c.before);
-        refreshSheet(editor, sheetIndex);
+        refreshSheet(editor, *index);
     };
     editor.undoManager->registerStep(
         std::move(name), [put] { put(false); }, [put] { put(true); });
@@ -144,11 +146,11 @@ void sortActiveSheet(SumoraEditorView& editor, const std::vector<SortKey>& keys,
     for (size_t i = 0; i < order.size(); ++i)
         inverse[static_cast<size_t>(order[i])] = static_cast<int64_t>(i);
 
-    const auto sheetIndex = static_cast<size_t>(editor.activeSheetIndex);
-    auto reorder = [&editor, sheetIndex, first](const std::vector<int64_t>& rows) {
-        if (sheetIndex >= editor.document.sheets.size()) return;
-        editor.document.sheets[sheetIndex].permuteRows(first, rows);
-        refreshSheet(editor, sheetIndex);
+    auto reorder = [&editor, sheetId = sheet->id, first](const std::vector<int64_t>& rows) {
+        auto index = editor.document.sheetIndexById(sheetId);
+        if (!index) return;
+        editor.document.sheets[*index].permuteRows(first, rows);
+        refreshSheet(editor, *index);
     };
     reorder(order);
     if (editor.undoManager)

@@ -35,10 +35,10 @@ void SumoraEditorView::withFormattingUndo(std::string_view actionName,
         }
     if (changes.empty()) return;
 
-    const auto sheetIndex = static_cast<size_t>(activeSheetIndex);
-    auto apply = [this, sheetIndex](const std::vector<Change>& list, bool undo) {
-        if (sheetIndex >= document.sheets.size()) return;
-        Sheet& s = document.sheets[sheetIndex];
+    auto apply = [this, sheetId = sheet->id](const std::vector<Change>& list, bool undo) {
+        auto index = document.sheetIndexById(sheetId);
+        if (!index) return;
+        Sheet& s = document.sheets[*index];
         for (const Change& ch : list)
             s.cellForWriting(ch.row, ch.col).setFormatHandle(undo ? ch.before : ch.after);
     };

@@ -52,6 +52,10 @@ void SumoraEditorView::recalculateChangedSheet(size_t sheetIndex) {
     calculator(sheetIndex).recalculateAll();
 }
 
+void SumoraEditorView::recalculateChangedSheetWithId(const std::string& sheetId) {
+    if (auto index = document.sheetIndexById(sheetId)) recalculateChangedSheet(*index);
+}
+
 void SumoraEditorView::forgetCalculatedState(size_t sheetIndex) {
     if (sheetIndex < calculators_.size() && calculators_[sheetIndex]) calculators_[sheetIndex]->invalidate();
 }
@@ -100,9 +104,8 @@ void SumoraEditorView::replaceCell(size_t sheetIndex, int64_t col, int64_t row, 
     Sheet& sheet = document.sheets[sheetIndex];
     Cell before = sheet.cell(row, col);
     if (before == cell) return;
-    auto put = [this, sheetIndex, col, row](const Cell& record) {
-        if (sheetIndex >= document.sheets.size()) return;
-        document.sheets[sheetIndex].setCell(row, col, record);
+    auto put = [this, sheetId = sheet.id, col, row](const Cell& record) {
+        if (auto index = document.sheetIndexById(sheetId)) document.sheets[*index].setCell(row, col, record);
     };
     put(cell);
     registerUndoStep(

@@ -182,6 +182,8 @@ private:
     void recalculateChangedCell(size_t sheetIndex, int64_t col, int64_t row);
     // Many cells were written directly: rebuilds and recomputes the sheet.
     void recalculateChangedSheet(size_t sheetIndex);
+    // The same by sheet id, for undo steps (nothing when the sheet is gone).
+    void recalculateChangedSheetWithId(const std::string& sheetId);
     // A cell record was put back without recalculation (undo of an entry):
     // the calculator forgets what it learnt so later edits see the record.
     void forgetCalculatedState(size_t sheetIndex);
@@ -265,7 +267,7 @@ private:
     std::vector<std::unique_ptr<SheetCalculator>> calculators_;
     // Cells copied by copySelection/cutSelection, with their origin.
     struct CopiedBlock {
-        size_t sheetIndex = 0;
+        std::string sheetId;
         SelectionRange range;
         std::vector<std::vector<Cell>> cells;
         bool isCut = false;

@@ -79,12 +79,6 @@ class MacroEdits {
     std::unordered_map<uint64_t, size_t> index_;
 };
 
-std::optional<size_t> sheetIndexById(const SumoraDocument& document, const std::string& id) {
-    for (size_t i = 0; i < document.sheets.size(); ++i)
-        if (document.sheets[i].id == id) return i;
-    return std::nullopt;
-}
-
 std::string cellText(const Sheet& sheet, int64_t col, int64_t row) {
     if (!sheet.contains(row, col)) return {};
     return std::string(sheet.cell(row, col).displayValue());
@@ -154,7 +148,7 @@ MacroRunResult MacroRunner::run(std::string_view script) {
     SumoraEditorView& editor = editor_;
     auto putBack = [&editor, sheetId, edits](bool restoreBefore) {
         SumoraDocument& document = editor.document;
-        auto index = sheetIndexById(document, sheetId);
+        auto index = document.sheetIndexById(sheetId);
         if (!index) return;
         edits->putBack(document.sheets[*index], restoreBefore);
         // The editor's calculators learnt the macro's cells; the sheet is

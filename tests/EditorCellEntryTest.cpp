@@ -146,6 +146,40 @@ TEST_F(EditorCellEntry, RedoReappliesTheEntryWithRecalculation) {
     EXPECT_FALSE(undo().canRedo());
 }
 
+// Steps follow their sheet when tabs are added in front of it.
+TEST_F(EditorCellEntry, UndoFindsItsSheetAfterATabIsAddedInFront) {
+    type("A1", "1");
+    type("B1", "=A1*2");
+    select("B1", "B1");
+    editor.toggleBold();
+    select("A1", "A1");
+    editor.copySelection();
+    select("C1", "C1");
+    editor.pasteCell();
+    ASSERT_EQ(cell("C1").value(), "1");
+
+    // A tab added in front moves the edited sheet to the second place.
+    doc.sheets.insert(doc.sheets.begin(), SumoraDocument::makeNewSheet("Front"));
+    editor.invalidateCalculators();
+    const size_t edited = 1;
+
+    ASSERT_TRUE(undo().undo()); // the paste
+    EXPECT_EQ(cell("C1", edited).value(), "");
+    ASSERT_TRUE(undo().undo()); // bold
+    EXPECT_FALSE(cell("B1", edited).format().isBold);
+    ASSERT_TRUE(undo().undo()); // the formula
+    EXPECT_FALSE(cell("B1", edited).formula());
+    ASSERT_TRUE(undo().redo());
+    EXPECT_EQ(shown("B1", edited), "2");
+    EXPECT_TRUE(doc.sheets[0].cell(0, 1).value().empty()); // the new sheet is untouched
+    EXPECT_FALSE(doc.sheets[0].cell(0, 1).formula());
+
+    // A step whose sheet is gone does nothing.
+    doc.sheets.erase(doc.sheets.begin() + edited);
+    EXPECT_TRUE(undo().undo());
+    EXPECT_FALSE(doc.sheets[0].cell(0, 1).formula());
+}
+
 TEST_F(EditorCellEntry, UndoneFormulaStopsBeingRecalculated) {
     type("B1", "=A1*3");
     undo().undo();

@@ -104,6 +104,26 @@ class SheetTabsTest : public QObject {
         QCOMPARE(tabs()->tabBar()->currentIndex(), 0);
     }
 
+    // Undo steps name their sheet, so new and moved tabs keep the history;
+    // deleting a sheet (whose #REF! rewrite cannot be undone) forgets it.
+    void addedAndMovedTabsKeepTheUndoHistory() {
+        window->editor().setCellValue({0, 0}, "typed");
+        window->documentChanged();
+        QAction* undo = window->action(QStringLiteral("undo"));
+        tabs()->addSheet();
+        tabs()->moveSheet(1, 0); // Sheet 2, Sheet 1
+        QVERIFY(undo->isEnabled());
+        QCOMPARE(undo->text(), QStringLiteral("Undo Typing"));
+        undo->trigger();
+        QVERIFY(doc().sheets[1].cell(0, 0).value().empty());
+        QCOMPARE(doc().sheets[1].name, std::string("Sheet 1"));
+
+        window->editor().setCellValue({1, 1}, "again");
+        window->documentChanged();
+        QVERIFY(tabs()->deleteSheet(1));
+        QVERIFY(!undo->isEnabled());
+    }
+
     void hiddenSheetsLeaveTheTabsAndComeBack() {
         tabs()->addSheet();
         QVERIFY(tabs()->setSheetHidden(1, true));
