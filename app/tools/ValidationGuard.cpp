@@ -87,7 +87,8 @@ bool ValidationGuard::ask(const ValidationVerdict& verdict) const {
 bool ValidationGuard::approve(int64_t col, int64_t row, const QString& text) {
     SumoraEditorView& editor = context_.editor();
     const Sheet* sheet = editor.activeSheet();
-    if (!sheet) return true;
+    // Most cells have no rule: spare them the entry's locale reading.
+    if (!sheet || !validationRuleAt(*sheet, col, row)) return true;
     // A locked cell of a protected sheet refuses the entry by itself.
     if (sheet->isProtected && row < sheet->rowCount() && col < sheet->columnCount() &&
         sheet->cell(row, col).isLocked())
