@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "engine/FunctionDeclaration.h"
 #include "engine/WorkbookResolver.h"
 
 namespace sumora {
@@ -16,7 +17,9 @@ void DependencyGraph::collectRefs(const FormulaTree& tree, const std::vector<Nam
     std::vector<std::string_view> letNames;
     std::vector<uint32_t> args;
     for (const FormulaNode& n : tree.nodes) {
-        if (n.kind != NodeKind::functionCall || tree.functionName(n) != "LET") continue;
+        if (n.kind != NodeKind::functionCall || !n.call.function ||
+            !n.call.function->is(FunctionFlags::bindsNames))
+            continue;
         args.clear();
         tree.arguments(n, args);
         for (size_t k = 0; k + 1 < args.size(); k += 2)

@@ -7,6 +7,21 @@
 
 namespace sumora {
 
+namespace {
+// "#VALUE!", or for functions that report it "#VALUE! (NAME expects 3-6 args, got 2)".
+FormulaValue wrongArgumentCount(const FunctionDeclaration& function, uint32_t got) {
+    if (!function.is(FunctionFlags::countReported)) return FormulaValue::error(ErrorKind::invalidValue);
+    const ArgCount count = function.count;
+    std::string expected = std::to_string(count.min);
+    if (count.max == ArgCount::kUnbounded)
+        expected += "+";
+    else if (count.max != count.min)
+        expected += "-" + std::to_string(count.max);
+    return FormulaValue::error(FormulaError::wrongArgumentCount(
+        std::string(function.name), std::move(expected), static_cast<int64_t>(got)));
+}
+} // namespace
+
 const FormulaValue* FormulaEvaluator::variable(std::string_view upperName) const {
     for (auto it = variables_.rbegin(); it != variables_.rend(); ++it)
         if (it->first == upperName) return &it->second;
@@ -80,9 +95,12 @@ FormulaValue FormulaEvaluator::evaluate(const FormulaTree& tree, uint32_t index,
 
 FormulaValue FormulaEvaluator::evaluateFunction(const FormulaTree& tree, uint32_t callNode, int depth) {
     const FormulaNode& n = tree.node(callNode);
-    if (!n.call.function) return FormulaValue::error(FormulaError::unknownFunction(std::string(tree.functionName(n))));
+    const FunctionDeclaration* function = n.call.function;
+    if (!function)
+        return FormulaValue::error(FormulaError::unknownFunction(std::string(tree.functionName(n))));
+    if (!function->count.accepts(n.call.argCount)) return wrongArgumentCount(*function, n.call.argCount);
     FunctionContext context(*this, tree, callNode, depth);
-    return n.call.function->impl(context);
+    return function->impl(context);
 }
 
 FormulaValue FormulaEvaluator::evaluateBinaryOp(const FormulaTree& tree, const FormulaNode& n, int depth) {

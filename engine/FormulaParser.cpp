@@ -128,7 +128,7 @@ uint32_t FormulaParser::parseCall(std::string name) {
     call.kind = NodeKind::functionCall;
     call.call.function = registry_->find(name);
     call.call.argCount = 0;
-    const bool isLet = name == "LET";
+    const bool isLet = call.call.function && call.call.function->is(FunctionFlags::bindsNames);
     call.call.nameIndex = addString(std::move(name));
     size_t scopeMark = letScope_.size();
     const Token* t = peek();

@@ -10,7 +10,7 @@
 
 namespace sumora {
 
-struct FunctionEntry;
+struct FunctionDeclaration;
 
 enum class NodeKind : uint8_t { literal, cellRef, range, unaryOp, binaryOp, functionCall, percent, name };
 enum class LiteralKind : uint8_t { number, text, boolean };
@@ -35,7 +35,7 @@ struct FormulaNode {
             int32_t col, row, col2, row2;
         } ref;
         struct {
-            const FunctionEntry* function; // resolved once at parse time; nullptr if unknown
+            const FunctionDeclaration* function; // resolved once at parse time; nullptr if unknown
             uint32_t argCount;
             uint32_t nameIndex;
         } call;

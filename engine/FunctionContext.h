@@ -12,6 +12,7 @@
 #include "engine/FormulaEvaluator.h"
 #include "engine/FormulaTree.h"
 #include "engine/FormulaValue.h"
+#include "engine/FunctionDeclaration.h"
 
 namespace sumora {
 
@@ -22,6 +23,8 @@ public:
     size_t argCount() const { return args_.size(); }
     bool hasArg(size_t i) const { return i < args_.size(); }
     std::string_view name() const { return tree_.functionName(tree_.node(callNode_)); }
+    // The called function's declaration (null only for unknown names).
+    const FunctionDeclaration* declaration() const { return tree_.node(callNode_).call.function; }
     int depth() const { return depth_; }
     const FormulaTree& tree() const { return tree_; }
     uint32_t argIndex(size_t i) const { return args_[i]; }

@@ -1,35 +1,44 @@
 #pragma once
-// The name → implementation table of built-in functions. Built once; the
-// parser resolves each call's entry when it parses, so evaluation never looks
-// a name up. Each family registers its entries from its own source file.
+// The name → declaration table of built-in functions. Built once; the parser
+// resolves each call's declaration when it parses, so evaluation never looks a
+// name up. Each family registers its table from its own source file.
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
-#include "engine/FormulaValue.h"
+#include "engine/FunctionDeclaration.h"
 
 namespace sumora {
 
-class FunctionContext;
-using FunctionImpl = FormulaValue (*)(FunctionContext&);
-
-struct FunctionEntry {
-    std::string name;
-    FunctionImpl impl;
-};
-
 class FunctionRegistry {
-public:
-    // Registers (or replaces) a function under its upper-case name.
+  public:
+    FunctionRegistry() = default;
+    // Moving keeps the declarations in place; a copy would leave `order_`
+    // pointing into the original.
+    FunctionRegistry(FunctionRegistry&&) = default;
+    FunctionRegistry(const FunctionRegistry&) = delete;
+    FunctionRegistry& operator=(const FunctionRegistry&) = delete;
+
+    // Registers a family's table; a name registered twice is a programming
+    // error, logged, and the later row wins.
+    void add(FunctionFamily family, std::span<const FunctionDeclaration> table);
+    // Registers one function with no count limits or flags (tests, tools).
     void add(std::string_view name, FunctionImpl impl);
-    const FunctionEntry* find(std::string_view upperName) const;
+    const FunctionDeclaration* find(std::string_view upperName) const;
     size_t size() const { return entries_.size(); }
+    // Every declaration in registration order.
+    const std::vector<const FunctionDeclaration*>& declarations() const { return order_; }
 
     // The table of every built-in family, built on first use.
     static const FunctionRegistry& builtin();
 
-private:
-    std::unordered_map<std::string, FunctionEntry> entries_;
+  private:
+    void insert(FunctionDeclaration declaration);
+
+    std::unordered_map<std::string, FunctionDeclaration> entries_;
+    std::vector<const FunctionDeclaration*> order_;
 };
 
 // Family registration functions, one per source file in functions/.

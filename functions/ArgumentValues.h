@@ -1,8 +1,12 @@
 #pragma once
-// Argument readers for functions that pass an error argument through as their
-// result: `auto text = textArg(c, 0); if (!text) return text.failure;`.
+// Argument readers for function bodies:
+// `auto x = declaredNumber(c, 0); if (!x) return x.failure;`.
 // FunctionContext's evalStr/evalNum turn errors into texts or into "no
-// number"; these keep the error, so IFERROR sees what went wrong.
+// number"; these keep the error, so IFERROR sees what went wrong, except
+// where the function declares the `evalNum` rule. For many arguments use
+// `c.resolveNumbers()` (numbers of cells, ranges and arrays; text and booleans
+// inside ranges are skipped) or `c.resolveValues(i)`; ArrayFunctions.h reads
+// and builds arrays (`rowsArg`, `FormulaValue::array`).
 #include <cmath>
 #include <optional>
 #include <string>
@@ -49,6 +53,24 @@ inline ArgValue<double> numberArg(FunctionContext& c, size_t i) {
 inline ArgValue<double> numberArgOr(FunctionContext& c, size_t i, double fallback) {
     if (!c.hasArg(i)) return {fallback, {}};
     return numberArg(c, i);
+}
+
+// Argument i as a number by the rule the function declares: under `evalNum`
+// an error is "#VALUE!" like any non-number; otherwise (`numberArg`) it is
+// passed through. Missing is "#VALUE!" under both.
+inline ArgValue<double> declaredNumber(FunctionContext& c, size_t i) {
+    const FunctionDeclaration* declaration = c.declaration();
+    if (declaration && declaration->rule == ArgumentRule::evalNum) {
+        if (auto x = c.evalNum(i)) return {*x, {}};
+        return {std::nullopt, err(ErrorKind::invalidValue)};
+    }
+    return numberArg(c, i);
+}
+
+// As declaredNumber, with `fallback` when the argument is missing.
+inline ArgValue<double> declaredNumberOr(FunctionContext& c, size_t i, double fallback) {
+    if (!c.hasArg(i)) return {fallback, {}};
+    return declaredNumber(c, i);
 }
 
 // Argument i as a truth value, `fallback` when missing; an empty cell is

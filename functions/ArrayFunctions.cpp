@@ -145,7 +145,6 @@ FormulaValue evaluateUnique(FunctionContext& c) {
 
 // SEQUENCE(rows, columns, start, step) — numbers counting along each row
 FormulaValue evaluateSequence(FunctionContext& c) {
-    if (c.argCount() < 1) return err(ErrorKind::invalidValue);
     auto rows = wholeNumberArg(c, 0);
     if (!rows) return rows.failure;
     auto cols = wholeNumberArgOr(c, 1, 1);
@@ -176,7 +175,6 @@ FormulaValue evaluateTranspose(FunctionContext& c) {
 // MAKEARRAY(rows, cols, value) — a rows × cols array of one value. Formulas
 // cannot define a LAMBDA here, so a LAMBDA argument is "#VALUE!".
 FormulaValue evaluateMakeArray(FunctionContext& c) {
-    if (c.argCount() < 3) return err(ErrorKind::invalidValue);
     auto rows = c.evalNum(0), cols = c.evalNum(1);
     if (!rows || !cols) return err(ErrorKind::invalidValue);
     double r = std::trunc(*rows), k = std::trunc(*cols);

@@ -63,7 +63,6 @@ FormulaValue flatten(FunctionContext& c, bool asColumn) {
 
 // HSTACK and VSTACK: every argument side by side (one under the other).
 FormulaValue stack(FunctionContext& c, bool horizontally) {
-    if (c.argCount() < 1) return err(ErrorKind::invalidValue);
     std::vector<ValueRows> parts;
     size_t across = 0, along = 0; // shared extent, summed extent
     for (size_t i = 0; i < c.argCount(); ++i) {
@@ -129,7 +128,6 @@ FormulaValue cut(FunctionContext& c, bool take) {
 // CHOOSECOLS and CHOOSEROWS: the listed lines in the listed order; negative
 // numbers count from the end.
 FormulaValue choose(FunctionContext& c, bool columns) {
-    if (c.argCount() < 2) return err(ErrorKind::invalidValue);
     auto data = rowsArg(c, 0);
     if (!data) return data.failure;
     const ValueRows& rows = columns ? transposeRows(*data) : *data;

@@ -113,7 +113,6 @@ FormulaValue baseFunction(FunctionContext& c) {
 }
 
 FormulaValue decimalFunction(FunctionContext& c) {
-    if (c.argCount() < 2) return err(ErrorKind::invalidValue);
     FormulaValue digits = digitsArgument(c, 0);
     if (digits.isError()) return digits;
     auto radix = c.evalNum(1);
@@ -125,7 +124,6 @@ FormulaValue decimalFunction(FunctionContext& c) {
 }
 
 FormulaValue convertRadix(FunctionContext& c, int from, int to) {
-    if (c.argCount() == 0) return err(ErrorKind::invalidValue);
     int64_t value = 0;
     if (from == 10) {
         auto x = c.evalNum(0);

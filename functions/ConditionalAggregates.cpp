@@ -78,7 +78,6 @@ template <class F> void forEachMatch(const std::vector<CriteriaPair>& pairs, F&&
 
 // SUMIF and AVERAGEIF: (range, criteria[, value_range]).
 FormulaValue singleCriterion(FunctionContext& c, Aggregate kind) {
-    if (c.argCount() < 2) return err(ErrorKind::invalidValue);
     std::vector<FormulaValue> values = c.resolveValues(0);
     CompiledCriterion criterion(c.evalStr(1));
     std::vector<FormulaValue> separate;
@@ -133,7 +132,6 @@ FormulaValue minIfs(FunctionContext& c) {
 
 // COUNTIF(range, criteria) — number of matching values
 FormulaValue countIf(FunctionContext& c) {
-    if (c.argCount() < 2) return err(ErrorKind::invalidValue);
     std::vector<FormulaValue> values = c.resolveValues(0);
     CompiledCriterion criterion(c.evalStr(1));
     return num(static_cast<double>(std::count_if(

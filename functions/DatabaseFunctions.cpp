@@ -66,7 +66,6 @@ enum class Aggregate { sum, count, average, max, min };
 
 // Aggregates the numbers of the chosen field over the matching records.
 FormulaValue databaseAggregate(FunctionContext& c, Aggregate kind) {
-    if (c.argCount() < 3) return err(ErrorKind::invalidValue);
     ValueRows database = c.resolve2DValues(0);
     if (database.empty()) return err(ErrorKind::invalidValue);
     const ValueRow& fields = database.front();
@@ -138,14 +137,22 @@ FormulaValue dMin(FunctionContext& c) {
     return databaseAggregate(c, Aggregate::min);
 }
 
+using namespace declare;
+
+// clang-format off
+constexpr FunctionDeclaration kDatabaseFunctions[] = {
+    {"DSUM", dSum, atLeast(3), valuesRule, listed, "DSUM(database, field, criteria)", "Sums values in a field matching criteria."},
+    {"DCOUNT", dCount, atLeast(3), valuesRule, listed, "DCOUNT(database, field, criteria)", "Counts numeric values matching criteria."},
+    {"DAVERAGE", dAverage, atLeast(3), valuesRule, listed, "DAVERAGE(database, field, criteria)", "Averages values in a field matching criteria."},
+    {"DMAX", dMax, atLeast(3), valuesRule, listed, "DMAX(database, field, criteria)", "Returns the max value matching criteria."},
+    {"DMIN", dMin, atLeast(3), valuesRule, listed, "DMIN(database, field, criteria)", "Returns the min value matching criteria."},
+};
+// clang-format on
+
 } // namespace
 
 void registerDatabaseFunctions(FunctionRegistry& r) {
-    r.add("DSUM", dSum);
-    r.add("DCOUNT", dCount);
-    r.add("DAVERAGE", dAverage);
-    r.add("DMAX", dMax);
-    r.add("DMIN", dMin);
+    r.add(FunctionFamily::database, kDatabaseFunctions);
 }
 
 } // namespace sumora

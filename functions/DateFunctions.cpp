@@ -382,34 +382,42 @@ FormulaValue timeValue(FunctionContext& c) {
     return num(*fraction);
 }
 
+using namespace declare;
+
+// clang-format off
+constexpr FunctionDeclaration kDateFunctions[] = {
+    {"TODAY", today, anyCount, numberArgRule, listed | volatileResult, "TODAY()", "Returns the current date."},
+    {"NOW", now, anyCount, numberArgRule, listed | volatileResult, "NOW()", "Returns the current date and time."},
+    {"DATE", date, anyCount, numberArgRule, listed, "DATE(year, month, day)", "Creates a date from year, month, and day."},
+    {"TIME", timeOfParts, anyCount, numberArgRule, listed, "TIME(hour, minute, second)", "Creates a time from hours, minutes, and seconds."},
+    {"YEAR", year, anyCount, numberArgRule, listed, "YEAR(serial_number)", "Returns the year from a date."},
+    {"MONTH", month, anyCount, numberArgRule, listed, "MONTH(serial_number)", "Returns the month from a date (1-12)."},
+    {"DAY", day, anyCount, numberArgRule, listed, "DAY(serial_number)", "Returns the day of the month from a date."},
+    {"HOUR", hour, anyCount, numberArgRule, listed, "HOUR(serial_number)", "Returns the hour from a time value."},
+    {"MINUTE", minute, anyCount, numberArgRule, listed, "MINUTE(serial_number)", "Returns the minute from a time value."},
+    {"SECOND", second, anyCount, numberArgRule, listed, "SECOND(serial_number)", "Returns the second from a time value."},
+    {"WEEKDAY", weekday, anyCount, numberArgRule, listed, "WEEKDAY(serial_number, type)", "Returns the day of the week (1-7)."},
+    {"DATEDIF", dateDif, anyCount, numberArgRule, listed, "DATEDIF(start, end, unit)", "Returns the difference between two dates."},
+    {"EOMONTH", eomonth, anyCount, numberArgRule, listed, "EOMONTH(start_date, months)", "Returns the last day of a month offset."},
+    {"EDATE", edate, anyCount, numberArgRule, listed, "EDATE(start_date, months)", "Returns a date offset by a number of months."},
+    {"NETWORKDAYS", networkDays, anyCount, numberArgRule, listed, "NETWORKDAYS(start, end, holidays)", "Returns the number of working days between dates."},
+    {"WORKDAY", workday, anyCount, numberArgRule, listed, "WORKDAY(start, days, holidays)", "Returns a date offset by working days."},
+    {"DATEVALUE", dateValue, anyCount, numberArgRule, listed, "DATEVALUE(date_text)", "Converts a date string to a serial number."},
+    {"TIMEVALUE", timeValue, anyCount, numberArgRule, listed, "TIMEVALUE(time_text)", "Converts a time string to a serial number."},
+    {"DAYS", days, anyCount, numberArgRule, none},
+    {"DAYS360", days360Function, anyCount, numberArgRule, none},
+    {"YEARFRAC", yearFrac, anyCount, numberArgRule, none},
+    {"WEEKNUM", weekNum, anyCount, numberArgRule, none},
+    {"ISOWEEKNUM", isoWeekNum, anyCount, numberArgRule, none},
+    {"NETWORKDAYS.INTL", networkDaysIntl, anyCount, numberArgRule, none},
+    {"WORKDAY.INTL", workdayIntl, anyCount, numberArgRule, none},
+};
+// clang-format on
+
 } // namespace
 
 void registerDateFunctions(FunctionRegistry& r) {
-    r.add("TODAY", today);
-    r.add("NOW", now);
-    r.add("DATE", date);
-    r.add("TIME", timeOfParts);
-    r.add("YEAR", year);
-    r.add("MONTH", month);
-    r.add("DAY", day);
-    r.add("HOUR", hour);
-    r.add("MINUTE", minute);
-    r.add("SECOND", second);
-    r.add("WEEKDAY", weekday);
-    r.add("DATEDIF", dateDif);
-    r.add("EOMONTH", eomonth);
-    r.add("EDATE", edate);
-    r.add("DAYS", days);
-    r.add("DAYS360", days360Function);
-    r.add("YEARFRAC", yearFrac);
-    r.add("WEEKNUM", weekNum);
-    r.add("ISOWEEKNUM", isoWeekNum);
-    r.add("NETWORKDAYS", networkDays);
-    r.add("NETWORKDAYS.INTL", networkDaysIntl);
-    r.add("WORKDAY", workday);
-    r.add("WORKDAY.INTL", workdayIntl);
-    r.add("DATEVALUE", dateValue);
-    r.add("TIMEVALUE", timeValue);
+    r.add(FunctionFamily::date, kDateFunctions);
 }
 
 } // namespace sumora

@@ -144,7 +144,6 @@ bool hasBothSigns(const std::vector<double>& flows) {
 
 // IRR(values, guess) — rate at which the periodic cash flows have NPV 0
 FormulaValue irr(FunctionContext& c) {
-    if (c.argCount() < 1) return err(ErrorKind::invalidValue);
     std::vector<double> flows;
     c.appendNumbers(0, flows);
     auto guess = optionalNumberArg(c, 1, 0.1);
@@ -302,26 +301,34 @@ FormulaValue nominal(FunctionContext& c) {
     return money(periods * (std::pow(1 + effective, 1 / periods) - 1));
 }
 
+using namespace declare;
+
+// clang-format off
+constexpr FunctionDeclaration kFinancialFunctions[] = {
+    {"PV", pv, anyCount, numberArgRule, listed, "PV(rate, nper, pmt, fv, type)", "Returns the present value of an investment."},
+    {"FV", fv, anyCount, numberArgRule, listed, "FV(rate, nper, pmt, pv, type)", "Returns the future value of an investment."},
+    {"PMT", pmt, anyCount, numberArgRule, listed, "PMT(rate, nper, pv, fv, type)", "Returns the periodic payment for a loan."},
+    {"RATE", rate, anyCount, numberArgRule, listed, "RATE(nper, pmt, pv, fv, type, guess)", "Returns the interest rate per period."},
+    {"NPER", nper, anyCount, numberArgRule, listed, "NPER(rate, pmt, pv, fv, type)", "Returns the number of periods for an investment."},
+    {"NPV", npv, anyCount, numberArgRule, listed, "NPV(rate, value1, value2, ...)", "Returns the net present value of cash flows."},
+    {"IRR", irr, atLeast(1), numberArgRule, listed, "IRR(values, guess)", "Returns the internal rate of return."},
+    {"XNPV", xnpv, anyCount, numberArgRule, listed, "XNPV(rate, values, dates)", "Returns the NPV for irregular cash flows."},
+    {"XIRR", xirr, anyCount, numberArgRule, listed, "XIRR(values, dates, guess)", "Returns the IRR for irregular cash flows."},
+    {"IPMT", ipmt, anyCount, numberArgRule, none},
+    {"PPMT", ppmt, anyCount, numberArgRule, none},
+    {"SLN", sln, anyCount, numberArgRule, none},
+    {"SYD", syd, anyCount, numberArgRule, none},
+    {"DB", db, anyCount, numberArgRule, none},
+    {"DDB", ddb, anyCount, numberArgRule, none},
+    {"EFFECT", effect, anyCount, numberArgRule, none},
+    {"NOMINAL", nominal, anyCount, numberArgRule, none},
+};
+// clang-format on
+
 } // namespace
 
 void registerFinancialFunctions(FunctionRegistry& r) {
-    r.add("PV", pv);
-    r.add("FV", fv);
-    r.add("PMT", pmt);
-    r.add("IPMT", ipmt);
-    r.add("PPMT", ppmt);
-    r.add("NPER", nper);
-    r.add("RATE", rate);
-    r.add("NPV", npv);
-    r.add("IRR", irr);
-    r.add("XNPV", xnpv);
-    r.add("XIRR", xirr);
-    r.add("SLN", sln);
-    r.add("SYD", syd);
-    r.add("DB", db);
-    r.add("DDB", ddb);
-    r.add("EFFECT", effect);
-    r.add("NOMINAL", nominal);
+    r.add(FunctionFamily::financial, kFinancialFunctions);
 }
 
 } // namespace sumora

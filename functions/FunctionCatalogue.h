@@ -32,7 +32,7 @@ struct FunctionDef {
 };
 
 // The 161 catalogued functions in display order, built once on first use
-// (thread-safe) and never changed afterwards.
+// (thread-safe) from the declarations flagged `listed`, never changed afterwards.
 const std::vector<FunctionDef>& sumoraFunctionLibrary();
 
 // The Insert Function panel's list: entries of `category` (every entry for

@@ -10,15 +10,12 @@ namespace sumora {
 
 namespace {
 
-// The argument's value; a missing argument is "#VALUE!" so that every IS
-// function checks its count in one place.
+// The first argument's value (its declared count makes it present).
 FormulaValue subject(FunctionContext& c) {
-    if (c.argCount() < 1) return err(ErrorKind::invalidValue);
     return scalarOf(c.evaluate(0));
 }
 
 FormulaValue isKind(FunctionContext& c, bool (*test)(const FormulaValue&)) {
-    if (c.argCount() < 1) return err(ErrorKind::invalidValue);
     return boolean(test(subject(c)));
 }
 
@@ -89,7 +86,6 @@ FormulaValue isOdd(FunctionContext& c) {
 
 // ISFORMULA(reference) — whether the referenced cell holds a formula
 FormulaValue isFormula(FunctionContext& c) {
-    if (c.argCount() < 1) return err(ErrorKind::invalidValue);
     auto ref = c.reference(0);
     if (!ref) {
         FormulaValue v = c.evaluate(0);
@@ -101,7 +97,6 @@ FormulaValue isFormula(FunctionContext& c) {
 
 // ISREF(value) — whether the argument names cells (of a sheet that exists)
 FormulaValue isRef(FunctionContext& c) {
-    if (c.argCount() < 1) return err(ErrorKind::invalidValue);
     auto ref = c.reference(0);
     return boolean(ref && c.resolver().gridSize(ref->sheet).has_value());
 }
@@ -143,7 +138,6 @@ double errorTypeCode(ErrorKind kind) {
 // 6 #NUM!, 7 #N/A; a value that is not an error is #N/A
 FormulaValue errorType(FunctionContext& c) {
     FormulaValue v = subject(c);
-    if (c.argCount() < 1) return v;
     if (!v.isError()) return err(ErrorKind::notAvailable);
     return num(errorTypeCode(v.errorValue().kind()));
 }
@@ -151,7 +145,6 @@ FormulaValue errorType(FunctionContext& c) {
 // TYPE(value) — 1 number (an empty cell too), 2 text, 4 logical, 16 error,
 // 64 array (a range of more than one cell included)
 FormulaValue type(FunctionContext& c) {
-    if (c.argCount() < 1) return err(ErrorKind::invalidValue);
     const FormulaNode& n = c.argNode(0);
     if (n.kind == NodeKind::range || n.kind == NodeKind::name)
         if (auto ref = c.reference(0); ref && ref->rows() * ref->cols() > 1) return num(64);
@@ -185,25 +178,33 @@ FormulaValue na(FunctionContext&) {
     return err(ErrorKind::notAvailable);
 }
 
+using namespace declare;
+
+// clang-format off
+constexpr FunctionDeclaration kInfoFunctions[] = {
+    {"ISNUMBER", isNumber, atLeast(1), valuesRule, listed, "ISNUMBER(value)", "Returns TRUE if value is a number."},
+    {"ISTEXT", isText, atLeast(1), valuesRule, listed, "ISTEXT(value)", "Returns TRUE if value is text."},
+    {"ISBLANK", isBlank, atLeast(1), valuesRule, listed, "ISBLANK(value)", "Returns TRUE if the cell is empty."},
+    {"ISERROR", isError, atLeast(1), valuesRule, listed, "ISERROR(value)", "Returns TRUE if value is any error."},
+    {"ISNA", isNa, atLeast(1), valuesRule, listed, "ISNA(value)", "Returns TRUE if value is #N/A."},
+    {"ISEVEN", isEven, atLeast(1), valuesRule, listed, "ISEVEN(number)", "Returns TRUE if value is even."},
+    {"ISODD", isOdd, atLeast(1), valuesRule, listed, "ISODD(number)", "Returns TRUE if value is odd."},
+    {"ISLOGICAL", isLogical, atLeast(1), valuesRule, listed, "ISLOGICAL(value)", "Returns TRUE if value is a logical value."},
+    {"TYPE", type, atLeast(1), valuesRule, listed, "TYPE(value)", "Returns a number indicating the data type."},
+    {"N", nFunction, atLeast(1), valuesRule, listed, "N(value)", "Converts a value to a number."},
+    {"NA", na, anyCount, valuesRule, listed, "NA()", "Returns the error value #N/A."},
+    {"ISNONTEXT", isNonText, atLeast(1), valuesRule, none},
+    {"ISERR", isErr, atLeast(1), valuesRule, none},
+    {"ISFORMULA", isFormula, atLeast(1), valuesRule, none},
+    {"ISREF", isRef, atLeast(1), valuesRule, none},
+    {"ERROR.TYPE", errorType, atLeast(1), valuesRule, none},
+};
+// clang-format on
+
 } // namespace
 
 void registerInfoFunctions(FunctionRegistry& r) {
-    r.add("ISNUMBER", isNumber);
-    r.add("ISTEXT", isText);
-    r.add("ISNONTEXT", isNonText);
-    r.add("ISBLANK", isBlank);
-    r.add("ISLOGICAL", isLogical);
-    r.add("ISERROR", isError);
-    r.add("ISERR", isErr);
-    r.add("ISNA", isNa);
-    r.add("ISEVEN", isEven);
-    r.add("ISODD", isOdd);
-    r.add("ISFORMULA", isFormula);
-    r.add("ISREF", isRef);
-    r.add("ERROR.TYPE", errorType);
-    r.add("TYPE", type);
-    r.add("N", nFunction);
-    r.add("NA", na);
+    r.add(FunctionFamily::info, kInfoFunctions);
 }
 
 } // namespace sumora

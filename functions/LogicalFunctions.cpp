@@ -17,7 +17,6 @@ bool isReferenceNode(const FormulaNode& n) {
 
 // IF(test, then, else) — only the taken branch is evaluated; no else is FALSE
 FormulaValue ifFunction(FunctionContext& c) {
-    if (c.argCount() < 2) return err(ErrorKind::invalidValue);
     auto test = boolArgOr(c, 0, false);
     if (!test) return test.failure;
     if (*test) return c.evaluate(1);
@@ -83,7 +82,6 @@ TruthTally tallyArguments(FunctionContext& c) {
 }
 
 FormulaValue combineTruth(FunctionContext& c, bool (*rule)(size_t trueCount, size_t seen)) {
-    if (c.argCount() < 1) return err(ErrorKind::invalidValue);
     TruthTally t = tallyArguments(c);
     if (t.error) return *t.error;
     if (t.seen == 0) return err(ErrorKind::invalidValue);
@@ -107,7 +105,6 @@ FormulaValue xorFunction(FunctionContext& c) {
 
 // NOT(logical)
 FormulaValue notFunction(FunctionContext& c) {
-    if (c.argCount() < 1) return err(ErrorKind::invalidValue);
     auto b = boolArgOr(c, 0, false);
     if (!b) return b.failure;
     return boolean(!*b);
@@ -115,14 +112,12 @@ FormulaValue notFunction(FunctionContext& c) {
 
 // IFERROR(value, fallback) — the fallback is evaluated only for an error
 FormulaValue ifError(FunctionContext& c) {
-    if (c.argCount() < 2) return err(ErrorKind::invalidValue);
     FormulaValue v = c.evaluate(0);
     return v.isError() ? c.evaluate(1) : v;
 }
 
 // IFNA(value, fallback) — as IFERROR, for #N/A only
 FormulaValue ifNa(FunctionContext& c) {
-    if (c.argCount() < 2) return err(ErrorKind::invalidValue);
     FormulaValue v = c.evaluate(0);
     return v.isError() && v.errorValue().kind() == ErrorKind::notAvailable ? c.evaluate(1) : v;
 }
@@ -144,7 +139,6 @@ bool switchMatches(const FormulaValue& a, const FormulaValue& b) {
 
 // SWITCH(expr, val1, result1, ..., default) — no match and no default is #N/A
 FormulaValue switchFunction(FunctionContext& c) {
-    if (c.argCount() < 3) return err(ErrorKind::invalidValue);
     FormulaValue subject = scalarOf(c.evaluate(0));
     if (subject.isError()) return subject;
     // An even count leaves the last argument unpaired: the default.
@@ -196,21 +190,29 @@ FormulaValue let(FunctionContext& c) {
     return result;
 }
 
+using namespace declare;
+
+// clang-format off
+constexpr FunctionDeclaration kLogicalFunctions[] = {
+    {"IF", ifFunction, atLeast(2), valuesRule, listed, "IF(test, then, else)", "Returns one value if true, another if false."},
+    {"IFS", ifs, anyCount, valuesRule, listed, "IFS(test1, value1, test2, value2, ...)", "Checks multiple conditions and returns the first true result."},
+    {"AND", andFunction, atLeast(1), valuesRule, listed, "AND(cond1, cond2, ...)", "Returns TRUE if all conditions are true."},
+    {"OR", orFunction, atLeast(1), valuesRule, listed, "OR(cond1, cond2, ...)", "Returns TRUE if any condition is true."},
+    {"NOT", notFunction, atLeast(1), valuesRule, listed, "NOT(logical)", "Reverses the logic of its argument."},
+    {"XOR", xorFunction, atLeast(1), valuesRule, listed, "XOR(cond1, cond2, ...)", "Returns TRUE if an odd number of conditions are true."},
+    {"IFERROR", ifError, atLeast(2), valuesRule, listed, "IFERROR(value, fallback)", "Returns fallback if value is an error."},
+    {"IFNA", ifNa, atLeast(2), valuesRule, listed, "IFNA(value, fallback)", "Returns fallback if value is #N/A."},
+    {"SWITCH", switchFunction, atLeast(3), valuesRule, listed, "SWITCH(expr, val1, result1, ...)", "Evaluates an expression against a list of values."},
+    {"TRUE", trueFunction, anyCount, valuesRule, listed, "TRUE()", "Returns the logical value TRUE."},
+    {"FALSE", falseFunction, anyCount, valuesRule, listed, "FALSE()", "Returns the logical value FALSE."},
+    {"LET", let, anyCount, valuesRule, bindsNames},
+};
+// clang-format on
+
 } // namespace
 
 void registerLogicalFunctions(FunctionRegistry& r) {
-    r.add("IF", ifFunction);
-    r.add("IFS", ifs);
-    r.add("AND", andFunction);
-    r.add("OR", orFunction);
-    r.add("XOR", xorFunction);
-    r.add("NOT", notFunction);
-    r.add("IFERROR", ifError);
-    r.add("IFNA", ifNa);
-    r.add("SWITCH", switchFunction);
-    r.add("TRUE", trueFunction);
-    r.add("FALSE", falseFunction);
-    r.add("LET", let);
+    r.add(FunctionFamily::logical, kLogicalFunctions);
 }
 
 } // namespace sumora

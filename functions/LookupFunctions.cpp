@@ -20,7 +20,6 @@ namespace {
 // VLOOKUP and HLOOKUP: search the first column (row) of the table, answer
 // from the index-th column (row) of the matching row (column).
 FormulaValue tableLookup(FunctionContext& c, bool vertical) {
-    if (c.argCount() < 3) return err(ErrorKind::invalidValue);
     FormulaValue value = scalarOf(c.evaluate(0));
     if (value.isError()) return value;
     Table table = Table::fromArg(c, 1);
@@ -96,7 +95,6 @@ FormulaValue hlookup(FunctionContext& c) {
 // (default): largest value not above the key in ascending data, 0: exact,
 // −1: smallest value not below the key in descending data
 FormulaValue match(FunctionContext& c) {
-    if (c.argCount() < 2) return err(ErrorKind::invalidValue);
     FormulaValue value = scalarOf(c.evaluate(0));
     if (value.isError()) return value;
     Table table = Table::fromArg(c, 1);
@@ -114,7 +112,6 @@ FormulaValue match(FunctionContext& c) {
 // LOOKUP(value, lookup_range, result_range) — approximate match in sorted
 // data; without result_range, the last row or column of a wide or tall table
 FormulaValue lookup(FunctionContext& c) {
-    if (c.argCount() < 2) return err(ErrorKind::invalidValue);
     FormulaValue value = scalarOf(c.evaluate(0));
     if (value.isError()) return value;
     Table look = Table::fromArg(c, 1);
@@ -166,7 +163,6 @@ FormulaValue xlookup(FunctionContext& c) {
 // XMATCH(value, lookup_array, match_mode, search_mode) — 1-based position
 // with XLOOKUP's modes
 FormulaValue xmatch(FunctionContext& c) {
-    if (c.argCount() < 2) return err(ErrorKind::invalidValue);
     FormulaValue value = scalarOf(c.evaluate(0));
     if (value.isError()) return value;
     Table look = Table::fromArg(c, 1);
@@ -179,44 +175,49 @@ FormulaValue xmatch(FunctionContext& c) {
     return num(static_cast<double>(*found + 1));
 }
 
+using namespace declare;
+
+// clang-format off
+constexpr FunctionDeclaration kLookupFunctions[] = {
+    {"VLOOKUP", vlookup, atLeast(3), valuesRule, listed, "VLOOKUP(value, table, col_index, approx)", "Looks up a value in the first column of a table."},
+    {"HLOOKUP", hlookup, atLeast(3), valuesRule, listed, "HLOOKUP(value, table, row_index, approx)", "Looks up a value in the first row of a table."},
+    {"INDEX", evaluateIndex, atLeast(2), valuesRule, listed, "INDEX(array, row_num, col_num)", "Returns a value at a given position in a range.", indexReference},
+    {"MATCH", match, atLeast(2), valuesRule, listed, "MATCH(value, lookup_array, match_type)", "Returns the position of a value in a range."},
+    {"CHOOSE", evaluateChoose, atLeast(2), valuesRule, listed, "CHOOSE(index, value1, value2, ...)", "Returns a value from a list based on position.", chooseReference},
+    {"LOOKUP", lookup, atLeast(2), valuesRule, listed, "LOOKUP(value, lookup_range, result_range)", "Looks up a value in a one-row or one-column range."},
+    {"INDIRECT", evaluateIndirect, atLeast(1), valuesRule, listed | volatileResult, "INDIRECT(ref_text)", "Returns the reference specified by a text string.", indirectReference},
+    {"OFFSET", evaluateOffset, atLeast(3), valuesRule, listed | volatileResult, "OFFSET(ref, rows, cols, height, width)", "Returns a reference offset from a given reference.", offsetReference},
+    {"ROW", evaluateRow, anyCount, valuesRule, listed, "ROW(reference)", "Returns the row number of a reference."},
+    {"COLUMN", evaluateColumn, anyCount, valuesRule, listed, "COLUMN(reference)", "Returns the column number of a reference."},
+    {"ROWS", evaluateRows, atLeast(1), valuesRule, listed, "ROWS(array)", "Returns the number of rows in a reference."},
+    {"COLUMNS", evaluateColumns, atLeast(1), valuesRule, listed, "COLUMNS(array)", "Returns the number of columns in a reference."},
+    {"FILTER", evaluateFilter, anyCount, valuesRule, listed | producesArray, "FILTER(array, include, if_empty)", "Filters an array based on a Boolean array."},
+    {"SORT", evaluateSort, anyCount, valuesRule, listed | producesArray, "SORT(array, sort_index, sort_order, by_col)", "Sorts the contents of a range or array."},
+    {"UNIQUE", evaluateUnique, anyCount, valuesRule, listed | producesArray, "UNIQUE(array, by_col, exactly_once)", "Returns the unique values from a range."},
+    {"SEQUENCE", evaluateSequence, atLeast(1), valuesRule, listed | producesArray, "SEQUENCE(rows, columns, start, step)", "Generates a list of sequential numbers."},
+    {"TRANSPOSE", evaluateTranspose, anyCount, valuesRule, listed | producesArray, "TRANSPOSE(array)", "Transposes the rows and columns of an array."},
+    {"XLOOKUP", xlookup, between(3, 6), valuesRule, countReported},
+    {"XMATCH", xmatch, atLeast(2), valuesRule, none},
+    {"ADDRESS", evaluateAddress, atLeast(2), valuesRule, none},
+    {"MAKEARRAY", evaluateMakeArray, atLeast(3), valuesRule, producesArray},
+    {"WRAPROWS", evaluateWrapRows, anyCount, valuesRule, producesArray},
+    {"WRAPCOLS", evaluateWrapCols, anyCount, valuesRule, producesArray},
+    {"TOCOL", evaluateToCol, anyCount, valuesRule, producesArray},
+    {"TOROW", evaluateToRow, anyCount, valuesRule, producesArray},
+    {"HSTACK", evaluateHStack, atLeast(1), valuesRule, producesArray},
+    {"VSTACK", evaluateVStack, atLeast(1), valuesRule, producesArray},
+    {"TAKE", evaluateTake, anyCount, valuesRule, producesArray},
+    {"DROP", evaluateDrop, anyCount, valuesRule, producesArray},
+    {"EXPAND", evaluateExpand, anyCount, valuesRule, producesArray},
+    {"CHOOSECOLS", evaluateChooseCols, atLeast(2), valuesRule, producesArray},
+    {"CHOOSEROWS", evaluateChooseRows, atLeast(2), valuesRule, producesArray},
+};
+// clang-format on
+
 } // namespace
 
 void registerLookupFunctions(FunctionRegistry& r) {
-    r.add("VLOOKUP", vlookup);
-    r.add("HLOOKUP", hlookup);
-    r.add("MATCH", match);
-    r.add("LOOKUP", lookup);
-    r.add("XLOOKUP", xlookup);
-    r.add("XMATCH", xmatch);
-
-    r.add("INDEX", evaluateIndex);
-    r.add("CHOOSE", evaluateChoose);
-    r.add("INDIRECT", evaluateIndirect);
-    r.add("OFFSET", evaluateOffset);
-    r.add("ROW", evaluateRow);
-    r.add("COLUMN", evaluateColumn);
-    r.add("ROWS", evaluateRows);
-    r.add("COLUMNS", evaluateColumns);
-    r.add("ADDRESS", evaluateAddress);
-
-    r.add("FILTER", evaluateFilter);
-    r.add("SORT", evaluateSort);
-    r.add("UNIQUE", evaluateUnique);
-    r.add("SEQUENCE", evaluateSequence);
-    r.add("TRANSPOSE", evaluateTranspose);
-    r.add("MAKEARRAY", evaluateMakeArray);
-
-    r.add("WRAPROWS", evaluateWrapRows);
-    r.add("WRAPCOLS", evaluateWrapCols);
-    r.add("TOCOL", evaluateToCol);
-    r.add("TOROW", evaluateToRow);
-    r.add("HSTACK", evaluateHStack);
-    r.add("VSTACK", evaluateVStack);
-    r.add("TAKE", evaluateTake);
-    r.add("DROP", evaluateDrop);
-    r.add("EXPAND", evaluateExpand);
-    r.add("CHOOSECOLS", evaluateChooseCols);
-    r.add("CHOOSEROWS", evaluateChooseRows);
+    r.add(FunctionFamily::lookup, kLookupFunctions);
 }
 
 } // namespace sumora

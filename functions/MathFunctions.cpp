@@ -14,6 +14,7 @@
 #include "engine/FunctionRegistry.h"
 #include "engine/Log.h"
 #include "functions/BaseConversions.h"
+#include "functions/ConditionalAggregates.h"
 #include "functions/MathSupport.h"
 
 namespace sumora {
@@ -104,7 +105,6 @@ FormulaValue sumSquares(FunctionContext& c) {
 
 // SUMPRODUCT(array1, array2, ...) — arrays of one shape; non-numbers count 0
 FormulaValue sumProduct(FunctionContext& c) {
-    if (c.argCount() == 0) return valueError();
     std::vector<ValueRows> arrays;
     for (size_t i = 0; i < c.argCount(); ++i)
         arrays.push_back(c.resolve2DValues(i));
@@ -143,7 +143,6 @@ double sumOfSquares(double x, double y) {
 // SUMXMY2, SUMX2MY2, SUMX2PY2(array_x, array_y) — over positions where both
 // hold numbers; arrays of different sizes are "#VALUE!"
 template <double (*Term)(double, double)> FormulaValue pairedSum(FunctionContext& c) {
-    if (c.argCount() < 2) return valueError();
     std::vector<FormulaValue> xs = c.resolveValues(0);
     std::vector<FormulaValue> ys = c.resolveValues(1);
     if (xs.size() != ys.size()) return valueError();
@@ -202,7 +201,6 @@ FormulaValue aggregateByCode(int code, const std::vector<FormulaValue>& values) 
 
 // SUBTOTAL(function_num, ref1, ...) — only ref1 is aggregated
 FormulaValue subtotal(FunctionContext& c) {
-    if (c.argCount() < 2) return valueError();
     auto code = c.evalNum(0);
     if (!code) return valueError();
     return aggregateByCode(truncatedInt(*code), c.resolveValues(1));
@@ -210,7 +208,6 @@ FormulaValue subtotal(FunctionContext& c) {
 
 // AGGREGATE(function_num, options, ref1, ...) — SUBTOTAL over ref1; options unused
 FormulaValue aggregate(FunctionContext& c) {
-    if (c.argCount() < 3) return valueError();
     auto code = c.evalNum(0);
     if (!code) return valueError();
     return aggregateByCode(truncatedInt(*code), c.resolveValues(2));
@@ -529,85 +526,90 @@ FormulaValue atan2Rule(double x, double y) {
     return numberResult(std::atan2(y, x));
 }
 
+using namespace declare;
+
+// clang-format off
+constexpr FunctionDeclaration kMathFunctions[] = {
+    {"SUM", sum, anyCount, evalNumRule, listed, "SUM(number1, number2, ...)", "Adds all the numbers in a range."},
+    {"SUMIF", conditional::sumIf, atLeast(2), evalNumRule, listed, "SUMIF(range, criteria, sum_range)", "Adds cells that meet a condition."},
+    {"SUMIFS", conditional::sumIfs, anyCount, evalNumRule, listed, "SUMIFS(sum_range, range1, criteria1, ...)", "Adds cells that meet multiple conditions."},
+    {"SUMPRODUCT", sumProduct, atLeast(1), evalNumRule, listed, "SUMPRODUCT(array1, array2, ...)", "Returns the sum of products of corresponding ranges."},
+    {"PRODUCT", product, anyCount, evalNumRule, listed, "PRODUCT(number1, number2, ...)", "Multiplies all the numbers together."},
+    {"ABS", unary<absRule>, anyCount, evalNumRule, listed, "ABS(number)", "Returns the absolute value of a number."},
+    {"ROUND", roundTo<RoundingDirection::nearest>, anyCount, evalNumRule, listed, "ROUND(number, digits)", "Rounds a number to a given number of digits."},
+    {"ROUNDUP", roundTo<RoundingDirection::awayFromZero>, anyCount, evalNumRule, listed, "ROUNDUP(number, digits)", "Rounds a number up, away from zero."},
+    {"ROUNDDOWN", roundTo<RoundingDirection::towardZero>, anyCount, evalNumRule, listed, "ROUNDDOWN(number, digits)", "Rounds a number down, toward zero."},
+    {"CEILING", binary<ceilingRule>, anyCount, evalNumRule, listed, "CEILING(number, significance)", "Rounds a number up to the nearest multiple."},
+    {"FLOOR", binary<floorRule>, anyCount, evalNumRule, listed, "FLOOR(number, significance)", "Rounds a number down to the nearest multiple."},
+    {"INT", unary<intRule>, anyCount, evalNumRule, listed, "INT(number)", "Rounds a number down to the nearest integer."},
+    {"TRUNC", truncate, anyCount, evalNumRule, listed, "TRUNC(number, digits)", "Truncates a number to an integer."},
+    {"MOD", binary<modRule>, anyCount, evalNumRule, listed, "MOD(number, divisor)", "Returns the remainder after division."},
+    {"POWER", binary<powerRule>, anyCount, evalNumRule, listed, "POWER(number, power)", "Returns a number raised to a power."},
+    {"SQRT", unary<sqrtRule>, anyCount, evalNumRule, listed, "SQRT(number)", "Returns the positive square root."},
+    {"EXP", unary<expRule>, anyCount, evalNumRule, listed, "EXP(number)", "Returns e raised to the power of number."},
+    {"LN", unary<lnRule>, anyCount, evalNumRule, listed, "LN(number)", "Returns the natural logarithm."},
+    {"LOG", logarithm, anyCount, evalNumRule, listed, "LOG(number, base)", "Returns the logarithm of a number."},
+    {"LOG10", unary<log10Rule>, anyCount, evalNumRule, listed, "LOG10(number)", "Returns the base-10 logarithm."},
+    {"SIGN", unary<signRule>, anyCount, evalNumRule, listed, "SIGN(number)", "Returns the sign of a number (-1, 0, or 1)."},
+    {"PI", piValue, anyCount, evalNumRule, listed, "PI()", "Returns the value of pi (3.14159...)."},
+    {"RAND", randomNumber, anyCount, evalNumRule, listed | volatileResult, "RAND()", "Returns a random number between 0 and 1."},
+    {"RANDBETWEEN", binary<randBetweenRule>, anyCount, evalNumRule, listed | volatileResult, "RANDBETWEEN(bottom, top)", "Returns a random integer between two values."},
+    {"FACT", unary<factRule>, anyCount, evalNumRule, listed, "FACT(number)", "Returns the factorial of a number."},
+    {"GCD", gcd, anyCount, evalNumRule, listed, "GCD(number1, number2, ...)", "Returns the greatest common divisor."},
+    {"LCM", lcm, anyCount, evalNumRule, listed, "LCM(number1, number2, ...)", "Returns the least common multiple."},
+    {"MROUND", binary<mroundRule>, anyCount, evalNumRule, listed, "MROUND(number, multiple)", "Rounds to the nearest specified multiple."},
+    {"COMBIN", binary<combinRule>, anyCount, evalNumRule, listed, "COMBIN(number, chosen)", "Returns the number of combinations."},
+    {"PERMUT", binary<permutRule>, anyCount, evalNumRule, listed, "PERMUT(number, chosen)", "Returns the number of permutations."},
+    {"DEGREES", unary<degreesRule>, anyCount, evalNumRule, listed, "DEGREES(angle)", "Converts radians to degrees."},
+    {"RADIANS", unary<radiansRule>, anyCount, evalNumRule, listed, "RADIANS(angle)", "Converts degrees to radians."},
+    {"SIN", unary<sinRule>, anyCount, evalNumRule, listed, "SIN(number)", "Returns the sine of an angle."},
+    {"COS", unary<cosRule>, anyCount, evalNumRule, listed, "COS(number)", "Returns the cosine of an angle."},
+    {"TAN", unary<tanRule>, anyCount, evalNumRule, listed, "TAN(number)", "Returns the tangent of an angle."},
+    {"ASIN", unary<asinRule>, anyCount, evalNumRule, listed, "ASIN(number)", "Returns the arcsine."},
+    {"ACOS", unary<acosRule>, anyCount, evalNumRule, listed, "ACOS(number)", "Returns the arccosine."},
+    {"ATAN", unary<atanRule>, anyCount, evalNumRule, listed, "ATAN(number)", "Returns the arctangent."},
+    {"SINH", unary<sinhRule>, anyCount, evalNumRule, listed, "SINH(number)", "Returns the hyperbolic sine."},
+    {"COSH", unary<coshRule>, anyCount, evalNumRule, listed, "COSH(number)", "Returns the hyperbolic cosine."},
+    {"TANH", unary<tanhRule>, anyCount, evalNumRule, listed, "TANH(number)", "Returns the hyperbolic tangent."},
+    {"SUBTOTAL", subtotal, atLeast(2), evalNumRule, listed, "SUBTOTAL(function_num, ref1, ...)", "Returns a subtotal using a specified function."},
+    {"AGGREGATE", aggregate, atLeast(3), evalNumRule, listed, "AGGREGATE(function_num, options, ...)", "Returns an aggregate, ignoring errors/hidden rows."},
+    {"SUMSQ", sumSquares, anyCount, evalNumRule, none},
+    {"SUMXMY2", pairedSum<differenceSquared>, atLeast(2), evalNumRule, none},
+    {"SUMX2MY2", pairedSum<differenceOfSquares>, atLeast(2), evalNumRule, none},
+    {"SUMX2PY2", pairedSum<sumOfSquares>, atLeast(2), evalNumRule, none},
+    {"CEILING.MATH", roundToMultipleMath<true>, anyCount, evalNumRule, none},
+    {"FLOOR.MATH", roundToMultipleMath<false>, anyCount, evalNumRule, none},
+    {"EVEN", unary<evenRule>, anyCount, evalNumRule, none},
+    {"ODD", unary<oddRule>, anyCount, evalNumRule, none},
+    {"QUOTIENT", binary<quotientRule>, anyCount, evalNumRule, none},
+    {"ATAN2", binary<atan2Rule>, anyCount, evalNumRule, none},
+    {"ACOT", unary<acotRule>, anyCount, evalNumRule, none},
+    {"ASINH", unary<asinhRule>, anyCount, evalNumRule, none},
+    {"ACOSH", unary<acoshRule>, anyCount, evalNumRule, none},
+    {"ATANH", unary<atanhRule>, anyCount, evalNumRule, none},
+    {"BASE", baseFunction, anyCount, evalNumRule, none},
+    {"DECIMAL", decimalFunction, atLeast(2), evalNumRule, none},
+    {"ROMAN", romanFunction, anyCount, evalNumRule, none},
+    {"ARABIC", arabicFunction, atLeast(1), evalNumRule, none},
+    {"DEC2BIN", [](FunctionContext& c) { return convertRadix(c, 10, 2); }, atLeast(1), evalNumRule, none},
+    {"DEC2OCT", [](FunctionContext& c) { return convertRadix(c, 10, 8); }, atLeast(1), evalNumRule, none},
+    {"DEC2HEX", [](FunctionContext& c) { return convertRadix(c, 10, 16); }, atLeast(1), evalNumRule, none},
+    {"BIN2DEC", [](FunctionContext& c) { return convertRadix(c, 2, 10); }, atLeast(1), evalNumRule, none},
+    {"BIN2OCT", [](FunctionContext& c) { return convertRadix(c, 2, 8); }, atLeast(1), evalNumRule, none},
+    {"BIN2HEX", [](FunctionContext& c) { return convertRadix(c, 2, 16); }, atLeast(1), evalNumRule, none},
+    {"OCT2DEC", [](FunctionContext& c) { return convertRadix(c, 8, 10); }, atLeast(1), evalNumRule, none},
+    {"OCT2BIN", [](FunctionContext& c) { return convertRadix(c, 8, 2); }, atLeast(1), evalNumRule, none},
+    {"OCT2HEX", [](FunctionContext& c) { return convertRadix(c, 8, 16); }, atLeast(1), evalNumRule, none},
+    {"HEX2DEC", [](FunctionContext& c) { return convertRadix(c, 16, 10); }, atLeast(1), evalNumRule, none},
+    {"HEX2BIN", [](FunctionContext& c) { return convertRadix(c, 16, 2); }, atLeast(1), evalNumRule, none},
+    {"HEX2OCT", [](FunctionContext& c) { return convertRadix(c, 16, 8); }, atLeast(1), evalNumRule, none},
+};
+// clang-format on
+
 } // namespace
 
 void registerMathFunctions(FunctionRegistry& r) {
-    r.add("SUM", sum);
-    r.add("PRODUCT", product);
-    r.add("SUMPRODUCT", sumProduct);
-    r.add("SUMSQ", sumSquares);
-    r.add("SUMXMY2", pairedSum<differenceSquared>);
-    r.add("SUMX2MY2", pairedSum<differenceOfSquares>);
-    r.add("SUMX2PY2", pairedSum<sumOfSquares>);
-    r.add("SUBTOTAL", subtotal);
-    r.add("AGGREGATE", aggregate);
-
-    r.add("ABS", unary<absRule>);
-    r.add("ROUND", roundTo<RoundingDirection::nearest>);
-    r.add("ROUNDUP", roundTo<RoundingDirection::awayFromZero>);
-    r.add("ROUNDDOWN", roundTo<RoundingDirection::towardZero>);
-    r.add("TRUNC", truncate);
-    r.add("INT", unary<intRule>);
-    r.add("CEILING", binary<ceilingRule>);
-    r.add("FLOOR", binary<floorRule>);
-    r.add("CEILING.MATH", roundToMultipleMath<true>);
-    r.add("FLOOR.MATH", roundToMultipleMath<false>);
-    r.add("MROUND", binary<mroundRule>);
-    r.add("EVEN", unary<evenRule>);
-    r.add("ODD", unary<oddRule>);
-    r.add("MOD", binary<modRule>);
-    r.add("QUOTIENT", binary<quotientRule>);
-
-    r.add("SIGN", unary<signRule>);
-    r.add("POWER", binary<powerRule>);
-    r.add("SQRT", unary<sqrtRule>);
-    r.add("EXP", unary<expRule>);
-    r.add("LN", unary<lnRule>);
-    r.add("LOG10", unary<log10Rule>);
-    r.add("LOG", logarithm);
-    r.add("PI", piValue);
-    r.add("RAND", randomNumber);
-    r.add("RANDBETWEEN", binary<randBetweenRule>);
-
-    r.add("FACT", unary<factRule>);
-    r.add("GCD", gcd);
-    r.add("LCM", lcm);
-    r.add("COMBIN", binary<combinRule>);
-    r.add("PERMUT", binary<permutRule>);
-
-    r.add("DEGREES", unary<degreesRule>);
-    r.add("RADIANS", unary<radiansRule>);
-    r.add("SIN", unary<sinRule>);
-    r.add("COS", unary<cosRule>);
-    r.add("TAN", unary<tanRule>);
-    r.add("ASIN", unary<asinRule>);
-    r.add("ACOS", unary<acosRule>);
-    r.add("ATAN", unary<atanRule>);
-    r.add("ATAN2", binary<atan2Rule>);
-    r.add("ACOT", unary<acotRule>);
-    r.add("SINH", unary<sinhRule>);
-    r.add("COSH", unary<coshRule>);
-    r.add("TANH", unary<tanhRule>);
-    r.add("ASINH", unary<asinhRule>);
-    r.add("ACOSH", unary<acoshRule>);
-    r.add("ATANH", unary<atanhRule>);
-
-    r.add("BASE", baseFunction);
-    r.add("DECIMAL", decimalFunction);
-    r.add("ROMAN", romanFunction);
-    r.add("ARABIC", arabicFunction);
-    r.add("DEC2BIN", [](FunctionContext& c) { return convertRadix(c, 10, 2); });
-    r.add("DEC2OCT", [](FunctionContext& c) { return convertRadix(c, 10, 8); });
-    r.add("DEC2HEX", [](FunctionContext& c) { return convertRadix(c, 10, 16); });
-    r.add("BIN2DEC", [](FunctionContext& c) { return convertRadix(c, 2, 10); });
-    r.add("BIN2OCT", [](FunctionContext& c) { return convertRadix(c, 2, 8); });
-    r.add("BIN2HEX", [](FunctionContext& c) { return convertRadix(c, 2, 16); });
-    r.add("OCT2DEC", [](FunctionContext& c) { return convertRadix(c, 8, 10); });
-    r.add("OCT2BIN", [](FunctionContext& c) { return convertRadix(c, 8, 2); });
-    r.add("OCT2HEX", [](FunctionContext& c) { return convertRadix(c, 8, 16); });
-    r.add("HEX2DEC", [](FunctionContext& c) { return convertRadix(c, 16, 10); });
-    r.add("HEX2BIN", [](FunctionContext& c) { return convertRadix(c, 16, 2); });
-    r.add("HEX2OCT", [](FunctionContext& c) { return convertRadix(c, 16, 8); });
+    r.add(FunctionFamily::math, kMathFunctions);
 }
 
 } // namespace sumora

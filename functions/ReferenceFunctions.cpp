@@ -16,7 +16,6 @@ FormulaValue valueOf(FunctionContext& c, const ReferenceResult& r) {
 
 // ROWS and COLUMNS: the size of a reference as written, else of the value.
 FormulaValue extent(FunctionContext& c, bool rows) {
-    if (c.argCount() < 1) return err(ErrorKind::invalidValue);
     ReferenceResult r = referenceArg(c, 0);
     if (r.error) return *r.error;
     if (r.reference)
@@ -76,7 +75,6 @@ FormulaValue evaluateIndex(FunctionContext& c) {
 
 // CHOOSE(index, value1, value2, ...) — evaluates only the chosen value
 FormulaValue evaluateChoose(FunctionContext& c) {
-    if (c.argCount() < 2) return err(ErrorKind::invalidValue);
     ReferenceResult r = chooseReference(c);
     if (r.error || r.reference) return valueOf(c, r);
     auto index = wholeNumberArg(c, 0);
@@ -115,7 +113,6 @@ FormulaValue evaluateColumns(FunctionContext& c) {
 
 // ADDRESS(row, column, abs_num, a1, sheet_text) — a reference as text
 FormulaValue evaluateAddress(FunctionContext& c) {
-    if (c.argCount() < 2) return err(ErrorKind::invalidValue);
     auto row = wholeNumberArg(c, 0), col = wholeNumberArg(c, 1), abs = wholeNumberArgOr(c, 2, 1);
     for (const auto* a : {&row, &col, &abs})
         if (!*a) return a->failure;

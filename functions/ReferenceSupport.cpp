@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "engine/FormulaTokenizer.h"
+#include "engine/FunctionDeclaration.h"
 #include "engine/WorkbookResolver.h"
 
 namespace sumora {
@@ -146,16 +147,14 @@ ReferenceResult referenceArg(FunctionContext& c, size_t i) {
     if (!c.hasArg(i)) return {};
     const FormulaNode& n = c.argNode(i);
     if (n.kind == NodeKind::functionCall) {
-        std::string_view name = c.tree().functionName(n);
-        bool yieldsReference = name == "INDIRECT" || name == "OFFSET" || name == "INDEX" || name == "CHOOSE";
-        if (!yieldsReference || !n.call.function) return {};
+        const FunctionDeclaration* function = n.call.function;
+        if (!function || !function->returnsReference()) return {};
         if (c.depth() >= FormulaEvaluator::kMaxDepth)
             return ReferenceResult::failure(ErrorKind::circularReference);
+        if (!function->count.accepts(n.call.argCount))
+            return ReferenceResult::failure(ErrorKind::invalidValue);
         FunctionContext inner(c.evaluator(), c.tree(), c.argIndex(i), c.depth() + 1);
-        if (name == "INDIRECT") return indirectReference(inner);
-        if (name == "OFFSET") return offsetReference(inner);
-        if (name == "INDEX") return indexReference(inner);
-        return chooseReference(inner);
+        return function->reference(inner);
     }
     if (n.kind != NodeKind::cellRef && n.kind != NodeKind::range && n.kind != NodeKind::name) return {};
     auto rangeSpec = c.reference(i);
@@ -171,7 +170,6 @@ ReferenceResult referenceArg(FunctionContext& c, size_t i) {
 }
 
 ReferenceResult indirectReference(FunctionContext& c) {
-    if (c.argCount() < 1) return ReferenceResult::failure(ErrorKind::invalidValue);
     FormulaValue text = c.evaluate(0);
     if (text.isError()) return {std::nullopt, text};
     auto a1 = c.evalBoolOr(1, true);
@@ -182,7 +180,6 @@ ReferenceResult indirectReference(FunctionContext& c) {
 }
 
 ReferenceResult offsetReference(FunctionContext& c) {
-    if (c.argCount() < 3) return ReferenceResult::failure(ErrorKind::invalidValue);
     ReferenceResult base = referenceArg(c, 0);
     if (!base.reference) return base.error ? base : ReferenceResult::failure(ErrorKind::invalidValue);
     const Reference& b = *base.reference;
@@ -230,7 +227,6 @@ IndexSelection indexSelection(FunctionContext& c, int64_t rows, int64_t cols) {
 }
 
 ReferenceResult indexReference(FunctionContext& c) {
-    if (c.argCount() < 2) return ReferenceResult::failure(ErrorKind::invalidValue);
     ReferenceResult base = referenceArg(c, 0);
     if (!base.reference) return base;
     const Reference& b = *base.reference;

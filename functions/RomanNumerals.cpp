@@ -123,7 +123,6 @@ FormulaValue romanFunction(FunctionContext& c) {
 }
 
 FormulaValue arabicFunction(FunctionContext& c) {
-    if (c.argCount() == 0) return err(ErrorKind::invalidValue);
     FormulaValue v = c.evaluate(0);
     if (v.isError()) return v;
     const std::string text = v.description();

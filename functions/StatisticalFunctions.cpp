@@ -331,7 +331,6 @@ FormulaValue correl(FunctionContext& c) {
 // ascending bin order, placed at the bin's own position), then the count
 // above the largest bin, as a vertical array
 FormulaValue frequency(FunctionContext& c) {
-    if (c.argCount() < 2) return err(ErrorKind::invalidValue);
     std::vector<double> data, bins;
     c.appendNumbers(0, data);
     c.appendNumbers(1, bins);
@@ -420,71 +419,75 @@ FormulaValue skew(FunctionContext& c) {
     return num(n / ((n - 1) * (n - 2)) * cubes);
 }
 
+using namespace declare;
+
+// clang-format off
+constexpr FunctionDeclaration kStatisticalFunctions[] = {
+    {"AVERAGE", average, anyCount, evalNumRule, listed, "AVERAGE(number1, number2, ...)", "Returns the arithmetic mean."},
+    {"AVERAGEIF", conditional::averageIf, atLeast(2), evalNumRule, listed, "AVERAGEIF(range, criteria, avg_range)", "Averages cells that meet a condition."},
+    {"AVERAGEIFS", conditional::averageIfs, anyCount, evalNumRule, listed, "AVERAGEIFS(avg_range, range1, criteria1, ...)", "Averages cells that meet multiple conditions."},
+    {"COUNT", count, anyCount, evalNumRule, listed, "COUNT(value1, value2, ...)", "Counts cells that contain numbers."},
+    {"COUNTA", countA, anyCount, evalNumRule, listed, "COUNTA(value1, value2, ...)", "Counts non-empty cells."},
+    {"COUNTBLANK", countBlank, anyCount, evalNumRule, listed, "COUNTBLANK(range)", "Counts empty cells in a range."},
+    {"COUNTIF", conditional::countIf, atLeast(2), evalNumRule, listed, "COUNTIF(range, criteria)", "Counts cells that meet a condition."},
+    {"COUNTIFS", conditional::countIfs, anyCount, evalNumRule, listed, "COUNTIFS(range1, criteria1, ...)", "Counts cells that meet multiple conditions."},
+    {"MIN", minimum, anyCount, evalNumRule, listed, "MIN(number1, number2, ...)", "Returns the smallest value."},
+    {"MAX", maximum, anyCount, evalNumRule, listed, "MAX(number1, number2, ...)", "Returns the largest value."},
+    {"MEDIAN", median, anyCount, evalNumRule, listed, "MEDIAN(number1, number2, ...)", "Returns the median of the given numbers."},
+    {"MODE", mode, anyCount, evalNumRule, listed, "MODE(number1, number2, ...)", "Returns the most frequently occurring value."},
+    {"STDEV", stdevSample, anyCount, evalNumRule, listed, "STDEV(number1, number2, ...)", "Estimates standard deviation based on a sample."},
+    {"STDEVP", stdevPopulation, anyCount, evalNumRule, listed, "STDEVP(number1, number2, ...)", "Calculates standard deviation for entire population."},
+    {"VAR", varSample, anyCount, evalNumRule, listed, "VAR(number1, number2, ...)", "Estimates variance based on a sample."},
+    {"VARP", varPopulation, anyCount, evalNumRule, listed, "VARP(number1, number2, ...)", "Calculates variance for entire population."},
+    {"LARGE", large, anyCount, evalNumRule, listed, "LARGE(array, k)", "Returns the k-th largest value."},
+    {"SMALL", small, anyCount, evalNumRule, listed, "SMALL(array, k)", "Returns the k-th smallest value."},
+    {"RANK", rank, anyCount, evalNumRule, listed, "RANK(number, ref, order)", "Returns the rank of a number in a list."},
+    {"PERCENTILE", percentile, anyCount, evalNumRule, listed, "PERCENTILE(array, k)", "Returns the k-th percentile of values."},
+    {"QUARTILE", quartile, anyCount, evalNumRule, listed, "QUARTILE(array, quart)", "Returns the quartile of a data set."},
+    {"FORECAST", forecast, anyCount, evalNumRule, listed, "FORECAST(x, known_ys, known_xs)", "Predicts a future value along a linear trend."},
+    {"CORREL", correl, anyCount, evalNumRule, listed, "CORREL(array1, array2)", "Returns the correlation coefficient."},
+    {"SLOPE", slope, anyCount, evalNumRule, listed, "SLOPE(known_ys, known_xs)", "Returns the slope of a linear regression line."},
+    {"INTERCEPT", intercept, anyCount, evalNumRule, listed, "INTERCEPT(known_ys, known_xs)", "Returns the intercept of a linear regression line."},
+    {"FREQUENCY", frequency, atLeast(2), evalNumRule, listed | producesArray, "FREQUENCY(data_array, bins_array)", "Returns a frequency distribution as a vertical array."},
+    {"MAXIFS", conditional::maxIfs, anyCount, evalNumRule, none},
+    {"MINIFS", conditional::minIfs, anyCount, evalNumRule, none},
+    {"MODE.SNGL", mode, anyCount, evalNumRule, none},
+    {"STDEV.S", stdevSample, anyCount, evalNumRule, none},
+    {"STDEV.P", stdevPopulation, anyCount, evalNumRule, none},
+    {"VAR.S", varSample, anyCount, evalNumRule, none},
+    {"VAR.P", varPopulation, anyCount, evalNumRule, none},
+    {"RANK.EQ", rank, anyCount, evalNumRule, none},
+    {"PERCENTRANK", percentRank, anyCount, evalNumRule, none},
+    {"TRIMMEAN", trimMean, anyCount, evalNumRule, none},
+    {"GEOMEAN", geoMean, anyCount, evalNumRule, none},
+    {"HARMEAN", harMean, anyCount, evalNumRule, none},
+    {"AVEDEV", aveDev, anyCount, evalNumRule, none},
+    {"DEVSQ", devSq, anyCount, evalNumRule, none},
+    {"SKEW", skew, anyCount, evalNumRule, none},
+    {"FISHER", distributions::fisher, anyCount, evalNumRule, none},
+    {"FISHERINV", distributions::fisherInv, anyCount, evalNumRule, none},
+    {"CONFIDENCE", distributions::confidence, anyCount, evalNumRule, none},
+    {"NORM.DIST", distributions::normDist, anyCount, evalNumRule, none},
+    {"NORMDIST", distributions::normDist, anyCount, evalNumRule, none},
+    {"NORMSDIST", distributions::normSDist, anyCount, evalNumRule, none},
+    {"NORM.INV", distributions::normInverse, anyCount, evalNumRule, none},
+    {"NORMINV", distributions::normInverse, anyCount, evalNumRule, none},
+    {"NORM.S.INV", distributions::normSInverse, anyCount, evalNumRule, none},
+    {"NORMSINV", distributions::normSInverse, anyCount, evalNumRule, none},
+    {"POISSON", distributions::poisson, anyCount, evalNumRule, none},
+    {"POISSON.DIST", distributions::poisson, anyCount, evalNumRule, none},
+    {"BINOM.DIST", distributions::binomDist, anyCount, evalNumRule, none},
+    {"BINOMDIST", distributions::binomDist, anyCount, evalNumRule, none},
+    {"EXPON.DIST", distributions::exponDist, anyCount, evalNumRule, none},
+    {"EXPONDIST", distributions::exponDist, anyCount, evalNumRule, none},
+    {"T.DIST", distributions::tDist, anyCount, evalNumRule, none},
+};
+// clang-format on
+
 } // namespace
 
 void registerStatisticalFunctions(FunctionRegistry& r) {
-    r.add("SUMIF", conditional::sumIf);
-    r.add("SUMIFS", conditional::sumIfs);
-    r.add("COUNTIF", conditional::countIf);
-    r.add("COUNTIFS", conditional::countIfs);
-    r.add("AVERAGEIF", conditional::averageIf);
-    r.add("AVERAGEIFS", conditional::averageIfs);
-    r.add("MAXIFS", conditional::maxIfs);
-    r.add("MINIFS", conditional::minIfs);
-
-    r.add("AVERAGE", average);
-    r.add("COUNT", count);
-    r.add("COUNTA", countA);
-    r.add("COUNTBLANK", countBlank);
-    r.add("MIN", minimum);
-    r.add("MAX", maximum);
-    r.add("MEDIAN", median);
-    r.add("MODE", mode);
-    r.add("MODE.SNGL", mode);
-    r.add("STDEV", stdevSample);
-    r.add("STDEV.S", stdevSample);
-    r.add("STDEVP", stdevPopulation);
-    r.add("STDEV.P", stdevPopulation);
-    r.add("VAR", varSample);
-    r.add("VAR.S", varSample);
-    r.add("VARP", varPopulation);
-    r.add("VAR.P", varPopulation);
-    r.add("LARGE", large);
-    r.add("SMALL", small);
-    r.add("RANK", rank);
-    r.add("RANK.EQ", rank);
-    r.add("PERCENTILE", percentile);
-    r.add("QUARTILE", quartile);
-    r.add("PERCENTRANK", percentRank);
-    r.add("FORECAST", forecast);
-    r.add("CORREL", correl);
-    r.add("SLOPE", slope);
-    r.add("INTERCEPT", intercept);
-    r.add("FREQUENCY", frequency);
-    r.add("TRIMMEAN", trimMean);
-    r.add("GEOMEAN", geoMean);
-    r.add("HARMEAN", harMean);
-    r.add("AVEDEV", aveDev);
-    r.add("DEVSQ", devSq);
-    r.add("SKEW", skew);
-
-    r.add("FISHER", distributions::fisher);
-    r.add("FISHERINV", distributions::fisherInv);
-    r.add("CONFIDENCE", distributions::confidence);
-    r.add("NORM.DIST", distributions::normDist);
-    r.add("NORMDIST", distributions::normDist);
-    r.add("NORMSDIST", distributions::normSDist);
-    r.add("NORM.INV", distributions::normInverse);
-    r.add("NORMINV", distributions::normInverse);
-    r.add("NORM.S.INV", distributions::normSInverse);
-    r.add("NORMSINV", distributions::normSInverse);
-    r.add("POISSON", distributions::poisson);
-    r.add("POISSON.DIST", distributions::poisson);
-    r.add("BINOM.DIST", distributions::binomDist);
-    r.add("BINOMDIST", distributions::binomDist);
-    r.add("EXPON.DIST", distributions::exponDist);
-    r.add("EXPONDIST", distributions::exponDist);
-    r.add("T.DIST", distributions::tDist);
+    r.add(FunctionFamily::statistical, kStatisticalFunctions);
 }
 
 } // namespace sumora

@@ -153,7 +153,6 @@ std::optional<double> parseNumberText(std::string_view text) {
 
 // TEXT(value, format_text) — the value through a number-format code
 FormulaValue text(FunctionContext& c) {
-    if (c.argCount() < 2) return err(ErrorKind::invalidValue);
     FormulaValue v = scalarOf(c.evaluate(0));
     if (v.isError()) return v;
     auto code = textArg(c, 1);
@@ -168,7 +167,6 @@ FormulaValue text(FunctionContext& c) {
 
 // VALUE(text) — the number a text spells ("1,234", "50%", "$5", dates)
 FormulaValue value(FunctionContext& c) {
-    if (c.argCount() < 1) return err(ErrorKind::invalidValue);
     FormulaValue v = scalarOf(c.evaluate(0));
     if (v.isError()) return v;
     if (v.isNumber()) return v;
@@ -180,7 +178,6 @@ FormulaValue value(FunctionContext& c) {
 
 // NUMBERVALUE(text, decimal_separator, group_separator) — locale-free parse
 FormulaValue numberValue(FunctionContext& c) {
-    if (c.argCount() < 1) return err(ErrorKind::invalidValue);
     auto text = textArg(c, 0);
     if (!text) return text.failure;
     auto decimalArg = textArg(c, 1);
@@ -254,7 +251,6 @@ FormulaValue dollar(FunctionContext& c) {
 
 // VALUETOTEXT(value, format) — format 1 quotes texts; errors become their text
 FormulaValue valueToText(FunctionContext& c) {
-    if (c.argCount() < 1) return err(ErrorKind::invalidValue);
     FormulaValue v = scalarOf(c.evaluate(0));
     auto strict = zeroOrOneArg(c, 1);
     if (!strict) return strict.failure;
@@ -263,7 +259,6 @@ FormulaValue valueToText(FunctionContext& c) {
 
 // ARRAYTOTEXT(array, format) — "a, 1, TRUE", or {"a",1;TRUE,2} when strict
 FormulaValue arrayToText(FunctionContext& c) {
-    if (c.argCount() < 1) return err(ErrorKind::invalidValue);
     ValueRows rows = c.resolve2DValues(0);
     auto strict = zeroOrOneArg(c, 1);
     if (!strict) return strict.failure;

@@ -15,10 +15,6 @@ namespace {
 // Longest result REPT builds, in characters.
 constexpr double kMaxRepeatedCharacters = 32767;
 
-bool tooFew(FunctionContext& c, size_t n) {
-    return c.argCount() < n;
-}
-
 // Argument i truncated to a whole number; below `least` is "#VALUE!".
 ArgValue<size_t> wholeArgFrom(FunctionContext& c, size_t i, double least, std::optional<double> fallback) {
     auto x = fallback ? numberArgOr(c, i, *fallback) : numberArg(c, i);
@@ -39,7 +35,6 @@ ArgValue<size_t> positionArg(FunctionContext& c, size_t i, double fallback) {
 }
 
 FormulaValue sliceLeftOrRight(FunctionContext& c, bool fromEnd) {
-    if (tooFew(c, 1)) return err(ErrorKind::invalidValue);
     auto text = textArg(c, 0);
     if (!text) return text.failure;
     auto n = countArg(c, 1, 1.0);
@@ -62,7 +57,6 @@ FormulaValue right(FunctionContext& c) {
 
 // MID(text, start, num_chars) — a start just past the end gives ""
 FormulaValue mid(FunctionContext& c) {
-    if (tooFew(c, 3)) return err(ErrorKind::invalidValue);
     auto text = textArg(c, 0);
     if (!text) return text.failure;
     auto start = positionArg(c, 1, 1);
@@ -78,14 +72,12 @@ FormulaValue mid(FunctionContext& c) {
 
 // LEN(text) — number of characters
 FormulaValue len(FunctionContext& c) {
-    if (tooFew(c, 1)) return err(ErrorKind::invalidValue);
     auto text = textArg(c, 0);
     if (!text) return text.failure;
     return num(static_cast<double>(CharacterIndex(*text).count()));
 }
 
 FormulaValue findOrSearch(FunctionContext& c, bool ignoreCase) {
-    if (tooFew(c, 2)) return err(ErrorKind::invalidValue);
     auto needle = textArg(c, 0);
     if (!needle) return needle.failure;
     auto within = textArg(c, 1);
@@ -111,7 +103,6 @@ FormulaValue search(FunctionContext& c) {
 
 // SUBSTITUTE(text, old, new, instance) — every occurrence, or the instance-th
 FormulaValue substitute(FunctionContext& c) {
-    if (tooFew(c, 3)) return err(ErrorKind::invalidValue);
     auto text = textArg(c, 0);
     if (!text) return text.failure;
     auto old = textArg(c, 1);
@@ -140,7 +131,6 @@ FormulaValue substitute(FunctionContext& c) {
 
 // REPLACE(old_text, start, num, new_text) — a start just past the end appends
 FormulaValue replace(FunctionContext& c) {
-    if (tooFew(c, 4)) return err(ErrorKind::invalidValue);
     auto text = textArg(c, 0);
     if (!text) return text.failure;
     auto start = positionArg(c, 1, 1);
@@ -161,7 +151,6 @@ FormulaValue replace(FunctionContext& c) {
 
 // TRIM(text) — blanks and tabs at both ends only; inner runs are kept
 FormulaValue trim(FunctionContext& c) {
-    if (tooFew(c, 1)) return err(ErrorKind::invalidValue);
     auto text = textArg(c, 0);
     if (!text) return text.failure;
     size_t begin = text->size(), end = 0;
@@ -175,7 +164,6 @@ FormulaValue trim(FunctionContext& c) {
 }
 
 FormulaValue mapCase(FunctionContext& c, std::string (*map)(std::string_view)) {
-    if (tooFew(c, 1)) return err(ErrorKind::invalidValue);
     auto text = textArg(c, 0);
     if (!text) return text.failure;
     return txt(map(*text));
@@ -198,7 +186,6 @@ FormulaValue proper(FunctionContext& c) {
 
 // CONCATENATE(text1, text2, ...) and CONCAT — text forms of every value joined
 FormulaValue concat(FunctionContext& c) {
-    if (tooFew(c, 1)) return err(ErrorKind::invalidValue);
     std::string out;
     for (size_t i = 0; i < c.argCount(); ++i)
         for (const FormulaValue& v : c.resolveValues(i))
@@ -208,7 +195,6 @@ FormulaValue concat(FunctionContext& c) {
 
 // TEXTJOIN(delimiter, ignore_empty, text1, ...) — empty texts optionally left out
 FormulaValue textJoin(FunctionContext& c) {
-    if (tooFew(c, 3)) return err(ErrorKind::invalidValue);
     auto delimiter = textArg(c, 0);
     if (!delimiter) return delimiter.failure;
     auto ignoreEmpty = boolArgOr(c, 1, false);
@@ -229,7 +215,6 @@ FormulaValue textJoin(FunctionContext& c) {
 
 // CHAR(number) — the character of a Unicode scalar value
 FormulaValue charFromCode(FunctionContext& c) {
-    if (tooFew(c, 1)) return err(ErrorKind::invalidValue);
     auto x = numberArg(c, 0);
     if (!x) return x.failure;
     double code = std::trunc(*x);
@@ -242,7 +227,6 @@ FormulaValue charFromCode(FunctionContext& c) {
 
 // CODE(text) — the Unicode scalar value of the first character
 FormulaValue codeOfText(FunctionContext& c) {
-    if (tooFew(c, 1)) return err(ErrorKind::invalidValue);
     auto text = textArg(c, 0);
     if (!text) return text.failure;
     auto first = firstCodePoint(*text);
@@ -252,7 +236,6 @@ FormulaValue codeOfText(FunctionContext& c) {
 
 // REPT(text, times) — the text repeated; overlong results are "#VALUE!"
 FormulaValue rept(FunctionContext& c) {
-    if (tooFew(c, 2)) return err(ErrorKind::invalidValue);
     auto text = textArg(c, 0);
     if (!text) return text.failure;
     auto times = countArg(c, 1);
@@ -269,7 +252,6 @@ FormulaValue rept(FunctionContext& c) {
 
 // EXACT(text1, text2) — case-sensitive equality
 FormulaValue exact(FunctionContext& c) {
-    if (tooFew(c, 2)) return err(ErrorKind::invalidValue);
     auto a = textArg(c, 0);
     if (!a) return a.failure;
     auto b = textArg(c, 1);
@@ -279,7 +261,6 @@ FormulaValue exact(FunctionContext& c) {
 
 // CLEAN(text) — removes the control characters 0-31 and 127
 FormulaValue clean(FunctionContext& c) {
-    if (tooFew(c, 1)) return err(ErrorKind::invalidValue);
     auto text = textArg(c, 0);
     if (!text) return text.failure;
     std::string out;
@@ -289,39 +270,47 @@ FormulaValue clean(FunctionContext& c) {
     return txt(std::move(out));
 }
 
+using namespace declare;
+
+// clang-format off
+constexpr FunctionDeclaration kTextFunctions[] = {
+    {"LEFT", left, atLeast(1), numberArgRule, listed, "LEFT(text, num_chars)", "Returns characters from the start of a string."},
+    {"RIGHT", right, atLeast(1), numberArgRule, listed, "RIGHT(text, num_chars)", "Returns characters from the end of a string."},
+    {"MID", mid, atLeast(3), numberArgRule, listed, "MID(text, start, num_chars)", "Returns characters from the middle of a string."},
+    {"LEN", len, atLeast(1), numberArgRule, listed, "LEN(text)", "Returns the number of characters in a string."},
+    {"FIND", find, atLeast(2), numberArgRule, listed, "FIND(find_text, within_text, start)", "Finds text within another string (case-sensitive)."},
+    {"SEARCH", search, atLeast(2), numberArgRule, listed, "SEARCH(find_text, within_text, start)", "Finds text within another string (case-insensitive)."},
+    {"SUBSTITUTE", substitute, atLeast(3), numberArgRule, listed, "SUBSTITUTE(text, old, new, instance)", "Replaces occurrences of text in a string."},
+    {"REPLACE", replace, atLeast(4), numberArgRule, listed, "REPLACE(old_text, start, num, new_text)", "Replaces part of a text string."},
+    {"TRIM", trim, atLeast(1), numberArgRule, listed, "TRIM(text)", "Removes extra spaces from text."},
+    {"UPPER", upper, atLeast(1), numberArgRule, listed, "UPPER(text)", "Converts text to uppercase."},
+    {"LOWER", lower, atLeast(1), numberArgRule, listed, "LOWER(text)", "Converts text to lowercase."},
+    {"PROPER", proper, atLeast(1), numberArgRule, listed, "PROPER(text)", "Capitalizes the first letter of each word."},
+    {"CONCATENATE", concat, atLeast(1), numberArgRule, listed, "CONCATENATE(text1, text2, ...)", "Joins several text strings into one."},
+    {"CONCAT", concat, atLeast(1), numberArgRule, listed, "CONCAT(text1, text2, ...)", "Joins text strings and ranges."},
+    {"TEXTJOIN", textJoin, atLeast(3), numberArgRule, listed, "TEXTJOIN(delimiter, ignore_empty, text1, ...)", "Joins text with a delimiter between each."},
+    {"TEXT", textfn::text, atLeast(2), numberArgRule, listed, "TEXT(value, format_text)", "Formats a number as text with a given format."},
+    {"VALUE", textfn::value, atLeast(1), numberArgRule, listed, "VALUE(text)", "Converts text that represents a number to a number."},
+    {"CHAR", charFromCode, atLeast(1), numberArgRule, listed, "CHAR(number)", "Returns the character for a given code number."},
+    {"CODE", codeOfText, atLeast(1), numberArgRule, listed, "CODE(text)", "Returns the code number for the first character."},
+    {"REPT", rept, atLeast(2), numberArgRule, listed, "REPT(text, times)", "Repeats text a given number of times."},
+    {"EXACT", exact, atLeast(2), numberArgRule, listed, "EXACT(text1, text2)", "Checks whether two text strings are identical."},
+    {"CLEAN", clean, atLeast(1), numberArgRule, none},
+    {"NUMBERVALUE", textfn::numberValue, atLeast(1), numberArgRule, none},
+    {"FIXED", textfn::fixed, anyCount, numberArgRule, none},
+    {"DOLLAR", textfn::dollar, anyCount, numberArgRule, none},
+    {"VALUETOTEXT", textfn::valueToText, atLeast(1), numberArgRule, none},
+    {"ARRAYTOTEXT", textfn::arrayToText, atLeast(1), numberArgRule, none},
+    {"TEXTBEFORE", textfn::textBefore, atLeast(2), numberArgRule, none},
+    {"TEXTAFTER", textfn::textAfter, atLeast(2), numberArgRule, none},
+    {"TEXTSPLIT", textfn::textSplit, atLeast(2), numberArgRule, producesArray},
+};
+// clang-format on
+
 } // namespace
 
 void registerTextFunctions(FunctionRegistry& r) {
-    r.add("LEFT", left);
-    r.add("RIGHT", right);
-    r.add("MID", mid);
-    r.add("LEN", len);
-    r.add("FIND", find);
-    r.add("SEARCH", search);
-    r.add("SUBSTITUTE", substitute);
-    r.add("REPLACE", replace);
-    r.add("TRIM", trim);
-    r.add("UPPER", upper);
-    r.add("LOWER", lower);
-    r.add("PROPER", proper);
-    r.add("CONCATENATE", concat);
-    r.add("CONCAT", concat);
-    r.add("TEXTJOIN", textJoin);
-    r.add("CHAR", charFromCode);
-    r.add("CODE", codeOfText);
-    r.add("REPT", rept);
-    r.add("EXACT", exact);
-    r.add("CLEAN", clean);
-    r.add("TEXT", textfn::text);
-    r.add("VALUE", textfn::value);
-    r.add("NUMBERVALUE", textfn::numberValue);
-    r.add("FIXED", textfn::fixed);
-    r.add("DOLLAR", textfn::dollar);
-    r.add("VALUETOTEXT", textfn::valueToText);
-    r.add("ARRAYTOTEXT", textfn::arrayToText);
-    r.add("TEXTBEFORE", textfn::textBefore);
-    r.add("TEXTAFTER", textfn::textAfter);
-    r.add("TEXTSPLIT", textfn::textSplit);
+    r.add(FunctionFamily::text, kTextFunctions);
 }
 
 } // namespace sumora

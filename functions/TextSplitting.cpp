@@ -72,7 +72,6 @@ bool allEmpty(const std::vector<std::string>& texts) {
 // if_not_found): a negative instance counts from the end; match_end lets the
 // end of the text (the start, counting backwards) act as one more delimiter.
 FormulaValue textAround(FunctionContext& c, bool before) {
-    if (c.argCount() < 2) return err(ErrorKind::invalidValue);
     auto text = textArg(c, 0);
     if (!text) return text.failure;
     auto delimiters = delimitersArg(c, 1);
@@ -128,7 +127,6 @@ FormulaValue textAfter(FunctionContext& c) {
 // — an array: rows at row delimiters, columns at column delimiters; short
 // rows are padded with pad_with (#N/A by default)
 FormulaValue textSplit(FunctionContext& c) {
-    if (c.argCount() < 2) return err(ErrorKind::invalidValue);
     auto text = textArg(c, 0);
     if (!text) return text.failure;
     auto columnDelimiters = delimitersArg(c, 1);

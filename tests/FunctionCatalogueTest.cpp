@@ -1,7 +1,6 @@
 #include "functions/FunctionCatalogue.h"
 
 #include "engine/Log.h"
-#include "tests/AllFunctionNames.h"
 
 #include <gtest/gtest.h>
 
@@ -234,19 +233,6 @@ TEST(FunctionArguments, CommitLogsFormulaAndEachKeptArgument) {
         R"([Sumora] commitFunctionArgs arg[1] = "say "hi"")",
     };
     EXPECT_EQ(capture.lines(), expected);
-}
-
-TEST(AllFunctionNames, CoversTheCatalogueWithoutDuplicates) {
-    std::set<std::string_view> known;
-    for (auto name : kAllFunctionNames) {
-        EXPECT_TRUE(known.insert(name).second) << "duplicate " << name;
-        EXPECT_TRUE(std::all_of(name.begin(), name.end(), [](char c) {
-            return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '.';
-        })) << name;
-    }
-    for (const auto& f : sumoraFunctionLibrary())
-        EXPECT_TRUE(known.contains(f.name)) << f.name;
-    EXPECT_GT(known.size(), sumoraFunctionLibrary().size());
 }
 
 } // namespace
