@@ -54,14 +54,12 @@ LocalNow localNow() {
 }
 
 // TODAY() — the current local date
-FormulaValue today(FunctionContext& c) {
-    if (c.argCount() != 0) return err(ErrorKind::invalidValue);
+FormulaValue today(FunctionContext&) {
     return num(static_cast<double>(localNow().day));
 }
 
 // NOW() — the current local date and time
-FormulaValue now(FunctionContext& c) {
-    if (c.argCount() != 0) return err(ErrorKind::invalidValue);
+FormulaValue now(FunctionContext&) {
     const LocalNow n = localNow();
     return num(static_cast<double>(n.day) + n.fraction);
 }
@@ -386,8 +384,8 @@ using namespace declare;
 
 // clang-format off
 constexpr FunctionDeclaration kDateFunctions[] = {
-    {"TODAY", today, anyCount, numberArgRule, listed | volatileResult, "TODAY()", "Returns the current date."},
-    {"NOW", now, anyCount, numberArgRule, listed | volatileResult, "NOW()", "Returns the current date and time."},
+    {"TODAY", today, exactly(0), numberArgRule, listed | volatileResult, "TODAY()", "Returns the current date."},
+    {"NOW", now, exactly(0), numberArgRule, listed | volatileResult, "NOW()", "Returns the current date and time."},
     {"DATE", date, anyCount, numberArgRule, listed, "DATE(year, month, day)", "Creates a date from year, month, and day."},
     {"TIME", timeOfParts, anyCount, numberArgRule, listed, "TIME(hour, minute, second)", "Creates a time from hours, minutes, and seconds."},
     {"YEAR", year, anyCount, numberArgRule, listed, "YEAR(serial_number)", "Returns the year from a date."},

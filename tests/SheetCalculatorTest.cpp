@@ -45,6 +45,11 @@ const FunctionRegistry& testFunctions() {
             }
             return FormulaValue::array(std::move(out));
         });
+        // LET(name, value, …, body) — only its name binding matters here
+        static constexpr FunctionDeclaration kLet[] = {
+            {"LET", [](FunctionContext&) { return err(ErrorKind::invalidValue); }, declare::atLeast(3),
+             ArgumentRule::values, FunctionFlags::bindsNames}};
+        r.add(FunctionFamily::logical, kLet);
         return r;
     }();
     return registry;
