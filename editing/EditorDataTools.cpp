@@ -32,6 +32,7 @@
 #include "engine/Log.h"
 #include "engine/Recalculation.h"
 #include "functions/TextSupport.h"
+#include "functions/BuiltinFunctions.h"
 
 namespace sumora {
 
@@ -46,7 +47,7 @@ void refreshSheet(SumoraEditorView& editor, size_t index) {
     if (static_cast<int64_t>(index) == editor.activeSheetIndex)
         editor.recalculateAllFormulas();
     else if (index < editor.document.sheets.size())
-        recalculateSheet(editor.document, index);
+        recalculateSheet(editor.document, index, builtinFunctions());
 }
 
 // Stores `text` as a typed constant would be stored (no formula, computed text

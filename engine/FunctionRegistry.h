@@ -25,9 +25,6 @@ public:
     const FunctionEntry* find(std::string_view upperName) const;
     size_t size() const { return entries_.size(); }
 
-    // The table of every built-in family, built on first use.
-    static const FunctionRegistry& builtin();
-
 private:
     std::unordered_map<std::string, FunctionEntry> entries_;
 };

@@ -13,6 +13,7 @@
 #include "formats/FileErrors.h"
 #include "formats/OdsFormat.h"
 #include "formats/XlsxFormat.h"
+#include "functions/BuiltinFunctions.h"
 
 namespace sumora {
 
@@ -49,7 +50,7 @@ SumoraDocument openOds(const std::string& bytes) {
         SumoraDocument doc = SumoraDocument::empty();
         doc.sheets = readOdsSheets(bytes);
         if (doc.sheets.empty()) doc.sheets.push_back(SumoraDocument::makeNewSheet("Sheet 1"));
-        recalculateDocument(doc);
+        recalculateDocument(doc, builtinFunctions());
         return doc;
     } catch (const FileReadError&) {
         throw;

@@ -19,6 +19,7 @@
 #include "formats/XlsxWorkbookReader.h"
 #include "formats/XlsxWorksheetReader.h"
 #include "formats/ZipArchive.h"
+#include "functions/BuiltinFunctions.h"
 
 namespace sumora {
 
@@ -145,7 +146,7 @@ SumoraDocument readXlsxDocument(std::string_view bytes) {
     // Nothing above needs the package any more; release it before calculating.
     archive.reset();
     sharedStrings.reset();
-    recalculateDocument(document);
+    recalculateDocument(document, builtinFunctions());
     return document;
 }
 
