@@ -6,7 +6,8 @@
 #include "app/FontResolver.h"
 #include "document/ColumnLetters.h"
 #include "engine/FormulaValue.h"
-#include "functions/NumberFormat.h"
+#include "values/NumberFormat.h"
+#include "values/StrictNumber.h"
 
 namespace sumora::app {
 

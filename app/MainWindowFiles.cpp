@@ -16,7 +16,7 @@
 #include "app/RecentFiles.h"
 #include "app/Settings.h"
 #include "app/SheetGridView.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "engine/Recalculation.h"
 #include "formats/FileErrors.h"
 #include "functions/BuiltinFunctions.h"

@@ -15,7 +15,7 @@
 #include "document/SumoraDocument.h"
 #include "engine/FormulaParser.h"
 #include "engine/FormulaTokenizer.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "functions/BuiltinFunctions.h"
 
 namespace {

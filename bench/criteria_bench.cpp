@@ -7,7 +7,7 @@
 #include "document/SumoraDocument.h"
 #include "engine/FormulaEvaluator.h"
 #include "engine/FormulaParser.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "engine/WorkbookResolver.h"
 #include "functions/BuiltinFunctions.h"
 

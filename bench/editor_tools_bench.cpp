@@ -10,7 +10,7 @@
 
 #include "document/SumoraDocument.h"
 #include "editing/SumoraEditorView.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "engine/Recalculation.h"
 #include "functions/BuiltinFunctions.h"
 

@@ -23,7 +23,7 @@
 #include <vector>
 
 #include "engine/FunctionRegistry.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "engine/SheetCalculator.h"
 #include "functions/BuiltinFunctions.h"
 

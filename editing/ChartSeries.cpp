@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "engine/FormulaValue.h"
+#include "values/StrictNumber.h"
 
 namespace sumora {
 

@@ -7,8 +7,9 @@
 #include "engine/FormulaEvaluator.h"
 #include "engine/FormulaParser.h"
 #include "engine/WorkbookResolver.h"
-#include "functions/SerialDate.h"
+#include "values/SerialDate.h"
 #include "functions/BuiltinFunctions.h"
+#include "values/StrictNumber.h"
 
 namespace sumora {
 

@@ -18,8 +18,9 @@
 #include "editing/SumoraEditorView.h"
 #include "engine/FormulaAdjuster.h"
 #include "engine/FormulaValue.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "functions/FunctionCatalogue.h"
+#include "values/StrictNumber.h"
 
 namespace sumora {
 

@@ -29,10 +29,11 @@
 
 #include "editing/SumoraEditorView.h"
 #include "engine/FormulaValue.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "engine/Recalculation.h"
 #include "functions/TextSupport.h"
 #include "functions/BuiltinFunctions.h"
+#include "values/StrictNumber.h"
 
 namespace sumora {
 

@@ -8,7 +8,7 @@
 #include "engine/EvaluationCache.h"
 #include "engine/FormulaEvaluator.h"
 #include "engine/FormulaParser.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 
 namespace sumora {
 

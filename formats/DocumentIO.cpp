@@ -7,7 +7,7 @@
 #include <sstream>
 #include <unistd.h>
 
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "engine/Recalculation.h"
 #include "formats/CsvFormat.h"
 #include "formats/FileErrors.h"

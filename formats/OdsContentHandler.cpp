@@ -11,7 +11,7 @@
 #include <stdexcept>
 
 #include "document/ColumnLetters.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "formats/OdsFormulaTranslation.h"
 
 #if defined(__GLIBC__)

@@ -23,7 +23,7 @@
 #include <thread>
 #include <vector>
 
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "formats/OdsContentHandler.h"
 #include "formats/OdsFormat.h"
 #include "formats/OdsReader.h"

@@ -17,6 +17,7 @@
 #include "formats/OdsFormulaTranslation.h"
 #include "formats/XmlWriter.h"
 #include "formats/ZipArchive.h"
+#include "values/StrictNumber.h"
 
 namespace sumora {
 

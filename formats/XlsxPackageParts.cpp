@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "formats/FileErrors.h"
 #include "formats/XlsxCommentsWriter.h"
 #include "formats/XlsxSheetRulesWriter.h"

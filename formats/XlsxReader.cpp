@@ -7,7 +7,7 @@
 #include <memory>
 #include <optional>
 
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "engine/Recalculation.h"
 #include "formats/XlsxColors.h"
 #include "formats/XlsxCommentsReader.h"

@@ -2,7 +2,7 @@
 
 #include <unordered_set>
 
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "formats/XlsxPackage.h"
 #include "formats/ZipArchive.h"
 

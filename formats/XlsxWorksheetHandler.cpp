@@ -10,7 +10,7 @@
 
 #include "document/ColumnLetters.h"
 #include "document/Sheet.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "formats/XlsxColors.h"
 #include "formats/XlsxStylesReader.h"
 #include "formats/XlsxText.h"

@@ -7,7 +7,7 @@
 
 #include "document/ColumnLetters.h"
 #include "document/Sheet.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "formats/XlsxFormulaText.h"
 #include "formats/XlsxSharedStringsWriter.h"
 #include "formats/XlsxSheetRulesWriter.h"

@@ -6,6 +6,7 @@
 #include "document/ColumnLetters.h"
 #include "engine/FormulaValue.h"
 #include "formats/XmlWriter.h"
+#include "values/StrictNumber.h"
 
 namespace sumora::xlsx {
 

@@ -1,7 +1,7 @@
 #include "functions/FunctionCatalogue.h"
 
 #include "document/ColumnLetters.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 
 #include <unicode/locid.h>
 #include <unicode/uchar.h>

@@ -12,7 +12,7 @@
 
 #include "engine/FunctionContext.h"
 #include "engine/FunctionRegistry.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "functions/BaseConversions.h"
 #include "functions/MathSupport.h"
 

@@ -6,6 +6,7 @@
 
 #include "engine/FormulaTokenizer.h"
 #include "engine/WorkbookResolver.h"
+#include "values/StrictNumber.h"
 
 namespace sumora {
 

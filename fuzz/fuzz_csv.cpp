@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "formats/CsvFormat.h"
 #include "formats/FileErrors.h"
 

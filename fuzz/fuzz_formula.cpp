@@ -9,7 +9,7 @@
 #include "engine/FormulaEvaluator.h"
 #include "engine/FormulaParser.h"
 #include "engine/FormulaTokenizer.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "engine/WorkbookResolver.h"
 #include "functions/BuiltinFunctions.h"
 

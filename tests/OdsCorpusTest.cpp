@@ -9,7 +9,7 @@
 #include <functional>
 #include <sstream>
 
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "engine/Recalculation.h"
 #include "formats/DocumentIO.h"
 #include "formats/FileErrors.h"

@@ -14,7 +14,7 @@
 #include "engine/FormulaParser.h"
 #include "engine/FunctionContext.h"
 #include "engine/FunctionRegistry.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "engine/WorkbookResolver.h"
 
 namespace sumora {

@@ -20,6 +20,7 @@
 #include "engine/FormulaParser.h"
 #include "engine/WorkbookResolver.h"
 #include "functions/BuiltinFunctions.h"
+#include "values/StrictNumber.h"
 
 namespace sumora::test {
 

@@ -9,7 +9,7 @@
 #include <unistd.h>
 
 #include "XlsxTestSupport.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "engine/Recalculation.h"
 #include "formats/XlsxFormat.h"
 #include "functions/BuiltinFunctions.h"

@@ -12,12 +12,12 @@
 #include <unistd.h>
 
 #include "XlsxTestSupport.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "engine/Recalculation.h"
 #include "formats/DocumentIO.h"
 #include "formats/FileErrors.h"
 #include "formats/XlsxFormat.h"
-#include "functions/BuiltInNumberFormats.h"
+#include "values/BuiltInNumberFormats.h"
 #include "functions/BuiltinFunctions.h"
 
 namespace sumora {
