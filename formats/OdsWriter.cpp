@@ -75,6 +75,13 @@ void appendShortest(std::string& out, double x) {
     out.append(buffer, ec == std::errc() ? end : buffer);
 }
 
+// Three decimals with a point whatever the process locale ("2.540").
+void appendFixed3(std::string& out, double x) {
+    char buffer[400]; // room for every finite double
+    auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, x, std::chars_format::fixed, 3);
+    out.append(buffer, ec == std::errc() ? end : buffer);
+}
+
 std::string_view withoutHash(std::string_view colour) {
     if (!colour.empty() && colour.front() == '#') colour.remove_prefix(1);
     return colour;
@@ -233,12 +240,10 @@ void appendAutomaticStyles(std::string& out, const StyleTable& styles) {
         out += "</style:style>";
     }
     for (size_t i = 0; i < styles.widths().size(); ++i) {
-        char width[64];
-        std::snprintf(width, sizeof width, "%.3f", styles.widths()[i] * kWidthFactor);
         out += "<style:style style:name=\"co";
         appendInteger(out, static_cast<int64_t>(i + 1));
         out += "\" style:family=\"table-column\"><style:table-column-properties style:column-width=\"";
-        out += width;
+        appendFixed3(out, styles.widths()[i] * kWidthFactor);
         out += "cm\"/></style:style>";
     }
     out += "</office:automatic-styles>";
