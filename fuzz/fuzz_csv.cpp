@@ -9,6 +9,7 @@
 #include "values/Log.h"
 #include "formats/CsvFormat.h"
 #include "formats/FileErrors.h"
+#include "formats/Utf8.h"
 
 using namespace sumora;
 
