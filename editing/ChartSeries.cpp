@@ -5,6 +5,7 @@
 
 #include "engine/FormulaValue.h"
 #include "values/StrictNumber.h"
+#include "document/HexColor.h"
 
 namespace sumora {
 
@@ -17,8 +18,7 @@ std::optional<double> numberIn(const Sheet& sheet, int64_t row, int64_t col) {
 }
 
 std::string upperHex(std::string_view hex) {
-    if (!hex.empty() && hex.front() == '#') hex.remove_prefix(1);
-    std::string out(hex);
+    std::string out(withoutHash(hex));
     for (char& c : out)
         if (c >= 'a' && c <= 'f') c = static_cast<char>(c - 'a' + 'A');
     return out;

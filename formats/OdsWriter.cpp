@@ -18,6 +18,7 @@
 #include "formats/XmlWriter.h"
 #include "formats/ZipArchive.h"
 #include "values/StrictNumber.h"
+#include "document/HexColor.h"
 
 namespace sumora {
 
@@ -80,11 +81,6 @@ void appendFixed3(std::string& out, double x) {
     char buffer[400]; // room for every finite double
     auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, x, std::chars_format::fixed, 3);
     out.append(buffer, ec == std::errc() ? end : buffer);
-}
-
-std::string_view withoutHash(std::string_view colour) {
-    if (!colour.empty() && colour.front() == '#') colour.remove_prefix(1);
-    return colour;
 }
 
 // Whether a text already is a number as xsd:double writes it, so that it can
