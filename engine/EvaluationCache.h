@@ -11,7 +11,7 @@
 namespace sumora {
 
 class EvaluationCacheScope {
-public:
+  public:
     EvaluationCacheScope();
     ~EvaluationCacheScope();
     EvaluationCacheScope(const EvaluationCacheScope&) = delete;
@@ -27,12 +27,12 @@ public:
 // A cache kept for the duration of a scope. Listeners are per thread, as
 // scopes are.
 class EvaluationCacheListener {
-public:
+  public:
     virtual void cellWritten(int64_t col, int64_t row) = 0;
     // Everything cached must go: the outermost scope closed or clear() was called.
     virtual void clear() = 0;
 
-protected:
+  protected:
     ~EvaluationCacheListener() = default;
 };
 
