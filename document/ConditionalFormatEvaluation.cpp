@@ -37,12 +37,6 @@ ConditionalFormat withFill(ConditionalFormat f, std::string color) {
 
 } // namespace
 
-std::vector<std::string> collectRangeValues(const ConditionalFormatRule& rule, const Sheet& sheet) {
-    std::vector<std::string> out;
-    forEachRangeCell(rule, sheet, [&](std::string_view text) { out.emplace_back(text); });
-    return out;
-}
-
 std::vector<double> collectRangeNumbers(const ConditionalFormatRule& rule, const Sheet& sheet) {
     std::vector<double> out;
     forEachRangeCell(rule, sheet, [&](std::string_view text) {

@@ -448,10 +448,6 @@ size_t ODSWriter::CellStyleKeyHash::operator()(const CellStyleKey& k) const {
     return h;
 }
 
-std::string ODSWriter::esc(std::string_view text) {
-    return xmlEscape(text);
-}
-
 std::string ODSWriter::cellStyleProperties(const CellStyleKey& key) {
     std::string out = "<style:text-properties";
     if (key.bold) out += " fo:font-weight=\"bold\"";
