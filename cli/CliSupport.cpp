@@ -43,7 +43,8 @@ SumoraDocument openWorkbookForEditing(const std::string& path) {
     if (doc.sheets.empty()) doc.sheets.push_back(SumoraDocument::makeNewSheet("Sheet 1"));
     // XLSX and ODS come back recalculated from the open; CSV holds texts only,
     // and recalculating promotes its "=…" fields to formulas.
-    if (fileTypeForPath(path).value_or(FileType::csv) == FileType::csv) recalculateDocument(doc, builtinFunctions());
+    if (fileTypeForPath(path).value_or(FileType::csv) == FileType::csv)
+        recalculateDocument(doc, builtinFunctions());
     return doc;
 }
 

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "document/HexColor.h"
 #include "engine/FormulaValue.h"
 #include "values/StrictNumber.h"
-#include "document/HexColor.h"
 
 namespace sumora {
 

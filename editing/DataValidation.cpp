@@ -7,8 +7,8 @@
 #include "engine/FormulaEvaluator.h"
 #include "engine/FormulaParser.h"
 #include "engine/WorkbookResolver.h"
-#include "values/SerialDate.h"
 #include "functions/BuiltinFunctions.h"
+#include "values/SerialDate.h"
 #include "values/StrictNumber.h"
 
 namespace sumora {

@@ -18,8 +18,8 @@
 #include "editing/SumoraEditorView.h"
 #include "engine/FormulaAdjuster.h"
 #include "engine/FormulaValue.h"
-#include "values/Log.h"
 #include "functions/FunctionCatalogue.h"
+#include "values/Log.h"
 #include "values/StrictNumber.h"
 
 namespace sumora {

@@ -29,10 +29,10 @@
 
 #include "editing/SumoraEditorView.h"
 #include "engine/FormulaValue.h"
-#include "values/Log.h"
 #include "engine/Recalculation.h"
-#include "functions/TextSupport.h"
 #include "functions/BuiltinFunctions.h"
+#include "functions/TextSupport.h"
+#include "values/Log.h"
 #include "values/StrictNumber.h"
 
 namespace sumora {

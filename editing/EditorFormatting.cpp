@@ -4,8 +4,8 @@
 #include <utility>
 #include <vector>
 
-#include "editing/SumoraEditorView.h"
 #include "document/HexColor.h"
+#include "editing/SumoraEditorView.h"
 
 namespace sumora {
 

@@ -43,8 +43,9 @@ size_t newlineLength(std::string_view s, size_t i) {
 
 SumoraDocument readCsvDocument(std::string_view bytes) {
     if (!isValidUtf8(bytes))
-        throw FileReadError(FileReadError::Code::inapplicableEncoding,
-                            "The file couldn't be opened because the text encoding of its contents can't be determined.");
+        throw FileReadError(
+            FileReadError::Code::inapplicableEncoding,
+            "The file couldn't be opened because the text encoding of its contents can't be determined.");
     SumoraDocument doc = SumoraDocument::empty();
     Sheet sheet("Sheet 1", 0, 0);
     int64_t row = 0;

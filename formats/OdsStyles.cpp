@@ -3,8 +3,8 @@
 #include <charconv>
 #include <cmath>
 
-#include "formats/XmlReader.h"
 #include "document/HexColor.h"
+#include "formats/XmlReader.h"
 
 namespace sumora::ods {
 

@@ -10,6 +10,7 @@
 #include <thread>
 #include <unordered_map>
 
+#include "document/HexColor.h"
 #include "document/SumoraDocument.h"
 #include "engine/FormulaValue.h"
 #include "formats/FileErrors.h"
@@ -18,7 +19,6 @@
 #include "formats/XmlWriter.h"
 #include "formats/ZipArchive.h"
 #include "values/StrictNumber.h"
-#include "document/HexColor.h"
 
 namespace sumora {
 

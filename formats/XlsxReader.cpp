@@ -7,7 +7,6 @@
 #include <memory>
 #include <optional>
 
-#include "values/Log.h"
 #include "engine/Recalculation.h"
 #include "formats/XlsxColors.h"
 #include "formats/XlsxCommentsReader.h"
@@ -20,6 +19,7 @@
 #include "formats/XlsxWorksheetReader.h"
 #include "formats/ZipArchive.h"
 #include "functions/BuiltinFunctions.h"
+#include "values/Log.h"
 
 namespace sumora {
 

@@ -4,10 +4,10 @@
 #include <cmath>
 
 #include "document/ColumnLetters.h"
+#include "document/HexColor.h"
 #include "engine/FormulaValue.h"
 #include "formats/XmlWriter.h"
 #include "values/StrictNumber.h"
-#include "document/HexColor.h"
 
 namespace sumora::xlsx {
 

@@ -14,7 +14,8 @@ constexpr std::string_view replacementCharacter = "\xEF\xBF\xBD";
 // U+FFFE and U+FFFF are not XML characters.
 std::size_t validSequenceLength(std::string_view s, std::size_t i) {
     std::size_t length = utf8SequenceLength(s, i);
-    if (length == 3 && static_cast<unsigned char>(s[i]) == 0xEF && static_cast<unsigned char>(s[i + 1]) == 0xBF &&
+    if (length == 3 && static_cast<unsigned char>(s[i]) == 0xEF &&
+        static_cast<unsigned char>(s[i + 1]) == 0xBF &&
         (static_cast<unsigned char>(s[i + 2]) == 0xBE || static_cast<unsigned char>(s[i + 2]) == 0xBF))
         return 0;
     return length;

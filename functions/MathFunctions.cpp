@@ -12,9 +12,9 @@
 
 #include "engine/FunctionContext.h"
 #include "engine/FunctionRegistry.h"
-#include "values/Log.h"
 #include "functions/BaseConversions.h"
 #include "functions/MathSupport.h"
+#include "values/Log.h"
 
 namespace sumora {
 

@@ -3,11 +3,11 @@
 #include <cmath>
 
 #include "functions/ArgumentValues.h"
+#include "functions/TextFamily.h"
+#include "functions/TextSupport.h"
 #include "values/DecimalDigits.h"
 #include "values/NumberFormat.h"
 #include "values/SerialDate.h"
-#include "functions/TextFamily.h"
-#include "functions/TextSupport.h"
 #include "values/StrictNumber.h"
 
 namespace sumora::textfn {

@@ -7,7 +7,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/install-build-deps.sh
 bash scripts/install-test-deps.sh
-bash scripts/check-format.sh "${SUMORA_FORMAT_BASE:-HEAD~1}"
+bash scripts/check-format.sh
 bash scripts/build.sh
 (cd build && ctest --output-on-failure -j2)
 bash scripts/fuzz.sh 20
