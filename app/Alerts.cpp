@@ -3,7 +3,7 @@
 #include <QAbstractButton>
 #include <QMessageBox>
 
-#include "engine/Log.h"
+#include "values/Log.h"
 
 namespace sumora::app {
 

@@ -7,7 +7,7 @@
 #include <QtConcurrent/QtConcurrentRun>
 
 #include "document/SumoraDocument.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "formats/DocumentIO.h"
 
 namespace sumora::app {

@@ -6,12 +6,14 @@
 #include "app/FontResolver.h"
 #include "document/ColumnLetters.h"
 #include "engine/FormulaValue.h"
-#include "functions/NumberFormat.h"
+#include "values/NumberFormat.h"
+#include "values/StrictNumber.h"
+#include "document/HexColor.h"
 
 namespace sumora::app {
 
 QColor colorFromHex(std::string_view hex) {
-    if (!hex.empty() && hex.front() == '#') hex.remove_prefix(1);
+    hex = withoutHash(hex);
     if (hex.size() != 6) return {};
     bool ok = false;
     const uint rgb = QString::fromLatin1(hex.data(), static_cast<int>(hex.size())).toUInt(&ok, 16);

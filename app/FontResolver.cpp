@@ -3,7 +3,7 @@
 #include <QFontDatabase>
 #include <QFontInfo>
 
-#include "engine/Log.h"
+#include "values/Log.h"
 
 namespace sumora::app {
 

@@ -10,7 +10,7 @@
 #include "app/FontResolver.h"
 #include "app/Settings.h"
 #include "editing/SumoraEditorView.h"
-#include "functions/BuiltInNumberFormats.h"
+#include "values/BuiltInNumberFormats.h"
 
 namespace sumora::app {
 

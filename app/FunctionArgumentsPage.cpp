@@ -9,7 +9,7 @@
 #include <QVBoxLayout>
 
 #include "document/ColumnLetters.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "functions/FunctionCatalogue.h"
 
 namespace sumora::app {

@@ -13,6 +13,7 @@
 #include "editing/SheetOperations.h"
 #include "editing/SumoraEditorView.h"
 #include "engine/Recalculation.h"
+#include "functions/BuiltinFunctions.h"
 
 namespace sumora::app {
 
@@ -128,7 +129,7 @@ bool SheetTabBar::deleteSheet(size_t sheetIndex) {
     if (!sumora::deleteSheet(doc, sheetIndex)) return false;
     // References to the sheet now read "#REF!"; what depends on them follows.
     editor_.invalidateCalculators();
-    recalculateDocument(doc);
+    recalculateDocument(doc, builtinFunctions());
     size_t next = std::min(sheetIndex, doc.sheets.size() - 1);
     for (size_t i = 0; i < doc.sheets.size(); ++i)
         if (doc.sheets[i].id == activeId) next = i;

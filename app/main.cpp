@@ -18,7 +18,7 @@
 #include "app/DocumentWindows.h"
 #include "app/MainWindow.h"
 #include "app/SheetGridView.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 
 int main(int argc, char* argv[]) {
     QElapsedTimer launch;

@@ -15,7 +15,8 @@
 #include "document/SumoraDocument.h"
 #include "engine/FormulaParser.h"
 #include "engine/FormulaTokenizer.h"
-#include "engine/Log.h"
+#include "values/Log.h"
+#include "functions/BuiltinFunctions.h"
 
 namespace {
 
@@ -81,7 +82,7 @@ void BM_ParseShortFormulas(benchmark::State& state) {
     const auto& formulas = shortFormulas();
     size_t i = 0;
     for (auto _ : state) {
-        FormulaTree tree = parseFormula(formulas[i]);
+        FormulaTree tree = parseFormula(formulas[i], builtinFunctions());
         benchmark::DoNotOptimize(tree.root);
         if (++i == formulas.size()) i = 0;
     }

@@ -7,8 +7,9 @@
 #include "document/SumoraDocument.h"
 #include "engine/FormulaEvaluator.h"
 #include "engine/FormulaParser.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "engine/WorkbookResolver.h"
+#include "functions/BuiltinFunctions.h"
 
 namespace {
 
@@ -43,7 +44,7 @@ void evaluateRepeatedly(benchmark::State& state, const char* formula) {
     const SumoraDocument& doc = salesDocument();
     WorkbookResolver resolver(doc, 0, CellRef{10, 0, std::nullopt});
     FormulaEvaluator evaluator(resolver);
-    FormulaTree tree = parseFormula(formula);
+    FormulaTree tree = parseFormula(formula, builtinFunctions());
     for (auto _ : state) {
         FormulaValue v = evaluator.evaluate(tree);
         benchmark::DoNotOptimize(v);

@@ -12,7 +12,7 @@
 #include <string>
 
 #include "editing/SumoraEditorView.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 
 namespace {
 

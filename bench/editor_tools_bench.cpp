@@ -10,8 +10,9 @@
 
 #include "document/SumoraDocument.h"
 #include "editing/SumoraEditorView.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "engine/Recalculation.h"
+#include "functions/BuiltinFunctions.h"
 
 namespace {
 
@@ -40,7 +41,7 @@ const SumoraDocument& tableDocument() {
             put(sheet, row, 1, std::to_string((seed >> 20) % 100000));
             sheet.cellForWriting(row, 2).setFormula("B" + std::to_string(row + 1) + "*2");
         }
-        recalculateSheet(d, 0);
+        recalculateSheet(d, 0, builtinFunctions());
         return d;
     }();
     return doc;

@@ -14,6 +14,7 @@
 #include "engine/FormulaParser.h"
 #include "engine/WorkbookResolver.h"
 #include "functions/LookupCache.h"
+#include "functions/BuiltinFunctions.h"
 
 namespace {
 
@@ -47,7 +48,7 @@ std::vector<FormulaTree> lookups(int count, bool xlookup) {
         std::string f =
             xlookup ? "=XLOOKUP(\"item " + std::to_string(key) + "\",B1:B" + last + ",A1:A" + last + ")"
                     : "=VLOOKUP(" + std::to_string(key) + ",A1:B" + last + ",2,FALSE)";
-        trees.push_back(parseFormula(f));
+        trees.push_back(parseFormula(f, builtinFunctions()));
     }
     return trees;
 }
@@ -83,7 +84,7 @@ void BM_XLookupExact100Uncached(benchmark::State& state) {
 
 void evaluateOne(benchmark::State& state, const std::string& formula, size_t expectedRows) {
     const SumoraDocument& doc = table();
-    FormulaTree tree = parseFormula(formula);
+    FormulaTree tree = parseFormula(formula, builtinFunctions());
     for (auto _ : state) {
         WorkbookResolver resolver(doc, 0);
         FormulaEvaluator evaluator(resolver);

@@ -14,7 +14,7 @@
 #include <string>
 
 #include "editing/SumoraEditorView.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "macros/MacroRunner.h"
 
 namespace {

@@ -9,6 +9,7 @@
 #include "formats/CsvFormat.h"
 #include "formats/DocumentIO.h"
 #include "formats/FileErrors.h"
+#include "functions/BuiltinFunctions.h"
 
 namespace sumora::cli {
 
@@ -42,7 +43,8 @@ SumoraDocument openWorkbookForEditing(const std::string& path) {
     if (doc.sheets.empty()) doc.sheets.push_back(SumoraDocument::makeNewSheet("Sheet 1"));
     // XLSX and ODS come back recalculated from the open; CSV holds texts only,
     // and recalculating promotes its "=…" fields to formulas.
-    if (fileTypeForPath(path).value_or(FileType::csv) == FileType::csv) recalculateDocument(doc);
+    if (fileTypeForPath(path).value_or(FileType::csv) == FileType::csv)
+        recalculateDocument(doc, builtinFunctions());
     return doc;
 }
 

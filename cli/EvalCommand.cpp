@@ -3,6 +3,7 @@
 #include "cli/CliCommands.h"
 #include "document/SumoraDocument.h"
 #include "engine/Recalculation.h"
+#include "functions/BuiltinFunctions.h"
 
 namespace sumora::cli {
 
@@ -16,7 +17,7 @@ void addEvalCommand(CLI::App& app) {
         std::string_view text = *formula;
         if (!text.empty() && text.front() == '=') text.remove_prefix(1);
         doc.sheets[0].cellForWriting(0, 0).setFormula(text);
-        recalculateSheet(doc, 0);
+        recalculateSheet(doc, 0, builtinFunctions());
         std::cout << doc.sheets[0].cell(0, 0).displayValue() << '\n';
     });
 }

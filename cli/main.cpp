@@ -5,7 +5,7 @@
 #include <CLI/CLI.hpp>
 
 #include "cli/CliCommands.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 
 int main(int argc, char** argv) {
     CLI::App app{"Sumora spreadsheet engine, headless"};

@@ -1,24 +1,16 @@
 #include "document/ConditionalFormatEvaluation.h"
 
 #include <algorithm>
-#include <charconv>
 #include <numeric>
 
 #include <unicode/unistr.h>
 
 #include "document/SumoraDocument.h"
+#include "values/StrictNumber.h"
 
 namespace sumora {
 
 namespace {
-
-std::optional<double> strictNumber(std::string_view s) {
-    if (s.empty() || std::isspace(static_cast<unsigned char>(s.front()))) return std::nullopt;
-    double v;
-    auto [p, ec] = std::from_chars(s.data(), s.data() + s.size(), v);
-    if (ec != std::errc() || p != s.data() + s.size()) return std::nullopt;
-    return v;
-}
 
 std::string folded(std::string_view s) {
     icu::UnicodeString u = icu::UnicodeString::fromUTF8(icu::StringPiece(s.data(), static_cast<int32_t>(s.size())));
@@ -45,16 +37,10 @@ ConditionalFormat withFill(ConditionalFormat f, std::string color) {
 
 } // namespace
 
-std::vector<std::string> collectRangeValues(const ConditionalFormatRule& rule, const Sheet& sheet) {
-    std::vector<std::string> out;
-    forEachRangeCell(rule, sheet, [&](std::string_view text) { out.emplace_back(text); });
-    return out;
-}
-
 std::vector<double> collectRangeNumbers(const ConditionalFormatRule& rule, const Sheet& sheet) {
     std::vector<double> out;
     forEachRangeCell(rule, sheet, [&](std::string_view text) {
-        if (auto n = strictNumber(text)) out.push_back(*n);
+        if (auto n = parseStrictNumber(text)) out.push_back(*n);
     });
     return out;
 }
@@ -64,7 +50,7 @@ const ConditionalFormatEvaluator::RangeSummary& ConditionalFormatEvaluator::summ
     if (it != summaries_.end()) return it->second;
     RangeSummary s;
     forEachRangeCell(rule, sheet_, [&](std::string_view text) {
-        if (auto n = strictNumber(text)) s.sortedNumbers.push_back(*n);
+        if (auto n = parseStrictNumber(text)) s.sortedNumbers.push_back(*n);
         if (!text.empty()) ++s.textCounts[folded(text)];
     });
     std::sort(s.sortedNumbers.begin(), s.sortedNumbers.end());
@@ -77,7 +63,7 @@ std::optional<ConditionalFormat> ConditionalFormatEvaluator::evaluateRule(const 
                                                                           int64_t row) {
     if (!inRule(rule, col, row)) return std::nullopt;
     std::string_view text = sheet_.cell(row, col).displayValue();
-    std::optional<double> number = strictNumber(text);
+    std::optional<double> number = parseStrictNumber(text);
     auto when = [&](bool matched) { return matched ? std::optional<ConditionalFormat>(rule.format) : std::nullopt; };
     auto textTest = [&](auto test) {
         std::string hay = folded(text);
@@ -152,7 +138,7 @@ std::optional<ConditionalFormat> ConditionalFormatEvaluator::evaluateRule(const 
 
 std::optional<double> ConditionalFormatEvaluator::dataBarFraction(const ConditionalFormatRule& rule, int64_t col, int64_t row) {
     if (!std::holds_alternative<rule::DataBar>(rule.ruleType) || !inRule(rule, col, row)) return std::nullopt;
-    auto number = strictNumber(sheet_.cell(row, col).displayValue());
+    auto number = parseStrictNumber(sheet_.cell(row, col).displayValue());
     const auto& nums = summary(rule).sortedNumbers;
     if (!number || nums.empty()) return std::nullopt;
     double lo = std::min(0.0, nums.front()), hi = nums.back();

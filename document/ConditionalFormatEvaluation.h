@@ -13,10 +13,8 @@
 
 namespace sumora {
 
-// The display texts of the rule's range, row-major (cells beyond the grid
-// are left out).
-std::vector<std::string> collectRangeValues(const ConditionalFormatRule& rule, const Sheet& sheet);
-// The numbers among them (texts that read strictly as numbers).
+// The numbers among the display texts of the rule's range, row-major (cells
+// beyond the grid are left out; texts read as formulas read them).
 std::vector<double> collectRangeNumbers(const ConditionalFormatRule& rule, const Sheet& sheet);
 
 class ConditionalFormatEvaluator {

@@ -1,4 +1,5 @@
 #include "document/SumoraDocument.h"
+#include "document/HexColor.h"
 
 #include <algorithm>
 #include <cmath>
@@ -54,7 +55,7 @@ struct Rgb {
     double r, g, b;
 };
 Rgb parseHex(std::string_view s) {
-    if (!s.empty() && s.front() == '#') s.remove_prefix(1);
+    s = withoutHash(s);
     // Hexadecimal digits only (an optional "+" aside): "0x" prefixes, blanks
     // and values beyond 32 bits count as black, as an unparseable text does.
     std::string_view digits = !s.empty() && s.front() == '+' ? s.substr(1) : s;

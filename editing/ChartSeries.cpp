@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "document/HexColor.h"
 #include "engine/FormulaValue.h"
+#include "values/StrictNumber.h"
 
 namespace sumora {
 
@@ -16,8 +18,7 @@ std::optional<double> numberIn(const Sheet& sheet, int64_t row, int64_t col) {
 }
 
 std::string upperHex(std::string_view hex) {
-    if (!hex.empty() && hex.front() == '#') hex.remove_prefix(1);
-    std::string out(hex);
+    std::string out(withoutHash(hex));
     for (char& c : out)
         if (c >= 'a' && c <= 'f') c = static_cast<char>(c - 'a' + 'A');
     return out;

@@ -7,7 +7,9 @@
 #include "engine/FormulaEvaluator.h"
 #include "engine/FormulaParser.h"
 #include "engine/WorkbookResolver.h"
-#include "functions/SerialDate.h"
+#include "functions/BuiltinFunctions.h"
+#include "values/SerialDate.h"
+#include "values/StrictNumber.h"
 
 namespace sumora {
 
@@ -60,7 +62,7 @@ class CandidateResolver : public WorkbookResolver {
 
 FormulaValue evaluateAt(const SumoraDocument& document, std::string_view formula, CellResolver& resolver) {
     try {
-        FormulaTree tree = parseFormula(formula, nullptr, [&document](std::string_view name) {
+        FormulaTree tree = parseFormula(formula, builtinFunctions(), [&document](std::string_view name) {
             return findNamedRange(document.namedRanges, name).has_value();
         });
         FormulaEvaluator evaluator(resolver);

@@ -18,8 +18,9 @@
 #include "editing/SumoraEditorView.h"
 #include "engine/FormulaAdjuster.h"
 #include "engine/FormulaValue.h"
-#include "engine/Log.h"
 #include "functions/FunctionCatalogue.h"
+#include "values/Log.h"
+#include "values/StrictNumber.h"
 
 namespace sumora {
 
@@ -222,7 +223,6 @@ void SumoraEditorView::setCellValue(CellPosition address, std::string_view value
         return;
     }
     if (address.col < 0 || address.row < 0) return;
-    const auto sheetIndex = static_cast<size_t>(activeSheetIndex);
     const int64_t col = address.col, row = address.row;
     document.ensureGridSize(activeSheetIndex, row + 1, col + 1);
     if (sheet->isProtected && sheet->cell(row, col).isLocked()) return;

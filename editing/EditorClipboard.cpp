@@ -11,6 +11,7 @@
 #include "editing/SumoraEditorView.h"
 #include "engine/FormulaAdjuster.h"
 #include "engine/FormulaValue.h"
+#include "values/StrictNumber.h"
 
 namespace sumora {
 

@@ -29,9 +29,11 @@
 
 #include "editing/SumoraEditorView.h"
 #include "engine/FormulaValue.h"
-#include "engine/Log.h"
 #include "engine/Recalculation.h"
+#include "functions/BuiltinFunctions.h"
 #include "functions/TextSupport.h"
+#include "values/Log.h"
+#include "values/StrictNumber.h"
 
 namespace sumora {
 
@@ -46,7 +48,7 @@ void refreshSheet(SumoraEditorView& editor, size_t index) {
     if (static_cast<int64_t>(index) == editor.activeSheetIndex)
         editor.recalculateAllFormulas();
     else if (index < editor.document.sheets.size())
-        recalculateSheet(editor.document, index);
+        recalculateSheet(editor.document, index, builtinFunctions());
 }
 
 // Stores `text` as a typed constant would be stored (no formula, computed text

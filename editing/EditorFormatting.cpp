@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "document/HexColor.h"
 #include "editing/SumoraEditorView.h"
 
 namespace sumora {
@@ -101,7 +102,7 @@ namespace {
 
 // Colours are stored as six hexadecimal digits; a leading "#" is accepted.
 std::optional<std::string> storedColor(std::optional<std::string> hex) {
-    if (hex && !hex->empty() && hex->front() == '#') hex->erase(0, 1);
+    if (hex) *hex = std::string(withoutHash(*hex));
     return hex;
 }
 

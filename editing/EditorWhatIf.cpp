@@ -19,6 +19,7 @@
 #include "document/ColumnLetters.h"
 #include "editing/SumoraEditorView.h"
 #include "engine/FormulaValue.h"
+#include "values/StrictNumber.h"
 
 namespace sumora {
 

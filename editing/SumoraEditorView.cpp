@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "engine/SheetCalculator.h"
+#include "functions/BuiltinFunctions.h"
 
 namespace sumora {
 
@@ -35,7 +36,8 @@ SheetCalculator& SumoraEditorView::calculator(size_t sheetIndex) {
     // this index; what the old calculator learnt is about the wrong cells.
     const std::string& id = document.sheets[sheetIndex].id;
     if (!calculators_[sheetIndex] || calculatorSheetIds_[sheetIndex] != id) {
-        calculators_[sheetIndex] = std::make_unique<SheetCalculator>(document, sheetIndex);
+        calculators_[sheetIndex] =
+            std::make_unique<SheetCalculator>(document, sheetIndex, builtinFunctions());
         calculatorSheetIds_[sheetIndex] = id;
     }
     return *calculators_[sheetIndex];

@@ -1,4 +1,5 @@
 #include "engine/CellResolver.h"
+#include "values/StrictNumber.h"
 
 #include <strings.h>
 

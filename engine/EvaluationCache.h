@@ -4,13 +4,14 @@
 // for one pass — promises that until it closes, cells change only where it
 // reports them with cellWritten, and that every resolver used inside lives
 // until it closes. Outside a scope nothing is cached, which is always correct.
-// Defined with the caches it governs, in functions/.
+// The caches themselves live with the function families that keep them; they
+// subscribe here to hear of writes and of the outermost scope closing.
 #include <cstdint>
 
 namespace sumora {
 
 class EvaluationCacheScope {
-public:
+  public:
     EvaluationCacheScope();
     ~EvaluationCacheScope();
     EvaluationCacheScope(const EvaluationCacheScope&) = delete;
@@ -22,5 +23,21 @@ public:
     static void clear();
     static bool isOpen();
 };
+
+// A cache kept for the duration of a scope. Listeners are per thread, as
+// scopes are.
+class EvaluationCacheListener {
+  public:
+    virtual void cellWritten(int64_t col, int64_t row) = 0;
+    // Everything cached must go: the outermost scope closed or clear() was called.
+    virtual void clear() = 0;
+
+  protected:
+    ~EvaluationCacheListener() = default;
+};
+
+// Subscribes a listener on the calling thread until it unsubscribes.
+void addEvaluationCacheListener(EvaluationCacheListener& listener);
+void removeEvaluationCacheListener(EvaluationCacheListener& listener);
 
 } // namespace sumora

@@ -32,9 +32,9 @@ struct FormulaParser::NestingGuard {
     ~NestingGuard() { --parser.nesting_; }
 };
 
-FormulaParser::FormulaParser(std::vector<Token> tokens, const FunctionRegistry* registry,
+FormulaParser::FormulaParser(std::vector<Token> tokens, const FunctionRegistry& registry,
                              std::function<bool(std::string_view)> isWorkbookName)
-    : tokens_(std::move(tokens)), registry_(registry ? registry : &FunctionRegistry::builtin()),
+    : tokens_(std::move(tokens)), registry_(&registry),
       isWorkbookName_(std::move(isWorkbookName)) {}
 
 int FormulaParser::precedence(std::string_view op) {
@@ -257,7 +257,7 @@ uint32_t FormulaParser::parsePrimary() {
     }
 }
 
-FormulaTree parseFormula(std::string_view formula, const FunctionRegistry* registry,
+FormulaTree parseFormula(std::string_view formula, const FunctionRegistry& registry,
                          std::function<bool(std::string_view)> isWorkbookName) {
     if (!formula.empty() && formula.front() == '=') formula.remove_prefix(1);
     FormulaParser parser(FormulaTokenizer(formula).tokenize(), registry, std::move(isWorkbookName));

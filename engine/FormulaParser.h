@@ -35,7 +35,7 @@ class FormulaParser {
 public:
     // isWorkbookName answers whether an upper-cased bare name is a workbook
     // named range; without it every bare name outside LET is an error.
-    FormulaParser(std::vector<Token> tokens, const FunctionRegistry* registry = nullptr,
+    FormulaParser(std::vector<Token> tokens, const FunctionRegistry& registry,
                   std::function<bool(std::string_view)> isWorkbookName = {});
 
     // Parses one expression; throws FormulaParseError.
@@ -64,8 +64,9 @@ private:
     FormulaTree tree_;
 };
 
-// Strips one leading "=", tokenizes and parses; throws FormulaParseError.
-FormulaTree parseFormula(std::string_view formula, const FunctionRegistry* registry = nullptr,
+// Strips one leading "=", tokenizes and parses against the caller's function
+// table; throws FormulaParseError.
+FormulaTree parseFormula(std::string_view formula, const FunctionRegistry& registry,
                          std::function<bool(std::string_view)> isWorkbookName = {});
 
 } // namespace sumora

@@ -9,6 +9,7 @@
 
 #include "document/ColumnLetters.h"
 #include "engine/FormulaValue.h"
+#include "values/StrictNumber.h"
 
 namespace sumora {
 

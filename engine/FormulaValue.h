@@ -112,10 +112,6 @@ private:
     std::variant<double, std::string, Bool, FormulaError, std::shared_ptr<const ValueRows>, std::monostate> v_;
 };
 
-// The number a text spells, read as C strtod reads it in the POSIX locale,
-// consuming the whole text; leading white space or an empty text gives none.
-std::optional<double> parseStrictNumber(std::string_view text);
-
 // Text form of a number: "%g" for whole numbers below 10^15 in magnitude,
 // otherwise the shortest text that reads back as the same double.
 std::string numberDescription(double x);

@@ -1,6 +1,6 @@
 #include "engine/FunctionRegistry.h"
 
-#include "engine/Log.h"
+#include "values/Log.h"
 
 namespace sumora {
 

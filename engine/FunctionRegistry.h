@@ -31,9 +31,6 @@ class FunctionRegistry {
     // Every declaration in registration order.
     const std::vector<const FunctionDeclaration*>& declarations() const { return order_; }
 
-    // The table of every built-in family, built on first use.
-    static const FunctionRegistry& builtin();
-
   private:
     void insert(FunctionDeclaration declaration);
 

@@ -7,9 +7,11 @@
 
 namespace sumora {
 
-// Recalculates every formula of one sheet.
-void recalculateSheet(SumoraDocument& document, size_t sheetIndex);
+class FunctionRegistry;
+
+// Recalculates every formula of one sheet, parsing against `registry`.
+void recalculateSheet(SumoraDocument& document, size_t sheetIndex, const FunctionRegistry& registry);
 // Recalculates every sheet, in tab order.
-void recalculateDocument(SumoraDocument& document);
+void recalculateDocument(SumoraDocument& document, const FunctionRegistry& registry);
 
 } // namespace sumora

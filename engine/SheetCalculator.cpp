@@ -8,7 +8,7 @@
 #include "engine/EvaluationCache.h"
 #include "engine/FormulaEvaluator.h"
 #include "engine/FormulaParser.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 
 namespace sumora {
 
@@ -46,7 +46,7 @@ const std::string& spillText() {
 } // namespace
 
 SheetCalculator::SheetCalculator(SumoraDocument& document, size_t sheetIndex,
-                                 const FunctionRegistry* registry)
+                                 const FunctionRegistry& registry)
     : document_(document), sheetIndex_(sheetIndex), registry_(registry), direct_(document, sheetIndex) {
     if (sheetIndex >= document.sheets.size())
         throw std::out_of_range("SheetCalculator: the document has no sheet number " +

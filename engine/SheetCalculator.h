@@ -33,10 +33,10 @@ class FunctionRegistry;
 
 class SheetCalculator : public CellResolver {
   public:
-    // `registry` is the function table formulas are parsed against (the
-    // built-in one when null). Other sheets and the workbook's named ranges
+    // `registry` is the function table formulas are parsed against; it must
+    // outlive the calculator. Other sheets and the workbook's named ranges
     // are read through the document.
-    SheetCalculator(SumoraDocument& document, size_t sheetIndex, const FunctionRegistry* registry = nullptr);
+    SheetCalculator(SumoraDocument& document, size_t sheetIndex, const FunctionRegistry& registry);
     ~SheetCalculator() override;
     SheetCalculator(const SheetCalculator&) = delete;
     SheetCalculator& operator=(const SheetCalculator&) = delete;
@@ -100,7 +100,7 @@ class SheetCalculator : public CellResolver {
 
     SumoraDocument& document_;
     size_t sheetIndex_;
-    const FunctionRegistry* registry_;
+    const FunctionRegistry& registry_;
     std::function<bool(std::string_view)> isWorkbookName_;
     WorkbookResolver direct_; // reads of other sheets
 

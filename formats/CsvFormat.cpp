@@ -1,6 +1,7 @@
 #include "formats/CsvFormat.h"
 
 #include "formats/FileErrors.h"
+#include "formats/Utf8.h"
 
 namespace sumora {
 
@@ -23,42 +24,6 @@ std::vector<std::string> parseCSVLine(std::string_view line) {
     return fields;
 }
 
-bool isValidUtf8(std::string_view s) {
-    size_t i = 0, n = s.size();
-    while (i < n) {
-        auto c = static_cast<unsigned char>(s[i]);
-        if (c < 0x80) {
-            ++i;
-            continue;
-        }
-        size_t len;
-        uint32_t cp;
-        if ((c & 0xE0) == 0xC0) {
-            len = 2;
-            cp = c & 0x1F;
-        } else if ((c & 0xF0) == 0xE0) {
-            len = 3;
-            cp = c & 0x0F;
-        } else if ((c & 0xF8) == 0xF0) {
-            len = 4;
-            cp = c & 0x07;
-        } else {
-            return false;
-        }
-        if (i + len > n) return false;
-        for (size_t k = 1; k < len; ++k) {
-            auto d = static_cast<unsigned char>(s[i + k]);
-            if ((d & 0xC0) != 0x80) return false;
-            cp = (cp << 6) | (d & 0x3F);
-        }
-        if ((len == 2 && cp < 0x80) || (len == 3 && cp < 0x800) || (len == 4 && (cp < 0x10000 || cp > 0x10FFFF)) ||
-            (cp >= 0xD800 && cp <= 0xDFFF))
-            return false;
-        i += len;
-    }
-    return true;
-}
-
 namespace {
 
 // Length of a line separator starting at i: LF, VT, FF, CR, NEL, LS, PS each
@@ -78,8 +43,9 @@ size_t newlineLength(std::string_view s, size_t i) {
 
 SumoraDocument readCsvDocument(std::string_view bytes) {
     if (!isValidUtf8(bytes))
-        throw FileReadError(FileReadError::Code::inapplicableEncoding,
-                            "The file couldn't be opened because the text encoding of its contents can't be determined.");
+        throw FileReadError(
+            FileReadError::Code::inapplicableEncoding,
+            "The file couldn't be opened because the text encoding of its contents can't be determined.");
     SumoraDocument doc = SumoraDocument::empty();
     Sheet sheet("Sheet 1", 0, 0);
     int64_t row = 0;

@@ -18,6 +18,4 @@ std::string writeCsv(const SumoraDocument& document);
 // One CSV field as the writer writes it (quoted when it holds , " or LF).
 void appendCsvField(std::string& out, std::string_view text);
 
-bool isValidUtf8(std::string_view bytes);
-
 } // namespace sumora

@@ -7,12 +7,13 @@
 #include <sstream>
 #include <unistd.h>
 
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "engine/Recalculation.h"
 #include "formats/CsvFormat.h"
 #include "formats/FileErrors.h"
 #include "formats/OdsFormat.h"
 #include "formats/XlsxFormat.h"
+#include "functions/BuiltinFunctions.h"
 
 namespace sumora {
 
@@ -49,7 +50,7 @@ SumoraDocument openOds(const std::string& bytes) {
         SumoraDocument doc = SumoraDocument::empty();
         doc.sheets = readOdsSheets(bytes);
         if (doc.sheets.empty()) doc.sheets.push_back(SumoraDocument::makeNewSheet("Sheet 1"));
-        recalculateDocument(doc);
+        recalculateDocument(doc, builtinFunctions());
         return doc;
     } catch (const FileReadError&) {
         throw;

@@ -11,8 +11,8 @@
 #include <stdexcept>
 
 #include "document/ColumnLetters.h"
-#include "engine/Log.h"
 #include "formats/OdsFormulaTranslation.h"
+#include "values/Log.h"
 
 #if defined(__GLIBC__)
 #include <malloc.h>

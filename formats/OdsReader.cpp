@@ -23,11 +23,11 @@
 #include <thread>
 #include <vector>
 
-#include "engine/Log.h"
 #include "formats/OdsContentHandler.h"
 #include "formats/OdsFormat.h"
 #include "formats/OdsReader.h"
 #include "formats/ZipArchive.h"
+#include "values/Log.h"
 
 namespace sumora {
 

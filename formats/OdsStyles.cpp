@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cmath>
 
+#include "document/HexColor.h"
 #include "formats/XmlReader.h"
 
 namespace sumora::ods {
@@ -20,11 +21,6 @@ std::optional<std::pair<double, std::string_view>> splitNumber(std::string_view 
     auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (ec != std::errc() || !std::isfinite(value)) return std::nullopt;
     return std::pair{value, text.substr(static_cast<size_t>(end - text.data()))};
-}
-
-std::string withoutHash(std::string_view colour) {
-    if (!colour.empty() && colour.front() == '#') colour.remove_prefix(1);
-    return std::string(colour);
 }
 
 // Font families with spaces are quoted in the markup: "'DejaVu Sans'".
@@ -125,10 +121,10 @@ void StyleCollector::properties(std::string_view name, const XmlAttributes& a) {
                 else if (auto cm = centimetresFromLength(*size))
                     currentStyle_.fontSize = *cm * 72 / 2.54;
             }
-            if (auto colour = a.get("color")) currentStyle_.fontColor = withoutHash(*colour);
+            if (auto colour = a.get("color")) currentStyle_.fontColor = std::string(withoutHash(*colour));
         } else if (name == "table-cell-properties") {
             if (auto fill = a.get("background-color"); fill && *fill != "transparent")
-                currentStyle_.fillColor = withoutHash(*fill);
+                currentStyle_.fillColor = std::string(withoutHash(*fill));
             if (a.get("repeat-content") == std::optional<std::string_view>("true"))
                 currentStyle_.alignment = "fill";
         } else if (name == "paragraph-properties") {

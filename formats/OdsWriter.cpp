@@ -10,6 +10,7 @@
 #include <thread>
 #include <unordered_map>
 
+#include "document/HexColor.h"
 #include "document/SumoraDocument.h"
 #include "engine/FormulaValue.h"
 #include "formats/FileErrors.h"
@@ -17,6 +18,7 @@
 #include "formats/OdsFormulaTranslation.h"
 #include "formats/XmlWriter.h"
 #include "formats/ZipArchive.h"
+#include "values/StrictNumber.h"
 
 namespace sumora {
 
@@ -74,9 +76,11 @@ void appendShortest(std::string& out, double x) {
     out.append(buffer, ec == std::errc() ? end : buffer);
 }
 
-std::string_view withoutHash(std::string_view colour) {
-    if (!colour.empty() && colour.front() == '#') colour.remove_prefix(1);
-    return colour;
+// Three decimals with a point whatever the process locale ("2.540").
+void appendFixed3(std::string& out, double x) {
+    char buffer[400]; // room for every finite double
+    auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, x, std::chars_format::fixed, 3);
+    out.append(buffer, ec == std::errc() ? end : buffer);
 }
 
 // Whether a text already is a number as xsd:double writes it, so that it can
@@ -232,12 +236,10 @@ void appendAutomaticStyles(std::string& out, const StyleTable& styles) {
         out += "</style:style>";
     }
     for (size_t i = 0; i < styles.widths().size(); ++i) {
-        char width[64];
-        std::snprintf(width, sizeof width, "%.3f", styles.widths()[i] * kWidthFactor);
         out += "<style:style style:name=\"co";
         appendInteger(out, static_cast<int64_t>(i + 1));
         out += "\" style:family=\"table-column\"><style:table-column-properties style:column-width=\"";
-        out += width;
+        appendFixed3(out, styles.widths()[i] * kWidthFactor);
         out += "cm\"/></style:style>";
     }
     out += "</office:automatic-styles>";
@@ -444,10 +446,6 @@ size_t ODSWriter::CellStyleKeyHash::operator()(const CellStyleKey& k) const {
     mix(static_cast<size_t>(k.bold) | static_cast<size_t>(k.italic) << 1 |
         static_cast<size_t>(k.underline) << 2 | static_cast<size_t>(k.strike) << 3);
     return h;
-}
-
-std::string ODSWriter::esc(std::string_view text) {
-    return xmlEscape(text);
 }
 
 std::string ODSWriter::cellStyleProperties(const CellStyleKey& key) {

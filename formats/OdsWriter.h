@@ -43,8 +43,6 @@ class ODSWriter {
     // Stamped with `now` (creation and modification are the same moment).
     static std::string metaXML(std::time_t now = std::time(nullptr));
     static std::string cellStyleProperties(const CellStyleKey& key);
-    // The XML special characters escaped, the apostrophe as "&apos;".
-    static std::string esc(std::string_view text);
 };
 
 } // namespace sumora

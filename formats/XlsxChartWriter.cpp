@@ -9,6 +9,7 @@
 #include "engine/FormulaValue.h"
 #include "formats/XlsxWriterText.h"
 #include "formats/XmlWriter.h"
+#include "values/StrictNumber.h"
 
 namespace sumora::xlsx {
 

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
-#include "engine/Log.h"
 #include "formats/FileErrors.h"
 #include "formats/XlsxCommentsWriter.h"
 #include "formats/XlsxSheetRulesWriter.h"
 #include "formats/XlsxWriterText.h"
 #include "formats/XmlWriter.h"
+#include "values/Log.h"
 
 namespace sumora::xlsx {
 

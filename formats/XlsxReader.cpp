@@ -7,7 +7,6 @@
 #include <memory>
 #include <optional>
 
-#include "engine/Log.h"
 #include "engine/Recalculation.h"
 #include "formats/XlsxColors.h"
 #include "formats/XlsxCommentsReader.h"
@@ -19,6 +18,8 @@
 #include "formats/XlsxWorkbookReader.h"
 #include "formats/XlsxWorksheetReader.h"
 #include "formats/ZipArchive.h"
+#include "functions/BuiltinFunctions.h"
+#include "values/Log.h"
 
 namespace sumora {
 
@@ -145,7 +146,7 @@ SumoraDocument readXlsxDocument(std::string_view bytes) {
     // Nothing above needs the package any more; release it before calculating.
     archive.reset();
     sharedStrings.reset();
-    recalculateDocument(document);
+    recalculateDocument(document, builtinFunctions());
     return document;
 }
 

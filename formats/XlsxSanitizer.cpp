@@ -2,9 +2,9 @@
 
 #include <unordered_set>
 
-#include "engine/Log.h"
 #include "formats/XlsxPackage.h"
 #include "formats/ZipArchive.h"
+#include "values/Log.h"
 
 namespace sumora::xlsx {
 

@@ -9,7 +9,7 @@
 #include "formats/XlsxStylesWriter.h"
 #include "formats/XlsxWriterText.h"
 #include "formats/XmlWriter.h"
-#include "functions/SerialDate.h"
+#include "values/SerialDate.h"
 
 namespace sumora::xlsx {
 

@@ -6,8 +6,8 @@
 #include "formats/XlsxColors.h"
 #include "formats/XlsxText.h"
 #include "formats/XmlReader.h"
-#include "functions/BuiltInNumberFormats.h"
-#include "functions/NumberFormat.h"
+#include "values/BuiltInNumberFormats.h"
+#include "values/NumberFormat.h"
 
 namespace sumora::xlsx {
 

@@ -5,7 +5,7 @@
 
 #include "formats/XlsxWriterText.h"
 #include "formats/XmlWriter.h"
-#include "functions/BuiltInNumberFormats.h"
+#include "values/BuiltInNumberFormats.h"
 
 namespace sumora::xlsx {
 

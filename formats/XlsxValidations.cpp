@@ -6,7 +6,7 @@
 #include "formats/XlsxText.h"
 #include "formats/XlsxWorksheetReader.h"
 #include "formats/XmlWriter.h"
-#include "functions/SerialDate.h"
+#include "values/SerialDate.h"
 
 namespace sumora::xlsx {
 

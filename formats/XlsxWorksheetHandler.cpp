@@ -10,11 +10,11 @@
 
 #include "document/ColumnLetters.h"
 #include "document/Sheet.h"
-#include "engine/Log.h"
 #include "formats/XlsxColors.h"
 #include "formats/XlsxStylesReader.h"
 #include "formats/XlsxText.h"
 #include "formats/XlsxUnits.h"
+#include "values/Log.h"
 
 namespace sumora::xlsx {
 

@@ -25,7 +25,7 @@
 #include "formats/XlsxText.h"
 #include "formats/XlsxWorksheetHandler.h"
 #include "formats/ZipArchive.h"
-#include "functions/SerialDate.h"
+#include "values/SerialDate.h"
 
 namespace sumora::xlsx {
 

@@ -7,7 +7,6 @@
 
 #include "document/ColumnLetters.h"
 #include "document/Sheet.h"
-#include "engine/Log.h"
 #include "formats/XlsxFormulaText.h"
 #include "formats/XlsxSharedStringsWriter.h"
 #include "formats/XlsxSheetRulesWriter.h"
@@ -15,6 +14,7 @@
 #include "formats/XlsxUnits.h"
 #include "formats/XlsxWriterText.h"
 #include "formats/XmlWriter.h"
+#include "values/Log.h"
 
 namespace sumora::xlsx {
 

@@ -4,8 +4,10 @@
 #include <cmath>
 
 #include "document/ColumnLetters.h"
+#include "document/HexColor.h"
 #include "engine/FormulaValue.h"
 #include "formats/XmlWriter.h"
+#include "values/StrictNumber.h"
 
 namespace sumora::xlsx {
 
@@ -121,18 +123,7 @@ std::string formulaSheetName(std::string_view name) {
 }
 
 std::string hexColor(std::string_view text) {
-    if (!text.empty() && text.front() == '#') text.remove_prefix(1);
-    if (!std::all_of(text.begin(), text.end(), isHexDigit)) return "000000";
-    std::string hex;
-    if (text.size() == 6)
-        hex = std::string(text);
-    else if (text.size() == 8)
-        hex = std::string(text.substr(2));
-    else if (text.size() == 3)
-        hex = {text[0], text[0], text[1], text[1], text[2], text[2]};
-    else
-        return "000000";
-    return hex;
+    return sixDigitHexColor(text).value_or("000000");
 }
 
 bool isXmlNumber(std::string_view text) {

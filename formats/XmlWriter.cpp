@@ -2,41 +2,22 @@
 
 #include <cassert>
 
+#include "formats/Utf8.h"
+
 namespace sumora {
 
 namespace {
 
 constexpr std::string_view replacementCharacter = "\xEF\xBF\xBD";
 
-bool isContinuation(unsigned char c) {
-    return (c & 0xC0) == 0x80;
-}
-
-// Length of the well-formed UTF-8 sequence at `i` that XML may carry, or 0.
+// Length of the well-formed UTF-8 sequence at `i` that XML may carry, or 0:
+// U+FFFE and U+FFFF are not XML characters.
 std::size_t validSequenceLength(std::string_view s, std::size_t i) {
-    auto at = [&](std::size_t k) { return static_cast<unsigned char>(s[i + k]); };
-    unsigned char lead = at(0);
-    std::size_t length;
-    unsigned char low = 0x80, high = 0xBF; // allowed range of the second byte
-    if (lead >= 0xC2 && lead <= 0xDF) {
-        length = 2;
-    } else if (lead >= 0xE0 && lead <= 0xEF) {
-        length = 3;
-        if (lead == 0xE0) low = 0xA0;  // overlong
-        if (lead == 0xED) high = 0x9F; // surrogates
-    } else if (lead >= 0xF0 && lead <= 0xF4) {
-        length = 4;
-        if (lead == 0xF0) low = 0x90;  // overlong
-        if (lead == 0xF4) high = 0x8F; // beyond U+10FFFF
-    } else {
+    std::size_t length = utf8SequenceLength(s, i);
+    if (length == 3 && static_cast<unsigned char>(s[i]) == 0xEF &&
+        static_cast<unsigned char>(s[i + 1]) == 0xBF &&
+        (static_cast<unsigned char>(s[i + 2]) == 0xBE || static_cast<unsigned char>(s[i + 2]) == 0xBF))
         return 0;
-    }
-    if (i + length > s.size()) return 0;
-    if (at(1) < low || at(1) > high) return 0;
-    for (std::size_t k = 2; k < length; ++k)
-        if (!isContinuation(at(k))) return 0;
-    // U+FFFE and U+FFFF are not XML characters.
-    if (lead == 0xEF && at(1) == 0xBF && (at(2) == 0xBE || at(2) == 0xBF)) return 0;
     return length;
 }
 

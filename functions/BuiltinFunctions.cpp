@@ -1,8 +1,8 @@
-#include "engine/FunctionRegistry.h"
+#include "functions/BuiltinFunctions.h"
 
 namespace sumora {
 
-const FunctionRegistry& FunctionRegistry::builtin() {
+const FunctionRegistry& builtinFunctions() {
     static const FunctionRegistry registry = [] {
         FunctionRegistry r;
         registerMathFunctions(r);

@@ -1,4 +1,5 @@
 #include "functions/Criteria.h"
+#include "values/StrictNumber.h"
 
 #include <algorithm>
 

@@ -9,7 +9,7 @@
 
 #include "engine/FunctionRegistry.h"
 #include "functions/DateSupport.h"
-#include "functions/SerialDate.h"
+#include "values/SerialDate.h"
 
 namespace sumora {
 

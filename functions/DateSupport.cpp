@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "functions/SerialDate.h"
+#include "values/SerialDate.h"
 
 namespace sumora {
 

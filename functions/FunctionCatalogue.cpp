@@ -1,8 +1,9 @@
 #include "functions/FunctionCatalogue.h"
+#include "functions/BuiltinFunctions.h"
 
 #include "document/ColumnLetters.h"
 #include "engine/FunctionRegistry.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 
 #include <unicode/locid.h>
 #include <unicode/uchar.h>
@@ -72,7 +73,7 @@ std::string makeUuid(std::mt19937_64& random) {
 // database functions last) and each family in its table's order.
 std::vector<FunctionDef> buildLibrary() {
     std::vector<const FunctionDeclaration*> listed;
-    for (const FunctionDeclaration* declaration : FunctionRegistry::builtin().declarations())
+    for (const FunctionDeclaration* declaration : builtinFunctions().declarations())
         if (declaration->is(FunctionFlags::listed)) listed.push_back(declaration);
     std::stable_sort(listed.begin(), listed.end(),
                      [](const auto* a, const auto* b) { return a->family < b->family; });

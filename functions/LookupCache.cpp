@@ -26,10 +26,20 @@ struct Entry {
     }
 };
 
-struct Cache {
-    int openScopes = 0;
+// One per thread, subscribed to that thread's evaluation scopes.
+struct Cache final : EvaluationCacheListener {
     uint64_t clock = 0;
     std::vector<Entry> entries;
+
+    Cache() { addEvaluationCacheListener(*this); }
+    ~Cache() { removeEvaluationCacheListener(*this); }
+    Cache(const Cache&) = delete;
+    Cache& operator=(const Cache&) = delete;
+
+    void cellWritten(int64_t col, int64_t row) override {
+        std::erase_if(entries, [&](const Entry& e) { return e.contains(col, row); });
+    }
+    void clear() override { entries.clear(); }
 };
 
 Cache& cache() {
@@ -53,31 +63,9 @@ void evictFor(Cache& c, int64_t incomingCells) {
 
 } // namespace
 
-EvaluationCacheScope::EvaluationCacheScope() {
-    ++cache().openScopes;
-}
-
-EvaluationCacheScope::~EvaluationCacheScope() {
-    Cache& c = cache();
-    if (--c.openScopes == 0) c.entries.clear();
-}
-
-void EvaluationCacheScope::cellWritten(int64_t col, int64_t row) {
-    auto& entries = cache().entries;
-    std::erase_if(entries, [&](const Entry& e) { return e.contains(col, row); });
-}
-
-void EvaluationCacheScope::clear() {
-    cache().entries.clear();
-}
-
-bool EvaluationCacheScope::isOpen() {
-    return cache().openScopes > 0;
-}
-
 std::shared_ptr<IndexedValues> cachedRangeValues(CellResolver& resolver, const RangeSpec& range) {
+    if (!EvaluationCacheScope::isOpen() || range.isBackwards()) return nullptr;
     Cache& c = cache();
-    if (c.openScopes == 0 || range.isBackwards()) return nullptr;
     int64_t cells = range.rows() * range.cols();
     if (cells < kMinCachedCells || cells > kMaxCachedCells) return nullptr;
     ++c.clock;

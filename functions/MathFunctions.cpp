@@ -12,10 +12,10 @@
 
 #include "engine/FunctionContext.h"
 #include "engine/FunctionRegistry.h"
-#include "engine/Log.h"
 #include "functions/BaseConversions.h"
 #include "functions/ConditionalAggregates.h"
 #include "functions/MathSupport.h"
+#include "values/Log.h"
 
 namespace sumora {
 

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <string>
 
+#include "values/DecimalDigits.h"
+
 namespace sumora {
 
 namespace {
@@ -20,19 +22,10 @@ struct SignificantDigits {
 };
 
 SignificantDigits significantDigits(double magnitude) {
-    char buffer[40];
-    auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, magnitude, std::chars_format::scientific,
-                                   kSignificantDigits - 1);
-    SignificantDigits result;
-    const char* cursor = buffer;
-    for (; cursor != end && *cursor != 'e'; ++cursor)
-        if (*cursor != '.') result.digits.push_back(*cursor);
-    if (cursor != end) {
-        const char* exponent = cursor + 1;
-        if (exponent != end && *exponent == '+') ++exponent; // from_chars rejects '+'
-        std::from_chars(exponent, end, result.exponent);
-    }
-    return result;
+    DecimalDigits d = DecimalDigits::fromDouble(magnitude);
+    const int exponent = d.leadingExponent();
+    d.scaleByPowerOfTen(kSignificantDigits - 1 - exponent);
+    return {d.integerDigits(), exponent};
 }
 
 // Reads "digits × 10^scale" back as the nearest double.

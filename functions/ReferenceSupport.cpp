@@ -7,6 +7,7 @@
 #include "engine/FormulaTokenizer.h"
 #include "engine/FunctionDeclaration.h"
 #include "engine/WorkbookResolver.h"
+#include "values/StrictNumber.h"
 
 namespace sumora {
 
@@ -337,7 +338,7 @@ ValueRows Table::values() const {
 LookupVector Table::slice(int64_t row1, int64_t col1, int64_t row2, int64_t col2) const {
     if (reference_) {
         RangeSpec rangeSpec{reference_->col1 + col1, reference_->row1 + row1, reference_->col1 + col2,
-                       reference_->row1 + row2, reference_->sheetView()};
+                            reference_->row1 + row2, reference_->sheetView()};
         return LookupVector(*resolver_, rangeSpec);
     }
     std::vector<FormulaValue> values;

@@ -242,11 +242,6 @@ double regularizedBeta(double x, double a, double b) {
     return regularizedBeta(x, 1 - x, a, b);
 }
 
-double regularizedGammaP(double a, double x) {
-    if (x <= 0) return 0;
-    return x < a + 1 ? gammaSeries(a, x) : 1 - gammaContinuedFraction(a, x);
-}
-
 double regularizedGammaQ(double a, double x) {
     if (x <= 0) return 1;
     return x < a + 1 ? 1 - gammaSeries(a, x) : gammaContinuedFraction(a, x);

@@ -13,8 +13,7 @@ double normCdf(double z);
 double normPdf(double z);
 // Regularised incomplete beta I_x(a, b), for a, b > 0 and 0 <= x <= 1.
 double regularizedBeta(double x, double a, double b);
-// Regularised lower and upper incomplete gamma P(a, x), Q(a, x), a > 0, x >= 0.
-double regularizedGammaP(double a, double x);
+// Regularised upper incomplete gamma Q(a, x), a > 0, x >= 0.
 double regularizedGammaQ(double a, double x);
 
 namespace distributions {

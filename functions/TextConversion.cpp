@@ -3,11 +3,12 @@
 #include <cmath>
 
 #include "functions/ArgumentValues.h"
-#include "functions/DecimalDigits.h"
-#include "functions/NumberFormat.h"
-#include "functions/SerialDate.h"
 #include "functions/TextFamily.h"
 #include "functions/TextSupport.h"
+#include "values/DecimalDigits.h"
+#include "values/NumberFormat.h"
+#include "values/SerialDate.h"
+#include "values/StrictNumber.h"
 
 namespace sumora::textfn {
 

@@ -6,9 +6,10 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "formats/CsvFormat.h"
 #include "formats/FileErrors.h"
+#include "formats/Utf8.h"
 
 using namespace sumora;
 

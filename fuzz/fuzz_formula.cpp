@@ -9,8 +9,9 @@
 #include "engine/FormulaEvaluator.h"
 #include "engine/FormulaParser.h"
 #include "engine/FormulaTokenizer.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "engine/WorkbookResolver.h"
+#include "functions/BuiltinFunctions.h"
 
 namespace {
 
@@ -54,7 +55,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     (void)parseCellRef(text);
     (void)FormulaTokenizer(text).tokenize();
     try {
-        FormulaTree tree = parseFormula(text, nullptr, [](std::string_view name) {
+        FormulaTree tree = parseFormula(text, builtinFunctions(), [](std::string_view name) {
             return findNamedRange(book.namedRanges, name).has_value();
         });
         WorkbookResolver resolver(book, 0, CellRef{3, 3, std::nullopt});

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "formats/OdsFormat.h"
 #include "formats/OdsReader.h"
 #include "formats/ZipArchive.h"

@@ -7,7 +7,7 @@
 #include <exception>
 #include <string_view>
 
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "formats/XlsxFormat.h"
 
 using namespace sumora;

@@ -6,6 +6,7 @@
 
 #include "editing/SumoraEditorView.h"
 #include "engine/Recalculation.h"
+#include "functions/BuiltinFunctions.h"
 
 namespace sumora {
 
@@ -154,7 +155,7 @@ MacroRunResult MacroRunner::run(std::string_view script) {
         // The editor's calculators learnt the macro's cells; the sheet is
         // recomputed as a whole, as after the run.
         editor.invalidateCalculators();
-        recalculateSheet(document, *index);
+        recalculateSheet(document, *index, builtinFunctions());
     };
     window->registerStep(
         std::string(kMacroUndoActionName), [putBack] { putBack(true); }, [putBack] { putBack(false); });

@@ -10,7 +10,7 @@
 #include <optional>
 #include <stdexcept>
 
-#include "engine/Log.h"
+#include "values/Log.h"
 
 // Exported by the library but left out of its public headers. A callback that
 // returns false is not called again unless the limit is set anew.

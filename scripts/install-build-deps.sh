@@ -10,7 +10,7 @@ packages=(
   build-essential cmake ninja-build ccache pkg-config
   libicu-dev libzip-dev zlib1g-dev libexpat1-dev
   libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev
-  clang libclang-rt-14-dev
+  clang libclang-rt-14-dev clang-format
   libjavascriptcoregtk-4.1-dev
   qt6-base-dev qt6-charts-dev libqt6opengl6-dev libgl-dev
   xvfb xauth poppler-utils

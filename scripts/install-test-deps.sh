@@ -10,6 +10,16 @@ packages=(
   libreoffice-calc-nogui
   python3-openpyxl
   python3-xlsxwriter
+  locales
 )
 
 apt_install_missing "${packages[@]}"
+
+# A comma-decimal locale: the writers are tested to keep their number texts
+# independent of the process locale.
+if ! locale -a 2>/dev/null | grep -qix 'de_DE.utf-\?8'; then
+  sudo_cmd=""
+  [ "$(id -u)" -ne 0 ] && sudo_cmd="sudo"
+  $sudo_cmd sed -i 's/^# *\(de_DE.UTF-8 UTF-8\)/\1/' /etc/locale.gen
+  $sudo_cmd locale-gen
+fi

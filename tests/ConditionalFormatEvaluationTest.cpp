@@ -2,6 +2,7 @@
 
 #include "document/ConditionalFormatEvaluation.h"
 #include "document/SumoraDocument.h"
+#include "tests/TestSupport.h"
 
 namespace sumora {
 namespace {
@@ -101,6 +102,24 @@ TEST(ConditionalFormats, DataBarsGiveAFractionNotAFill) {
     EXPECT_FALSE(eval.evaluateRule(bar, 0, 1));
     EXPECT_DOUBLE_EQ(*eval.dataBarFraction(bar, 0, 1), 0.5);
     EXPECT_EQ(collectRangeNumbers(bar, sheet), (std::vector<double>{0, 50, 100}));
+}
+
+// A rule and a formula read a cell's text as the same number, by C strtod's
+// rule in the POSIX locale over the whole text: a sign, a trailing point,
+// hexadecimal and out-of-range exponents are numbers; surrounding space is not.
+TEST(ConditionalFormats, ReadCellTextsAsFormulasDo) {
+    const std::vector<std::pair<const char*, bool>> overMinusOne = {
+        {"5", true},      {"+5", true},    {"5.", true},     {".5", true},  {"1e999", true},
+        {"1e-999", true}, {"0x10", true},  {"-1e999", false}, {" 5", false}, {"5 ", false},
+        {"5,0", false},   {"five", false},
+    };
+    for (const auto& [text, expected] : overMinusOne) {
+        test::TestBook book;
+        book.set("A1", text);
+        auto rule = ruleOver(rule::GreaterThan{-1});
+        EXPECT_EQ(evaluateConditionalFormats({rule}, 0, 0, book.doc.sheets[0]).has_value(), expected) << text;
+        EXPECT_EQ(book.eval("=IFERROR(A1+0>-1,FALSE)"), expected ? "TRUE" : "FALSE") << text;
+    }
 }
 
 } // namespace

@@ -11,7 +11,8 @@
 
 #include "TestSupport.h"
 #include "functions/DateSupport.h"
-#include "functions/SerialDate.h"
+#include "values/SerialDate.h"
+#include "values/StrictNumber.h"
 
 namespace sumora {
 namespace {

@@ -5,12 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <clocale>
 #include <csignal>
 #include <fstream>
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "formats/FileErrors.h"
 #include "tests/TestSupport.h"
 
@@ -218,6 +219,30 @@ TEST_F(AtomicSave, UnwritableTargetsThrowAndLeaveNoTemporary) {
     EXPECT_THROW(writeFileAtomically(dir_ / "taken.csv", "x"), FileWriteError);
     EXPECT_TRUE(fs::is_directory(dir_ / "taken.csv" / "child"));
     EXPECT_EQ(entries(), std::vector<std::string>{"taken.csv"});
+}
+
+// The desktop application runs under the user's locale; a comma-decimal one
+// must not leak into the number texts of a saved file ("2,540cm").
+TEST(DocumentIO, SavedFilesDoNotDependOnTheProcessLocale) {
+    test::TestBook book;
+    book.set("A1", "1.5").set("B1", "=A1*2").computed("B1", "3");
+    book.doc.sheets[0].columnWidths = {{0, 50.5}, {2, 131.25}};
+    const std::pair<FileType, const char*> types[] = {
+        {FileType::xlsx, "a.xlsx"}, {FileType::ods, "a.ods"}, {FileType::csv, "a.csv"}};
+    for (const auto& [type, name] : types) {
+        SumoraDocument plain = openDocument(documentFileContents(book.doc, type), name, "");
+        std::string saved;
+        {
+            const std::string before = std::setlocale(LC_ALL, nullptr);
+            if (!std::setlocale(LC_ALL, "de_DE.UTF-8")) GTEST_SKIP() << "de_DE.UTF-8 is not generated";
+            saved = documentFileContents(book.doc, type);
+            std::setlocale(LC_ALL, before.c_str());
+        }
+        SumoraDocument german = openDocument(saved, name, "");
+        EXPECT_EQ(german.sheets[0].columnWidths, plain.sheets[0].columnWidths) << name;
+        EXPECT_EQ(german.sheets[0].cell(0, 0).displayValue(), "1.5") << name;
+        EXPECT_EQ(german.sheets[0].cell(0, 1).displayValue(), plain.sheets[0].cell(0, 1).displayValue()) << name;
+    }
 }
 
 } // namespace

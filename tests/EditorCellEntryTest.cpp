@@ -5,7 +5,7 @@
 
 #include "document/ColumnLetters.h"
 #include "editing/SumoraEditorView.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "tests/TestSupport.h"
 
 namespace sumora {

@@ -7,8 +7,9 @@
 #include "document/ColumnLetters.h"
 #include "editing/SumoraEditorView.h"
 #include "engine/FormulaValue.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "tests/TestSupport.h"
+#include "values/StrictNumber.h"
 
 namespace sumora {
 namespace {

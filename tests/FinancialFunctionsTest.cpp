@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "TestSupport.h"
+#include "values/StrictNumber.h"
 
 namespace sumora {
 namespace {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "TestSupport.h"
+#include "functions/BuiltinFunctions.h"
 
 namespace sumora {
 namespace {
@@ -184,7 +185,7 @@ TEST(FormulaEvaluator, DepthBeyondAThousandIsACircularReference) {
     TestBook book;
     WorkbookResolver resolver(book.doc, 0);
     FormulaEvaluator evaluator(resolver);
-    FormulaTree one = parseFormula("1");
+    FormulaTree one = parseFormula("1", builtinFunctions());
     EXPECT_EQ(evaluator.evaluate(one, 1000).description(), "1");
     EXPECT_EQ(evaluator.evaluate(one, 1001).description(), "#CIRC!");
     // N minus signs are N − 1 unary operators around the literal −1 (the last

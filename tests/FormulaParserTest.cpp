@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "engine/CellRef.h"
+#include "functions/BuiltinFunctions.h"
 
 namespace sumora {
 namespace {
@@ -55,7 +56,7 @@ std::string render(const FormulaTree& tree, uint32_t index) {
 
 std::string parsed(std::string_view formula, std::function<bool(std::string_view)> isName = {}) {
     try {
-        FormulaTree tree = parseFormula(formula, nullptr, std::move(isName));
+        FormulaTree tree = parseFormula(formula, builtinFunctions(), std::move(isName));
         return render(tree, tree.root);
     } catch (const FormulaParseError& e) {
         return e.error.description();
@@ -197,7 +198,7 @@ TEST(FormulaParser, BareNamesNeedAWorkbookName) {
 }
 
 TEST(FormulaParser, CallsResolveTheirFunctionOnce) {
-    FormulaTree tree = parseFormula("NOSUCHFUNCTION(1)");
+    FormulaTree tree = parseFormula("NOSUCHFUNCTION(1)", builtinFunctions());
     EXPECT_EQ(tree.node(tree.root).kind, NodeKind::functionCall);
     EXPECT_EQ(tree.node(tree.root).call.function, nullptr);
     EXPECT_EQ(tree.node(tree.root).call.argCount, 1u);

@@ -1,6 +1,6 @@
 #include "functions/FunctionCatalogue.h"
 
-#include "engine/Log.h"
+#include "values/Log.h"
 
 #include <gtest/gtest.h>
 

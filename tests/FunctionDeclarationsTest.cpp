@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "engine/FunctionRegistry.h"
+#include "functions/BuiltinFunctions.h"
 #include "functions/FunctionCatalogue.h"
 #include "tests/TestSupport.h"
 
@@ -12,7 +13,7 @@ namespace sumora {
 namespace {
 
 const FunctionRegistry& registry() {
-    return FunctionRegistry::builtin();
+    return builtinFunctions();
 }
 
 // Known to the dispatcher without a catalogue entry, as the function library's

@@ -7,6 +7,7 @@
 #include <set>
 
 #include "TestSupport.h"
+#include "functions/BuiltinFunctions.h"
 
 namespace sumora {
 namespace {
@@ -43,7 +44,7 @@ class RecordingResolver : public WorkbookResolver {
 std::set<std::string> cellsRead(TestBook& book, std::string_view formula) {
     RecordingResolver resolver(book.doc, 0);
     FormulaEvaluator evaluator(resolver);
-    evaluator.evaluate(parseFormula(formula));
+    evaluator.evaluate(parseFormula(formula, builtinFunctions()));
     return resolver.read;
 }
 

@@ -5,6 +5,7 @@
 
 #include "functions/LookupCache.h"
 #include "tests/TestSupport.h"
+#include "functions/BuiltinFunctions.h"
 
 namespace sumora {
 namespace {
@@ -269,7 +270,7 @@ std::vector<std::string> evalInOnePass(test::TestBook& book, const std::vector<s
     FormulaEvaluator evaluator(resolver);
     std::vector<std::string> out;
     for (const auto& f : formulas)
-        out.push_back(evaluator.evaluate(parseFormula(f)).description());
+        out.push_back(evaluator.evaluate(parseFormula(f, builtinFunctions())).description());
     return out;
 }
 
@@ -306,7 +307,7 @@ TEST(LookupFunctions, CachedLookupsMatchUncachedOnes) {
     LookupCacheScope scope;
     WorkbookResolver resolver(book.doc, 0);
     FormulaEvaluator evaluator(resolver);
-    FormulaTree find1000 = parseFormula("=VLOOKUP(1000,A1:B200,2,FALSE)");
+    FormulaTree find1000 = parseFormula("=VLOOKUP(1000,A1:B200,2,FALSE)", builtinFunctions());
     EXPECT_EQ(evaluator.evaluate(find1000).description(), "#N/A");
     book.set("A5", "1000");
     LookupCacheScope::cellWritten(0, 4);

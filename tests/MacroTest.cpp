@@ -15,7 +15,7 @@
 
 #include "document/ColumnLetters.h"
 #include "editing/SumoraEditorView.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "macros/MacroRunner.h"
 #include "macros/SumoraScriptEngine.h"
 

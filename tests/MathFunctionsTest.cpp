@@ -6,7 +6,7 @@
 #include <cmath>
 #include <vector>
 
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "functions/MathSupport.h"
 #include "tests/TestSupport.h"
 

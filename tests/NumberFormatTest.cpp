@@ -2,8 +2,8 @@
 // spreadsheet (LibreOffice Calc's TEXT function, en-US) unless a comment says
 // that the common desktop spreadsheets behave otherwise and that behaviour is
 // the one kept.
-#include "functions/NumberFormat.h"
-#include "functions/BuiltInNumberFormats.h"
+#include "values/NumberFormat.h"
+#include "values/BuiltInNumberFormats.h"
 
 #include <gtest/gtest.h>
 

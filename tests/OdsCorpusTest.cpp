@@ -9,10 +9,11 @@
 #include <functional>
 #include <sstream>
 
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "engine/Recalculation.h"
 #include "formats/DocumentIO.h"
 #include "formats/FileErrors.h"
+#include "functions/BuiltinFunctions.h"
 
 namespace sumora {
 namespace {
@@ -80,7 +81,7 @@ TEST(OdsCorpus, EveryFileOpensOrFailsWithTheOdsMessage) {
 // The formulas other programs wrote, as the reader rewrites them, go
 // through the engine without harm.
 TEST(OdsCorpus, WhatOpensRecalculates) {
-    openEach([](SumoraDocument& doc) { recalculateDocument(doc); });
+    openEach([](SumoraDocument& doc) { recalculateDocument(doc, builtinFunctions()); });
 }
 
 } // namespace

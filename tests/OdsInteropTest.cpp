@@ -13,6 +13,7 @@
 #include "engine/Recalculation.h"
 #include "formats/DocumentIO.h"
 #include "formats/OdsFormat.h"
+#include "functions/BuiltinFunctions.h"
 
 namespace sumora {
 namespace {
@@ -110,7 +111,7 @@ TEST_F(OdsInterop, LibreOfficeReadsOurValuesAndRecalculatesOurFormulas) {
         .set("E1", "=STDEV.S(A1:A2)*0");
     book.set("F1", "=AND(TRUE,A1>1)");
     book.set("H1", "3").set("H2", "4").set("I1", "=TRANSPOSE(H1:H2)"); // spills into J1
-    recalculateDocument(book.doc);
+    recalculateDocument(book.doc, builtinFunctions());
     book.set("A5", "=A1+A2").computed("A5", "999"); // a stale result: LibreOffice computes its own
 
     fs::path csv = convert(write("ours.ods", writeOds(book.doc.sheets)), "csv", "csv");
@@ -160,7 +161,7 @@ constexpr std::string_view kFlatDocument = R"~(<?xml version="1.0" encoding="UTF
 TEST_F(OdsInterop, WeReadWhatLibreOfficeWritesInTheTruePlaces) {
     fs::path ods = convert(write("made.fods", std::string(kFlatDocument)), "ods", "ods");
     SumoraDocument doc = openDocument(read(ods), "made.ods", kOdsContentType);
-    recalculateDocument(doc);
+    recalculateDocument(doc, builtinFunctions());
     ASSERT_EQ(doc.sheets.size(), 2u);
     const Sheet& data = doc.sheets[0];
     EXPECT_EQ(data.name, "Data");
@@ -214,12 +215,12 @@ TEST_F(OdsInterop, LibreOfficeOpensOurFileAndWeOpenItsResave) {
         f.alignment = CellAlignment::right;
     });
     book.doc.sheets[0].columnWidths[1] = 100;
-    recalculateDocument(book.doc);
+    recalculateDocument(book.doc, builtinFunctions());
 
     // LibreOffice resaves our package in its own words.
     fs::path resaved = convert(write("ours.ods", writeOds(book.doc.sheets)), "ods", "ods", dir_ / "resaved");
     SumoraDocument doc = openDocument(read(resaved), "ours.ods", kOdsContentType);
-    recalculateDocument(doc);
+    recalculateDocument(doc, builtinFunctions());
     const Sheet& s = doc.sheets.at(0);
     EXPECT_EQ(s.name, "Bob's & Co");
     EXPECT_EQ(s.cell(2, 0).formula(), "SUM(A1:A2)*10");

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "document/ColumnLetters.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "formats/DocumentIO.h"
 #include "formats/FileErrors.h"
 #include "formats/OdsFormat.h"

@@ -9,6 +9,7 @@
 #include "formats/OdsFormat.h"
 #include "formats/OdsFormulaTranslation.h"
 #include "formats/ZipArchive.h"
+#include "functions/BuiltinFunctions.h"
 
 namespace sumora {
 namespace {
@@ -53,7 +54,7 @@ TEST(OdsRoundTrip, EveryCarriedFieldSurvives) {
     book.set("D3", "=CONCAT(\"x\",A1)&IF(TRUE,\";\",\"\")");
     book.set("AD40", "far away"); // past the default 26 columns
     book.set("B2", "21", 1).set("C2", "=Data!A7*2", 1).set("A1", "=SUM('My Sheet'!B2:C2)", 2);
-    recalculateDocument(book.doc);
+    recalculateDocument(book.doc, builtinFunctions());
 
     const CellAlignment alignments[] = {CellAlignment::left, CellAlignment::center, CellAlignment::right,
                                         CellAlignment::fill, CellAlignment::justify};
@@ -95,7 +96,7 @@ TEST(OdsRoundTrip, EveryCarriedFieldSurvives) {
     // The formulas evaluate as they did before saving.
     SumoraDocument reopened = SumoraDocument::empty();
     reopened.sheets = read;
-    recalculateDocument(reopened);
+    recalculateDocument(reopened, builtinFunctions());
     EXPECT_EQ(reopened.sheets[0].cell(2, 2).displayValue(), book.doc.sheets[0].cell(2, 2).displayValue());
     EXPECT_EQ(reopened.sheets[0].cell(2, 3).displayValue(), "xplain;");
     EXPECT_EQ(reopened.sheets[2].cell(0, 0).displayValue(), "-4");
@@ -104,7 +105,7 @@ TEST(OdsRoundTrip, EveryCarriedFieldSurvives) {
 TEST(OdsRoundTrip, SavingAndOpeningAFileGoesThroughTheDispatch) {
     TestBook book;
     book.set("A1", "5").set("A2", "=A1*3");
-    recalculateDocument(book.doc);
+    recalculateDocument(book.doc, builtinFunctions());
     std::string bytes = documentFileContents(book.doc, FileType::ods);
     SumoraDocument doc = openDocument(bytes, "saved.ods", kOdsContentType);
     ASSERT_EQ(doc.sheets.size(), 1u);
@@ -135,7 +136,7 @@ TEST(OdsRoundTrip, BigSheetsKeepRowPositionsAcrossTheWritersHalves) {
 TEST(OdsRoundTrip, ArrayResultsSpillAgainAfterReopening) {
     TestBook book;
     book.set("A1", "=SEQUENCE(3,2)").set("D1", "=SUM(A1:B3)");
-    recalculateDocument(book.doc);
+    recalculateDocument(book.doc, builtinFunctions());
     ASSERT_TRUE(book.doc.sheets[0].cell(2, 1).isSpillResult());
     std::string content = ZipReader(writeOds(book.doc.sheets)).read("content.xml");
     EXPECT_NE(
@@ -150,7 +151,7 @@ TEST(OdsRoundTrip, ArrayResultsSpillAgainAfterReopening) {
     EXPECT_TRUE(spilled.isSpillResult());
     EXPECT_EQ(spilled.value(), "");
     EXPECT_EQ(spilled.computedValue(), "6");
-    recalculateDocument(reopened);
+    recalculateDocument(reopened, builtinFunctions());
     EXPECT_EQ(reopened.sheets[0].cell(0, 0).displayValue(), "1");
     EXPECT_EQ(reopened.sheets[0].cell(2, 1).displayValue(), "6");
     EXPECT_EQ(reopened.sheets[0].cell(0, 3).displayValue(), "21");

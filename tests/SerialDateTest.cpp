@@ -1,7 +1,7 @@
 // Serial dates and the DATEVALUE / TIMEVALUE parsers. Expected serials were
 // computed independently with a proleptic Gregorian calendar (Python's
 // datetime), not with this code.
-#include "functions/SerialDate.h"
+#include "values/SerialDate.h"
 
 #include <gtest/gtest.h>
 

@@ -14,7 +14,7 @@
 #include "engine/FormulaParser.h"
 #include "engine/FunctionContext.h"
 #include "engine/FunctionRegistry.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "engine/WorkbookResolver.h"
 
 namespace sumora {
@@ -95,7 +95,7 @@ struct Book {
         return *this;
     }
     std::string shown(std::string_view address) { return std::string(at(address).displayValue()); }
-    SheetCalculator calculator() { return SheetCalculator(doc, 0, &testFunctions()); }
+    SheetCalculator calculator() { return SheetCalculator(doc, 0, testFunctions()); }
 };
 
 // Recalculates `address` of the Main sheet after an edit.
@@ -309,7 +309,7 @@ TEST(SheetCalculator, ReferencesToOtherSheetsAreNotFollowedByEdits) {
     EXPECT_EQ(calc.graph().pointEntryCount(), 0u);
 
     book.put("Data!B3", "7");
-    SheetCalculator(book.doc, 1, &testFunctions()).recalculate(1, 2);
+    SheetCalculator(book.doc, 1, testFunctions()).recalculate(1, 2);
     recalc(calc, "B3"); // the same address on this sheet
     EXPECT_EQ(book.shown("A1"), "10");
     recalc(calc, "A1");
@@ -514,7 +514,7 @@ class NaiveCalculator {
         sheet().forEachStoredCell([&](int64_t row, int64_t col, const Cell& c) {
             if (!c.hasFormula()) return;
             try {
-                FormulaTree tree = parseFormula(*c.formula(), &testFunctions());
+                FormulaTree tree = parseFormula(*c.formula(), testFunctions());
                 std::set<Pos> reads;
                 for (const FormulaNode& n : tree.nodes) {
                     if (n.kind == NodeKind::cellRef && n.sheet < 0) reads.insert({n.ref.col, n.ref.row});

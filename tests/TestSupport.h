@@ -19,6 +19,8 @@
 #include "engine/FormulaEvaluator.h"
 #include "engine/FormulaParser.h"
 #include "engine/WorkbookResolver.h"
+#include "functions/BuiltinFunctions.h"
+#include "values/StrictNumber.h"
 
 namespace sumora::test {
 
@@ -56,7 +58,7 @@ struct TestBook {
         WorkbookResolver resolver(doc, sheet, CellRef{51, 0, std::nullopt});
         FormulaEvaluator evaluator(resolver);
         try {
-            FormulaTree tree = parseFormula(formula, nullptr, [this](std::string_view name) {
+            FormulaTree tree = parseFormula(formula, builtinFunctions(), [this](std::string_view name) {
                 return findNamedRange(doc.namedRanges, name).has_value();
             });
             return evaluator.evaluate(tree);

@@ -26,42 +26,6 @@ TEST(NewDocument, OneSheetOf500By26LockedDefaultCells) {
             ASSERT_TRUE(cell.isLocked()) << r << "," << c;
             ASSERT_TRUE(cell.isDefault());
         }
-    EXPECT_EQ(s.frozenRows, 0);
-    EXPECT_EQ(s.frozenColumns, 0);
-    EXPECT_TRUE(s.columnWidths.empty() && s.rowHeights.empty() && s.mergedRegions.empty());
-    EXPECT_TRUE(s.conditionalFormats.empty() && s.dataValidations.empty() && s.charts.empty());
-    EXPECT_TRUE(s.sparklines.empty() && s.outlineGroups.empty() && s.pivotTables.empty());
-    EXPECT_FALSE(s.isProtected);
-    EXPECT_FALSE(s.protectionPassword);
-    EXPECT_EQ(s.protectionOptions, SheetProtectionOptions{});
-    EXPECT_FALSE(s.tabColorHex);
-    EXPECT_FALSE(s.isHidden);
-    EXPECT_TRUE(s.cellComments.empty());
-    EXPECT_TRUE(doc.namedRanges.empty() && doc.scenarios.empty());
-    EXPECT_FALSE(doc.isWorkbookProtected);
-    EXPECT_FALSE(doc.workbookPassword);
-}
-
-TEST(NewDocument, ProtectionOptionsAllowOnlySelection) {
-    SheetProtectionOptions o;
-    EXPECT_TRUE(o.allowSelectLockedCells && o.allowSelectUnlockedCells);
-    EXPECT_FALSE(o.allowFormatCells || o.allowFormatColumns || o.allowFormatRows || o.allowInsertColumns ||
-                 o.allowInsertRows || o.allowDeleteColumns || o.allowDeleteRows || o.allowSort ||
-                 o.allowAutoFilter);
-}
-
-TEST(NewDocument, DefaultCellIsEmptyLockedAndGeneral) {
-    Cell c;
-    EXPECT_EQ(c.value(), "");
-    EXPECT_FALSE(c.formula());
-    EXPECT_FALSE(c.computedValue());
-    EXPECT_TRUE(c.isLocked());
-    EXPECT_FALSE(c.isSpillResult());
-    EXPECT_EQ(c.format(), CellFormat{});
-    EXPECT_EQ(c.format().alignment, CellAlignment::general);
-    EXPECT_EQ(c.format().numberFormatId, 0);
-    EXPECT_FALSE(c.format().fontName || c.format().fontSize || c.format().fontColor || c.format().fillColor ||
-                 c.format().numberFormat);
 }
 
 TEST(EnsureGridSize, GrowsButNeverShrinks) {

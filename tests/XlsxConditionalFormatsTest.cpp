@@ -6,7 +6,7 @@
 #include <sstream>
 
 #include "document/SumoraDocument.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "formats/XlsxConditionalFormats.h"
 #include "formats/XlsxFormat.h"
 #include "tests/XlsxReaderTestSupport.h"

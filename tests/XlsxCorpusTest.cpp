@@ -9,7 +9,7 @@
 #include <map>
 #include <sstream>
 
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "formats/DocumentIO.h"
 #include "formats/FileErrors.h"
 

@@ -11,7 +11,7 @@
 #include <random>
 
 #include "document/ColumnLetters.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "formats/DocumentIO.h"
 
 namespace sumora {

@@ -9,9 +9,10 @@
 #include <unistd.h>
 
 #include "XlsxTestSupport.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "engine/Recalculation.h"
 #include "formats/XlsxFormat.h"
+#include "functions/BuiltinFunctions.h"
 
 namespace sumora {
 namespace {
@@ -99,7 +100,7 @@ TEST_F(XlsxLibreOffice, CsvConversionShowsTheSameValues) {
     twoPlaces.numberFormatId = 2;
     at(s, "E2").setValue("2.5");
     at(s, "E2").setFormat(twoPlaces);
-    recalculateDocument(doc);
+    recalculateDocument(doc, builtinFunctions());
 
     std::string csv = convert(doc, "csv:Text - txt - csv (StarCalc):44,34,76,1", "csv");
     std::vector<std::vector<std::string>> rows;

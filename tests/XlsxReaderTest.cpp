@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "engine/FormulaAdjuster.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "formats/XlsxColors.h"
 #include "formats/XlsxSharedFormula.h"
 #include "formats/XlsxStylesReader.h"

@@ -12,12 +12,13 @@
 #include <unistd.h>
 
 #include "XlsxTestSupport.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "engine/Recalculation.h"
 #include "formats/DocumentIO.h"
 #include "formats/FileErrors.h"
 #include "formats/XlsxFormat.h"
-#include "functions/BuiltInNumberFormats.h"
+#include "values/BuiltInNumberFormats.h"
+#include "functions/BuiltinFunctions.h"
 
 namespace sumora {
 namespace {
@@ -94,7 +95,7 @@ TEST(XlsxRoundTrip, ValuesAndFormulasWithTheirResults) {
     at(other, "A1").setFormula("Data!B1*2");
     at(other, "A2").setFormula("A1+1");
     at(other, "A3").setFormula("'Other sheet'!A1");
-    recalculateDocument(doc);
+    recalculateDocument(doc, builtinFunctions());
     ASSERT_EQ(s.cell(7, 2).computedValue(), "3");
 
     SumoraDocument back = reopened(doc);
@@ -259,7 +260,7 @@ TEST(XlsxRoundTrip, ALargeSheetComesBackCellForCell) {
         if (r % 3 == 0) amount.setFormat(money);
         if (r % 5 == 0) s.cellForWriting(r, 3).setFormula("A" + std::to_string(r + 1) + "*2");
     }
-    recalculateDocument(doc);
+    recalculateDocument(doc, builtinFunctions());
     SumoraDocument back = reopened(doc);
     expectSameCells(s, back.sheets[0]);
     EXPECT_EQ(back.sheets[0].usedExtent().rows, 30000);

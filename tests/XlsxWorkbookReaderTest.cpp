@@ -7,7 +7,7 @@
 
 #include <atomic>
 
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "formats/XlsxSanitizer.h"
 #include "formats/XlsxUnits.h"
 #include "formats/XlsxWorksheetReader.h"

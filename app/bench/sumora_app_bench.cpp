@@ -17,7 +17,7 @@
 
 #include "app/MainWindow.h"
 #include "app/SheetGridView.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "formats/XlsxFormat.h"
 
 using namespace sumora;

@@ -6,6 +6,7 @@
 
 #include "document/SumoraDocument.h"
 #include "engine/Recalculation.h"
+#include "functions/BuiltinFunctions.h"
 
 namespace sumora::app {
 
@@ -111,7 +112,7 @@ inline SumoraDocument sampleWorkbook() {
     notes.cellForWriting(0, 0).setValue("Amounts are in US dollars.");
     notes.tabColorHex = "70AD47";
     doc.sheets.push_back(std::move(notes));
-    recalculateDocument(doc);
+    recalculateDocument(doc, builtinFunctions());
     return doc;
 }
 

@@ -21,7 +21,7 @@
 #include "app/SheetGridView.h"
 #include "app/SheetTableModel.h"
 #include "editing/SumoraEditorView.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 #include "formats/DocumentIO.h"
 
 using namespace sumora;

@@ -15,7 +15,7 @@
 #include "app/SheetGridView.h"
 #include "app/SheetTableModel.h"
 #include "editing/SumoraEditorView.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 
 namespace sumora::app::test {
 

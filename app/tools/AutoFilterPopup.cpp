@@ -13,6 +13,7 @@
 #include "app/SheetGridView.h"
 #include "app/tools/ToolSupport.h"
 #include "engine/FormulaValue.h"
+#include "values/StrictNumber.h"
 
 namespace sumora::app {
 

@@ -11,7 +11,7 @@
 #include "app/tools/ChartInsertion.h"
 #include "app/tools/ChartView.h"
 #include "app/tools/ToolSupport.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 
 #if SUMORA_HAVE_QT_CHARTS
 #include <QChartView>

@@ -16,6 +16,7 @@
 #include "app/tools/ColorButton.h"
 #include "app/tools/ToolSupport.h"
 #include "engine/FormulaValue.h"
+#include "values/StrictNumber.h"
 
 namespace sumora::app {
 

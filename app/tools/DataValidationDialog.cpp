@@ -15,6 +15,7 @@
 #include "app/tools/ToolSupport.h"
 #include "editing/DataValidation.h"
 #include "engine/FormulaValue.h"
+#include "values/StrictNumber.h"
 
 namespace sumora::app {
 

@@ -18,7 +18,7 @@
 #include "app/SheetGridView.h"
 #include "app/tools/ToolSupport.h"
 #include "editing/SumoraEditorView.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 
 #if SUMORA_HAVE_MACROS
 #include "macros/MacroRunner.h"

@@ -12,7 +12,7 @@
 #include "app/Settings.h"
 #include "app/tools/SheetPrinter.h"
 #include "app/tools/ToolSupport.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 
 namespace sumora::app {
 

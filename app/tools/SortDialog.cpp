@@ -9,7 +9,7 @@
 #include <QVBoxLayout>
 
 #include "app/tools/ToolSupport.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 
 namespace sumora::app {
 

@@ -31,7 +31,7 @@
 #include "app/tools/ToolHost.h"
 #include "app/tools/ToolSupport.h"
 #include "app/tools/ValidationGuard.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 
 namespace sumora::app {
 

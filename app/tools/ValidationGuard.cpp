@@ -10,7 +10,7 @@
 #include "app/SheetGridView.h"
 #include "app/SheetTableModel.h"
 #include "app/tools/ToolSupport.h"
-#include "engine/Log.h"
+#include "values/Log.h"
 
 namespace sumora::app {
 

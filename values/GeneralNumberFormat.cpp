@@ -7,8 +7,8 @@
 // significant digits and a two-digit exponent is used (1.23457E+12).
 // Trailing zeros are never shown. This is the rule of the common desktop
 // spreadsheets for a standard-width cell; TEXT(x, "General") uses it too.
-#include "functions/DecimalDigits.h"
-#include "functions/NumberFormat.h"
+#include "values/DecimalDigits.h"
+#include "values/NumberFormat.h"
 
 #include <cmath>
 #include <string>

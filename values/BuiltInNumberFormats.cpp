@@ -1,4 +1,4 @@
-#include "functions/BuiltInNumberFormats.h"
+#include "values/BuiltInNumberFormats.h"
 
 namespace sumora {
 

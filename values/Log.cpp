@@ -1,4 +1,4 @@
-#include "engine/Log.h"
+#include "values/Log.h"
 
 #include <atomic>
 #include <cstdio>

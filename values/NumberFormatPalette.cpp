@@ -1,4 +1,4 @@
-#include "functions/NumberFormatPalette.h"
+#include "values/NumberFormatPalette.h"
 
 #include <array>
 #include <utility>

@@ -1,7 +1,7 @@
 // Civil-date arithmetic on serial days. The conversions are the well-known
 // era-based days-from-civil algorithms (400-year eras of 146097 days), exact
 // for every proleptic Gregorian date and free of floating point and time zones.
-#include "functions/SerialDate.h"
+#include "values/SerialDate.h"
 
 #include <cmath>
 

@@ -10,8 +10,8 @@
 // month or minute, a comma as grouping or scaling) is decided by the parser.
 // Commas and the digits 1-9 come out as literals marked by their `symbol`, so
 // that the parser can still recognise them. Nothing is rejected.
-#include "functions/NumberFormatCode.h"
-#include "functions/NumberFormatPalette.h"
+#include "values/NumberFormatCode.h"
+#include "values/NumberFormatPalette.h"
 
 #include <algorithm>
 #include <cctype>

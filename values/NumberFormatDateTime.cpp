@@ -4,8 +4,8 @@
 // as in the common spreadsheets; the parts are then cut from the rounded
 // value. Negative serials are real dates before 30 December 1899; elapsed
 // times ([h], [m], [s]) show a negative value as "-" and its magnitude.
-#include "functions/NumberFormatCode.h"
-#include "functions/SerialDate.h"
+#include "values/NumberFormatCode.h"
+#include "values/SerialDate.h"
 
 #include <cmath>
 #include <cstdint>

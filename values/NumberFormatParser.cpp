@@ -4,7 +4,7 @@
 // grouping or scaling, "." after seconds as a fraction of a second, the slash
 // and denominator of a fraction. Tokens that mean nothing in the section's
 // kind become literals of their source text.
-#include "functions/NumberFormatCode.h"
+#include "values/NumberFormatCode.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "functions/DecimalDigits.h"
+#include "values/DecimalDigits.h"
 
 #include <charconv>
 

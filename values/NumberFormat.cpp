@@ -15,9 +15,9 @@
 // A last section holding "@" (or any fourth section) is the text section; it
 // never shows numbers, and a code that is nothing but a text section shows
 // numbers in General.
-#include "functions/NumberFormat.h"
+#include "values/NumberFormat.h"
 
-#include "functions/NumberFormatCode.h"
+#include "values/NumberFormatCode.h"
 
 #include <cmath>
 #include <unordered_map>

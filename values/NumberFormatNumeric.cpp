@@ -1,9 +1,9 @@
 // Rendering of numeric sections: fixed notation, scientific notation and
 // fractions, plus the literal-only, General and text sections. All rounding
 // goes through DecimalDigits (half away from zero on the 15-digit decimal).
-#include "functions/DecimalDigits.h"
-#include "functions/NumberFormat.h"
-#include "functions/NumberFormatCode.h"
+#include "values/DecimalDigits.h"
+#include "values/NumberFormat.h"
+#include "values/NumberFormatCode.h"
 
 #include <cmath>
 #include <cstdint>

@@ -5,9 +5,9 @@
 // cannot shift the day, and dates before 1582 are not read as Julian dates.
 // Formatters are costly to build and not safe to share while parsing, so every
 // thread keeps its own set, built on first use.
-#include "functions/SerialDate.h"
+#include "values/SerialDate.h"
 
-#include "engine/Log.h"
+#include "values/Log.h"
 
 #include <unicode/gregocal.h>
 #include <unicode/locid.h>
