@@ -17,7 +17,6 @@
 #include "app/Settings.h"
 #include "app/SheetGridView.h"
 #include "engine/Log.h"
-#include "engine/Recalculation.h"
 #include "formats/FileErrors.h"
 
 namespace sumora::app {
@@ -61,7 +60,6 @@ bool MainWindow::loadFile(const QString& path) {
     const std::string file = path.toStdString();
     std::exception_ptr failure = runWithProgress(this, tr("Opening “%1”…").arg(name), [loaded, file] {
         *loaded = openDocumentFile(file);
-        recalculateDocument(*loaded);
     });
     if (failure) {
         showAlert(this, tr("The document “%1” could not be opened.").arg(name), messageOf(failure));
@@ -84,7 +82,6 @@ bool MainWindow::loadRecovered(const QString& recoveryPath, const QString& name)
     const std::string file = recoveryPath.toStdString();
     std::exception_ptr failure = runWithProgress(this, tr("Restoring “%1”…").arg(name), [loaded, file] {
         *loaded = openDocumentFile(file);
-        recalculateDocument(*loaded);
     });
     if (failure) {
         showAlert(this, tr("The recovered document “%1” could not be opened.").arg(name), messageOf(failure));

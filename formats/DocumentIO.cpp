@@ -49,7 +49,6 @@ SumoraDocument openOds(const std::string& bytes) {
         SumoraDocument doc = SumoraDocument::empty();
         doc.sheets = readOdsSheets(bytes);
         if (doc.sheets.empty()) doc.sheets.push_back(SumoraDocument::makeNewSheet("Sheet 1"));
-        recalculateDocument(doc);
         return doc;
     } catch (const FileReadError&) {
         throw;
@@ -70,7 +69,10 @@ std::string xlsxFailureMessage(std::string_view d) {
     return "Could not open this XLSX file: " + std::string(d);
 }
 
-SumoraDocument openDocument(const std::optional<std::string>& contents, std::string_view filename,
+namespace {
+
+// The reader's document, before any formula is calculated.
+SumoraDocument readDocument(const std::optional<std::string>& contents, std::string_view filename,
                             std::string_view contentType) {
     Log::progress("  regularFileContents size: " + std::to_string(contents ? static_cast<long long>(contents->size()) : -1LL));
     if (!contents)
@@ -83,6 +85,17 @@ SumoraDocument openDocument(const std::optional<std::string>& contents, std::str
     Log::progress("  No match for contentType " + std::string(contentType) + ", ext=" + ext +
                   ", falling back to empty doc");
     return SumoraDocument();
+}
+
+} // namespace
+
+SumoraDocument openDocument(const std::optional<std::string>& contents, std::string_view filename,
+                            std::string_view contentType) {
+    SumoraDocument document = readDocument(contents, filename, contentType);
+    // Formulas show what their inputs produce, not the results the file saved.
+    // A CSV file's cells are texts; those typed as "=…" become formulas here.
+    recalculateWorkbook(document);
+    return document;
 }
 
 std::string documentFileContents(const SumoraDocument& document, FileType type) {
