@@ -62,7 +62,6 @@ bool MainWindow::loadFile(const QString& path) {
     const std::string file = path.toStdString();
     std::exception_ptr failure = runWithProgress(this, tr("Opening “%1”…").arg(name), [loaded, file] {
         *loaded = openDocumentFile(file);
-        recalculateDocument(*loaded, builtinFunctions());
     });
     if (failure) {
         showAlert(this, tr("The document “%1” could not be opened.").arg(name), messageOf(failure));
@@ -85,7 +84,6 @@ bool MainWindow::loadRecovered(const QString& recoveryPath, const QString& name)
     const std::string file = recoveryPath.toStdString();
     std::exception_ptr failure = runWithProgress(this, tr("Restoring “%1”…").arg(name), [loaded, file] {
         *loaded = openDocumentFile(file);
-        recalculateDocument(*loaded, builtinFunctions());
     });
     if (failure) {
         showAlert(this, tr("The recovered document “%1” could not be opened.").arg(name), messageOf(failure));

@@ -5,7 +5,6 @@
 
 #include "cli/CliCommands.h"
 #include "document/SumoraDocument.h"
-#include "engine/Recalculation.h"
 #include "formats/CsvFormat.h"
 #include "formats/DocumentIO.h"
 #include "formats/FileErrors.h"
@@ -41,10 +40,6 @@ SumoraDocument openWorkbookForEditing(const std::string& path) {
         throw CLI::RuntimeError(1);
     }
     if (doc.sheets.empty()) doc.sheets.push_back(SumoraDocument::makeNewSheet("Sheet 1"));
-    // XLSX and ODS come back recalculated from the open; CSV holds texts only,
-    // and recalculating promotes its "=…" fields to formulas.
-    if (fileTypeForPath(path).value_or(FileType::csv) == FileType::csv)
-        recalculateDocument(doc, builtinFunctions());
     return doc;
 }
 

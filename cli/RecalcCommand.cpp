@@ -11,8 +11,7 @@ void addRecalcCommand(CLI::App& app) {
     cmd->add_option("input", *input, "Workbook to open (xlsx, ods, csv)")->required();
     cmd->add_option("-o,--output", *output, "File to write; its extension names the type");
     cmd->callback([input, output] {
-        // Every reader yields at least one sheet, so this only opens and
-        // recalculates.
+        // Opening recalculates every sheet; what is left is the output.
         SumoraDocument doc = openWorkbookForEditing(*input);
         if (output->empty())
             printFirstSheet(doc);

@@ -1,7 +1,5 @@
 #include "engine/FormulaAdjuster.h"
 
-#include <algorithm>
-#include <limits>
 #include <memory>
 #include <stdexcept>
 
@@ -9,6 +7,7 @@
 #include <unicode/unistr.h>
 
 #include "document/ColumnLetters.h"
+#include "engine/ReferenceShifter.h"
 
 namespace sumora {
 
@@ -32,13 +31,6 @@ const icu::RegexPattern& referencePattern() {
         return p;
     }();
     return *pattern;
-}
-
-int64_t saturatingAdd(int64_t a, int64_t b) {
-    int64_t sum;
-    if (__builtin_add_overflow(a, b, &sum))
-        return b > 0 ? std::numeric_limits<int64_t>::max() : std::numeric_limits<int64_t>::min();
-    return sum;
 }
 
 std::string toUtf8(const icu::UnicodeString& s) {
@@ -76,16 +68,11 @@ std::string FormulaAdjuster::adjustReferences(std::string_view text, int64_t row
             out.append(input, start, end - start);
             continue;
         }
-        int64_t col = *column;
-        if (!absoluteColumn) col = std::max<int64_t>(saturatingAdd(col, colDelta), 0);
-        if (!absoluteRow) row = std::max<int64_t>(saturatingAdd(row, rowDelta), 1);
-
+        ParsedCellRef moved = clampedShift(ParsedCellRef{*column, row - 1, absoluteColumn, absoluteRow},
+                                           rowDelta, colDelta);
         out.append(input, start, columnMarkStart - start); // the sheet prefix as written
         std::string reference;
-        if (absoluteColumn) reference += '$';
-        appendColumnLetter(reference, col);
-        if (absoluteRow) reference += '$';
-        reference += std::to_string(row);
+        appendReference(reference, moved);
         out.append(icu::UnicodeString::fromUTF8(reference));
     }
     out.append(input, copied, input.length() - copied);

@@ -224,118 +224,129 @@ std::vector<Token> FormulaTokenizer::tokenize() {
     std::vector<Token> tokens;
     tokens.reserve(8);
     while (!atEnd()) {
-        char32_t c = current();
-        if (isFormulaWhitespace(c)) {
+        if (isFormulaWhitespace(current())) {
             advance();
             continue;
         }
-        if (c == '"') {
-            readString(tokens);
-            continue;
+        const size_t first = tokens.size();
+        const auto begin = static_cast<uint32_t>(pos_);
+        readToken(tokens);
+        for (size_t i = first; i < tokens.size(); ++i) {
+            tokens[i].begin = begin;
+            tokens[i].end = static_cast<uint32_t>(pos_);
         }
-        if (isFormulaNumeric(c) || (c == '.' && isFormulaNumeric(peek()))) {
-            readNumber(tokens);
-            continue;
-        }
-        switch (c) {
-        case '+':
-        case '-': {
-            if (isBinaryPosition(tokens)) {
-                tokens.push_back(opToken(std::string(1, static_cast<char>(c))));
-                advance();
-            } else {
-                char32_t next = peek();
-                if (isFormulaNumeric(next) || next == '.') {
-                    readNumber(tokens);
-                } else {
-                    tokens.push_back(opToken(std::string(1, static_cast<char>(c))));
-                    advance();
-                }
-            }
-            continue;
-        }
-        case '*':
-        case '/':
-        case '^':
-        case '&':
-            tokens.push_back(opToken(std::string(1, static_cast<char>(c))));
-            advance();
-            continue;
-        case '<':
-            advance();
-            if (!atEnd() && text_[pos_] == '=') {
-                advance();
-                tokens.push_back(opToken("<="));
-            } else if (!atEnd() && text_[pos_] == '>') {
-                advance();
-                tokens.push_back(opToken("<>"));
-            } else {
-                tokens.push_back(opToken("<"));
-            }
-            continue;
-        case '>':
-            advance();
-            if (!atEnd() && text_[pos_] == '=') {
-                advance();
-                tokens.push_back(opToken(">="));
-            } else {
-                tokens.push_back(opToken(">"));
-            }
-            continue;
-        case '=':
-            advance();
-            tokens.push_back(opToken("="));
-            continue;
-        case '(': advance(); tokens.push_back(simple(TokenKind::lparen)); continue;
-        case ')': advance(); tokens.push_back(simple(TokenKind::rparen)); continue;
-        case ',': advance(); tokens.push_back(simple(TokenKind::comma)); continue;
-        case ':': advance(); tokens.push_back(simple(TokenKind::colon)); continue;
-        case '%': advance(); tokens.push_back(simple(TokenKind::percent)); continue;
-        case '\'': {
-            advance();
-            size_t start = pos_;
-            while (!atEnd() && text_[pos_] != '\'') ++pos_;
-            std::string sheet(text_.substr(start, pos_ - start));
-            if (!atEnd()) ++pos_; // closing quote
-            if (!atEnd() && text_[pos_] == '!') {
-                ++pos_;
-                std::string ident = readIdentifier();
-                if (auto ref = parseCellRef(ident))
-                    tokens.push_back(refToken(TokenKind::sheetCellRef, *ref, std::move(sheet)));
-            }
-            continue;
-        }
-        default: break;
-        }
-        if (isFormulaLetter(c) || c == '$' || c == '_') {
-            std::string ident = readIdentifier();
-            std::string upper = toUpperText(ident);
-            if (upper == "TRUE" || upper == "FALSE") {
-                Token t;
-                t.kind = TokenKind::boolean;
-                t.boolean = upper == "TRUE";
-                tokens.push_back(std::move(t));
-                continue;
-            }
-            if (!atEnd() && text_[pos_] == '!') {
-                ++pos_;
-                std::string second = readIdentifier();
-                if (auto ref = parseCellRef(second))
-                    tokens.push_back(refToken(TokenKind::sheetCellRef, *ref, std::move(ident)));
-                else
-                    tokens.push_back(textToken(TokenKind::functionName, std::move(upper)));
-                continue;
-            }
-            // A name before "(" calls a function even where it reads as a cell.
-            const bool call = !atEnd() && text_[pos_] == '(';
-            auto ref = call ? std::nullopt : parseCellRef(ident);
-            tokens.push_back(ref ? refToken(TokenKind::cellRef, *ref)
-                                 : textToken(TokenKind::functionName, std::move(upper)));
-            continue;
-        }
-        advance(); // anything else vanishes
     }
     return tokens;
+}
+
+// One token (or, for an unreadable character, none) from the current position.
+void FormulaTokenizer::readToken(std::vector<Token>& out) {
+    char32_t c = current();
+    if (c == '"') {
+        readString(out);
+        return;
+    }
+    if (isFormulaNumeric(c) || (c == '.' && isFormulaNumeric(peek()))) {
+        readNumber(out);
+        return;
+    }
+    switch (c) {
+    case '+':
+    case '-': {
+        if (isBinaryPosition(out)) {
+            out.push_back(opToken(std::string(1, static_cast<char>(c))));
+            advance();
+        } else {
+            char32_t next = peek();
+            if (isFormulaNumeric(next) || next == '.') {
+                readNumber(out);
+            } else {
+                out.push_back(opToken(std::string(1, static_cast<char>(c))));
+                advance();
+            }
+        }
+        return;
+    }
+    case '*':
+    case '/':
+    case '^':
+    case '&':
+        out.push_back(opToken(std::string(1, static_cast<char>(c))));
+        advance();
+        return;
+    case '<':
+        advance();
+        if (!atEnd() && text_[pos_] == '=') {
+            advance();
+            out.push_back(opToken("<="));
+        } else if (!atEnd() && text_[pos_] == '>') {
+            advance();
+            out.push_back(opToken("<>"));
+        } else {
+            out.push_back(opToken("<"));
+        }
+        return;
+    case '>':
+        advance();
+        if (!atEnd() && text_[pos_] == '=') {
+            advance();
+            out.push_back(opToken(">="));
+        } else {
+            out.push_back(opToken(">"));
+        }
+        return;
+    case '=':
+        advance();
+        out.push_back(opToken("="));
+        return;
+    case '(': advance(); out.push_back(simple(TokenKind::lparen)); return;
+    case ')': advance(); out.push_back(simple(TokenKind::rparen)); return;
+    case ',': advance(); out.push_back(simple(TokenKind::comma)); return;
+    case ':': advance(); out.push_back(simple(TokenKind::colon)); return;
+    case '%': advance(); out.push_back(simple(TokenKind::percent)); return;
+    case '\'': {
+        advance();
+        size_t start = pos_;
+        while (!atEnd() && text_[pos_] != '\'') ++pos_;
+        std::string sheet(text_.substr(start, pos_ - start));
+        if (!atEnd()) ++pos_; // closing quote
+        if (!atEnd() && text_[pos_] == '!') {
+            ++pos_;
+            std::string ident = readIdentifier();
+            if (auto ref = parseCellRef(ident))
+                out.push_back(refToken(TokenKind::sheetCellRef, *ref, std::move(sheet)));
+        }
+        return;
+    }
+    default: break;
+    }
+    if (isFormulaLetter(c) || c == '$' || c == '_') {
+        std::string ident = readIdentifier();
+        std::string upper = toUpperText(ident);
+        if (upper == "TRUE" || upper == "FALSE") {
+            Token t;
+            t.kind = TokenKind::boolean;
+            t.boolean = upper == "TRUE";
+            out.push_back(std::move(t));
+            return;
+        }
+        if (!atEnd() && text_[pos_] == '!') {
+            ++pos_;
+            std::string second = readIdentifier();
+            if (auto ref = parseCellRef(second))
+                out.push_back(refToken(TokenKind::sheetCellRef, *ref, std::move(ident)));
+            else
+                out.push_back(textToken(TokenKind::functionName, std::move(upper)));
+            return;
+        }
+        // A name before "(" calls a function even where it reads as a cell.
+        const bool call = !atEnd() && text_[pos_] == '(';
+        auto ref = call ? std::nullopt : parseCellRef(ident);
+        out.push_back(ref ? refToken(TokenKind::cellRef, *ref)
+                          : textToken(TokenKind::functionName, std::move(upper)));
+        return;
+    }
+    advance(); // anything else vanishes
 }
 
 } // namespace sumora

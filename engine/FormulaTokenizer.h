@@ -38,6 +38,10 @@ struct Token {
     // Text of a string literal, the sheet of a sheetCellRef, the upper-cased
     // function name, or the operator text.
     std::string text;
+    // Where the token was read: bytes [begin, end) of the formula text, a
+    // sheet prefix included.
+    uint32_t begin = 0;
+    uint32_t end = 0;
 };
 
 // A1 text such as "$B$12" to a reference: letters of any script, a row of at
@@ -62,6 +66,7 @@ private:
     void advance();
     bool atEnd() const { return pos_ >= text_.size(); }
 
+    void readToken(std::vector<Token>& out);
     void readString(std::vector<Token>& out);
     void readNumber(std::vector<Token>& out);
     std::string readIdentifier();

@@ -122,6 +122,7 @@ void SheetCalculator::forgetCell(int64_t col, int64_t row) {
 void SheetCalculator::recalculateAll() {
     // Lookups of this pass may share table indexes; every write is reported.
     EvaluationCacheScope cacheScope;
+    resultsChanged_ = false;
     sheet().forEachStoredCell([](int64_t, int64_t, Cell& cell) { promote(cell); });
     build();
     FormulaEvaluator evaluator(*this);
@@ -144,6 +145,7 @@ void SheetCalculator::recalculateAll() {
 void SheetCalculator::recalculate(int64_t col, int64_t row) {
     if (!representable(col, row)) return;
     EvaluationCacheScope cacheScope;
+    resultsChanged_ = false;
     ensureBuilt();
     forgetCell(col, row);
     const auto c = static_cast<int32_t>(col), r = static_cast<int32_t>(row);
@@ -189,7 +191,9 @@ void SheetCalculator::markCircular(FormulaId id) {
 }
 
 void SheetCalculator::writeComputed(int64_t col, int64_t row, std::optional<std::string_view> text) {
-    sheet().cellForWriting(row, col).setComputedValue(text);
+    Cell& cell = sheet().cellForWriting(row, col);
+    if (!resultsChanged_ && cell.computedValue() != text) resultsChanged_ = true;
+    cell.setComputedValue(text);
     forgetCell(col, row);
 }
 
@@ -279,6 +283,7 @@ void SheetCalculator::settleSpills(FormulaEvaluator& evaluator) {
         spillTouched_.clear();
         spillTouchedIndex_.clear();
         if (changed.empty()) return;
+        resultsChanged_ = true;
         DependencyGraph::Order order = graph_.recalcOrder(changed, false);
         for (FormulaId id : order.ordered)
             evaluate(evaluator, id);

@@ -49,6 +49,9 @@ class SheetCalculator : public CellResolver {
     // Cells moved: drop everything learnt from them; the next call rebuilds.
     void invalidate();
 
+    // Whether the last recalculation wrote a result other than the cell had.
+    bool resultsChanged() const { return resultsChanged_; }
+
     bool hasCircularReference(int64_t col, int64_t row) const;
     const DependencyGraph& graph() const { return graph_; }
     // The parsed tree of a formula cell, or nullptr.
@@ -108,6 +111,7 @@ class SheetCalculator : public CellResolver {
     std::vector<FormulaTree> trees_; // by formula id
     SheetValueCache cache_;
     bool built_ = false;
+    bool resultsChanged_ = false;
     CellRef current_;
     std::string text_; // scratch for result texts
     std::vector<CellRect> reads_;

@@ -50,7 +50,6 @@ SumoraDocument openOds(const std::string& bytes) {
         SumoraDocument doc = SumoraDocument::empty();
         doc.sheets = readOdsSheets(bytes);
         if (doc.sheets.empty()) doc.sheets.push_back(SumoraDocument::makeNewSheet("Sheet 1"));
-        recalculateDocument(doc, builtinFunctions());
         return doc;
     } catch (const FileReadError&) {
         throw;
@@ -71,7 +70,10 @@ std::string xlsxFailureMessage(std::string_view d) {
     return "Could not open this XLSX file: " + std::string(d);
 }
 
-SumoraDocument openDocument(const std::optional<std::string>& contents, std::string_view filename,
+namespace {
+
+// The reader's document, before any formula is calculated.
+SumoraDocument readDocument(const std::optional<std::string>& contents, std::string_view filename,
                             std::string_view contentType) {
     Log::progress("  regularFileContents size: " + std::to_string(contents ? static_cast<long long>(contents->size()) : -1LL));
     if (!contents)
@@ -84,6 +86,17 @@ SumoraDocument openDocument(const std::optional<std::string>& contents, std::str
     Log::progress("  No match for contentType " + std::string(contentType) + ", ext=" + ext +
                   ", falling back to empty doc");
     return SumoraDocument();
+}
+
+} // namespace
+
+SumoraDocument openDocument(const std::optional<std::string>& contents, std::string_view filename,
+                            std::string_view contentType) {
+    SumoraDocument document = readDocument(contents, filename, contentType);
+    // Formulas show what their inputs produce, not the results the file saved.
+    // A CSV file's cells are texts; those typed as "=…" become formulas here.
+    recalculateWorkbook(document, builtinFunctions());
+    return document;
 }
 
 std::string documentFileContents(const SumoraDocument& document, FileType type) {

@@ -8,8 +8,9 @@
 
 namespace sumora {
 
-// Builds a document from XLSX bytes; throws on failure (the open dispatch
-// turns the error's text into the user's message).
+// Builds a document from XLSX bytes, its formulas not yet calculated;
+// throws on failure (the open dispatch turns the error's text into the
+// user's message, and calculates).
 SumoraDocument readXlsxDocument(std::string_view bytes);
 // The package bytes of the sheets; throws FileWriteError on a failed check.
 std::string writeXlsx(const std::vector<Sheet>& sheets);

@@ -1,5 +1,6 @@
 // Opening an XLSX package: repair, shared parts (strings, theme, styles),
-// the workbook's sheets in tab order, defined names, then one recalculation.
+// the workbook's sheets in tab order, defined names. Calculating the formulas
+// is left to the open (openDocument), as for every format.
 // Each worksheet is streamed straight into its Sheet; only the small parts
 // (workbook, styles) are held as text, because a few of their details are
 // read from the raw markup.
@@ -8,6 +9,7 @@
 #include <optional>
 
 #include "engine/Recalculation.h"
+#include "values/Log.h"
 #include "formats/XlsxColors.h"
 #include "formats/XlsxCommentsReader.h"
 #include "formats/XlsxFormat.h"
@@ -143,10 +145,6 @@ SumoraDocument readXlsxDocument(std::string_view bytes) {
     document.namedRanges = definedNames(workbook.rawXml);
     if (document.sheets.empty()) document.sheets.push_back(SumoraDocument::makeNewSheet("Sheet 1"));
 
-    // Nothing above needs the package any more; release it before calculating.
-    archive.reset();
-    sharedStrings.reset();
-    recalculateDocument(document, builtinFunctions());
     return document;
 }
 

@@ -353,12 +353,14 @@ std::optional<std::string> WorksheetHandler::formulaFor(int64_t row, int64_t col
                 shared_.insert_or_assign(sharedIndex_, SharedFormula(importedFormula(formula_), row, col));
             return master->second.text();
         }
-        auto master = shared_.find(sharedIndex_);
-        // Beyond the format's own limit on formula length: followers keep their results.
-        if (master == shared_.end() || master->second.text().size() > kMaxSharedFormulaLength)
+        const SharedFormula* master = usableMaster(sharedIndex_);
+        if (!master) {
+            // A continuation's master may still lie in the first half.
+            if (role_ == Role::whole || shared_.count(sharedIndex_)) unusableGroups_.insert(sharedIndex_);
             return std::nullopt;
-        if (master->second.row() == row && master->second.col() == col) return master->second.text();
-        return master->second.textAt(row, col);
+        }
+        if (master->row() == row && master->col() == col) return master->text();
+        return master->textAt(row, col);
     }
     if (formula_.empty()) return std::nullopt;
     if (formulaKind_ == FormulaKind::array && pendingArray_) {
@@ -523,16 +525,18 @@ void WorksheetHandler::absorb(WorksheetHandler& other, Sheet& otherSheet) {
     for (const PendingFollower& p : other.pendingFollowers_) {
         Cell* cell = sheet_.storedCell(p.row, p.col);
         if (!cell) continue;
-        auto master = shared_.find(p.sharedIndex);
-        if (master == shared_.end() || master->second.text().size() > kMaxSharedFormulaLength) {
-            // No master anywhere: the cell keeps its result as a constant, as a whole read does.
+        const SharedFormula* master = usableMaster(p.sharedIndex);
+        if (!master) {
+            // No usable master anywhere: the cell keeps its result as a constant, as a whole read does.
+            unusableGroups_.insert(p.sharedIndex);
             std::string text(cell->computedValue().value_or(""));
             cell->setComputedValue(std::nullopt);
             cell->setValue(text);
             continue;
         }
-        cell->setFormula(master->second.textAt(p.row, p.col));
+        cell->setFormula(master->textAt(p.row, p.col));
     }
+    unusableGroups_.insert(other.unusableGroups_.begin(), other.unusableGroups_.end());
     // Array formulas anchored in this half whose results reach into the other.
     for (const Area& area : arrays_)
         for (int64_t row = std::max(area.startRow, usedRows_);
@@ -550,8 +554,21 @@ void WorksheetHandler::absorb(WorksheetHandler& other, Sheet& otherSheet) {
     usedCols_ = std::max(usedCols_, other.usedCols_);
 }
 
+// The master of a shared-formula group, when its cells can share it: beyond
+// the format's own limit on formula length, or unparsable, they keep their results.
+const SharedFormula* WorksheetHandler::usableMaster(int64_t sharedIndex) const {
+    auto master = shared_.find(sharedIndex);
+    if (master == shared_.end() || master->second.text().size() > kMaxSharedFormulaLength ||
+        !master->second.parses())
+        return nullptr;
+    return &master->second;
+}
+
 void WorksheetHandler::finish() {
     endRow();
+    if (!unusableGroups_.empty())
+        Log::progress("  Shared formulas without a usable master in '" + sheet_.name +
+                      "': " + std::to_string(unusableGroups_.size()) + "; their cells keep their saved results");
     sheet_.growTo(std::max<int64_t>(usedRows_, 500), std::max<int64_t>(usedCols_, 26));
     for (const ColumnSpan& span : columns_)
         for (int64_t c = span.first; c <= span.last && c < sheet_.columnCount(); ++c)

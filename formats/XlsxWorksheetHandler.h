@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "formats/XlsxConditionalFormats.h"
@@ -96,6 +97,7 @@ class WorksheetHandler : public XmlHandler {
     std::string_view resolvedText();
     std::string_view shiftedFrom1904(std::string_view text);
     std::optional<std::string> formulaFor(int64_t row, int64_t col);
+    const SharedFormula* usableMaster(int64_t sharedIndex) const;
     bool insideArray(int64_t row, int64_t col);
     void countText(size_t bytes);
     Cell& writableCell(int64_t row, int64_t col);
@@ -135,6 +137,7 @@ class WorksheetHandler : public XmlHandler {
 
     std::unordered_map<int64_t, SharedFormula> shared_;
     std::vector<PendingFollower> pendingFollowers_;
+    std::unordered_set<int64_t> unusableGroups_; // shared indexes whose cells kept their results
     std::vector<Area> arrays_;
     std::vector<ColumnSpan> columns_;
     ValidationMarkup validations_;

@@ -6,8 +6,9 @@
 
 #include "engine/FormulaAdjuster.h"
 #include "values/Log.h"
+#include <algorithm>
+
 #include "formats/XlsxColors.h"
-#include "formats/XlsxSharedFormula.h"
 #include "formats/XlsxStylesReader.h"
 #include "tests/XlsxReaderTestSupport.h"
 
@@ -113,27 +114,29 @@ TEST(XlsxCells, SharedFormulasAreExpandedFromTheirMaster) {
     EXPECT_EQ(at(s, "D3").value(), "5");
 }
 
-TEST(XlsxCells, SharedFormulaTextEqualsTheReferenceAdjusters) {
-    const char* formulas[] = {"A1+$B$2+C$3+$D4",
-                              "Sheet2!A1*2",
-                              "'My Sheet'!B2+'It''s'!C3",
-                              "SUM(A1:A3)",
-                              "LOG10(A1)",
-                              "XFD1+AAAA1",
-                              "\"AB12\"&A1",
-                              "a1+B1",
-                              "A007+B1",
-                              "Ünï!A1+_x!B2",
-                              "A12345678",
-                              "=A1+1",
-                              "no references",
-                              ""};
-    const std::pair<int64_t, int64_t> deltas[] = {{0, 0}, {1, 0}, {0, 1}, {-5, -3}, {100000, 2}, {3, -30}};
-    for (const char* formula : formulas)
-        for (auto [rows, cols] : deltas)
-            EXPECT_EQ(xlsx::SharedFormula(formula, 10, 20).textAt(10 + rows, 20 + cols),
-                      FormulaAdjuster::adjustReferences(formula, rows, cols))
-                << formula << " moved by " << rows << ", " << cols;
+TEST(XlsxCells, SharedFormulasMoveOnlyReferencesAndBrokenMastersKeepResults) {
+    std::string rows =
+        R"(<row r="2"><c r="C2"><f t="shared" ref="C2:D9" si="0">DAYS360(B2,A2)&amp;DEC2BIN(1)&amp;"A2"</f>)"
+        R"(<v>0</v></c><c r="E2"><f t="shared" ref="E2:E3" si="1">SUM((A2</f><v>7</v></c></row>)"
+        R"(<row r="3"><c r="E3"><f t="shared" si="1"/><v>8</v></c></row>)"
+        R"(<row r="9"><c r="C9"><f t="shared" si="0"/><v>0</v></c><c r="D9"><f t="shared" si="0"/></c></row>)";
+    LogCapture log;
+    SumoraDocument doc = TestPackage(worksheet(rows)).open();
+    const Sheet& s = doc.sheets[0];
+    EXPECT_EQ(at(s, "C9").formula(), "DAYS360(B9,A9)&DEC2BIN(1)&\"A2\"");
+    EXPECT_EQ(at(s, "D9").formula(), "DAYS360(C9,B9)&DEC2BIN(1)&\"A2\"");
+    EXPECT_EQ(at(s, "C9").displayValue(), "01A2");
+    // An unparsable master keeps its formula; the rest of its group keeps the saved results.
+    EXPECT_EQ(at(s, "E2").formula(), "SUM((A2");
+    EXPECT_EQ(at(s, "E2").displayValue(), "7");
+    EXPECT_FALSE(at(s, "E3").formula());
+    EXPECT_EQ(at(s, "E3").value(), "8");
+    EXPECT_EQ(std::count_if(log.lines().begin(), log.lines().end(),
+                            [](const std::string& line) {
+                                return line.find("Shared formulas without a usable master in 'Sheet1': 1;") !=
+                                       std::string::npos;
+                            }),
+              1);
 }
 
 TEST(XlsxCells, ArrayFormulaResultsMayBeReplacedByTheSpill) {

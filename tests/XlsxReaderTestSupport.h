@@ -83,7 +83,7 @@ class TestPackage {
         return zip.finish();
     }
 
-    SumoraDocument open() const { return readXlsxDocument(bytes()); }
+    SumoraDocument open() const { return openDocument(bytes(), "book.xlsx", kXlsxContentType); }
 
   private:
     struct SheetInfo {

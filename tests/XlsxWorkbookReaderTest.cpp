@@ -119,7 +119,7 @@ TEST(XlsxWorkbook, StrictNamespacesReadLikeTransitionalOnes) {
             "<x:worksheet xmlns:x=\"" + strict +
                 "\"><x:sheetData><x:row r=\"1\"><x:c r=\"A1\" t=\"s\"><x:v>0</x:v></x:c>"
                 "<x:c r=\"B1\"><x:f>A1&amp;\"!\"</x:f></x:c></x:row></x:sheetData></x:worksheet>");
-    SumoraDocument doc = readXlsxDocument(zip.finish());
+    SumoraDocument doc = openDocument(zip.finish(), "strict.xlsx", kXlsxContentType);
     ASSERT_EQ(doc.sheets.size(), 1u);
     EXPECT_EQ(doc.sheets[0].name, "S");
     EXPECT_EQ(at(doc.sheets[0], "A1").value(), "strict");
