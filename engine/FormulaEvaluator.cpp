@@ -4,6 +4,7 @@
 
 #include "engine/FunctionContext.h"
 #include "engine/FunctionRegistry.h"
+#include "engine/RecalcProfiler.h"
 
 namespace sumora {
 
@@ -82,7 +83,12 @@ FormulaValue FormulaEvaluator::evaluateFunction(const FormulaTree& tree, uint32_
     const FormulaNode& n = tree.node(callNode);
     if (!n.call.function) return FormulaValue::error(FormulaError::unknownFunction(std::string(tree.functionName(n))));
     FunctionContext context(*this, tree, callNode, depth);
-    return n.call.function->impl(context);
+    if (!profiler_) return n.call.function->impl(context);
+    profiler_->beginFunction();
+    auto start = RecalcProfiler::Clock::now();
+    FormulaValue result = n.call.function->impl(context);
+    profiler_->endFunction(n.call.function, RecalcProfiler::nanosecondsSince(start));
+    return result;
 }
 
 FormulaValue FormulaEvaluator::evaluateBinaryOp(const FormulaTree& tree, const FormulaNode& n, int depth) {

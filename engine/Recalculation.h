@@ -7,9 +7,11 @@
 
 namespace sumora {
 
+class RecalcProfiler;
+
 // Recalculates every formula of one sheet.
-void recalculateSheet(SumoraDocument& document, size_t sheetIndex);
-// Recalculates every sheet, in tab order.
-void recalculateDocument(SumoraDocument& document);
+void recalculateSheet(SumoraDocument& document, size_t sheetIndex, RecalcProfiler* profiler = nullptr);
+// Recalculates every sheet, in tab order; a profiler times every formula.
+void recalculateDocument(SumoraDocument& document, RecalcProfiler* profiler = nullptr);
 
 } // namespace sumora

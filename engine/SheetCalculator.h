@@ -30,6 +30,7 @@ namespace sumora {
 
 class FormulaEvaluator;
 class FunctionRegistry;
+class RecalcProfiler;
 
 class SheetCalculator : public CellResolver {
   public:
@@ -48,6 +49,8 @@ class SheetCalculator : public CellResolver {
     void recalculate(int64_t col, int64_t row);
     // Cells moved: drop everything learnt from them; the next call rebuilds.
     void invalidate();
+    // Times each formula and function call of later recalculations.
+    void setProfiler(RecalcProfiler* profiler) { profiler_ = profiler; }
 
     bool hasCircularReference(int64_t col, int64_t row) const;
     const DependencyGraph& graph() const { return graph_; }
@@ -101,6 +104,7 @@ class SheetCalculator : public CellResolver {
     SumoraDocument& document_;
     size_t sheetIndex_;
     const FunctionRegistry* registry_;
+    RecalcProfiler* profiler_ = nullptr;
     std::function<bool(std::string_view)> isWorkbookName_;
     WorkbookResolver direct_; // reads of other sheets
 

@@ -29,10 +29,10 @@ std::string lowerExtension(std::string_view filename) {
 
 bool contains(std::string_view haystack, std::string_view needle) { return haystack.find(needle) != std::string_view::npos; }
 
-SumoraDocument openXlsx(const std::string& bytes) {
+SumoraDocument openXlsx(const std::string& bytes, OpenMode mode) {
     Log::progress("  Matched XLSX, parsing " + std::to_string(bytes.size()) + " bytes...");
     try {
-        SumoraDocument doc = readXlsxDocument(bytes);
+        SumoraDocument doc = readXlsxDocument(bytes, mode == OpenMode::recalculated);
         Log::progress("  XLSX parse OK, sheets=" + std::to_string(doc.sheets.size()));
         return doc;
     } catch (const FileReadError& e) {
@@ -44,12 +44,12 @@ SumoraDocument openXlsx(const std::string& bytes) {
     }
 }
 
-SumoraDocument openOds(const std::string& bytes) {
+SumoraDocument openOds(const std::string& bytes, OpenMode mode) {
     try {
         SumoraDocument doc = SumoraDocument::empty();
         doc.sheets = readOdsSheets(bytes);
         if (doc.sheets.empty()) doc.sheets.push_back(SumoraDocument::makeNewSheet("Sheet 1"));
-        recalculateDocument(doc);
+        if (mode == OpenMode::recalculated) recalculateDocument(doc);
         return doc;
     } catch (const FileReadError&) {
         throw;
@@ -71,15 +71,15 @@ std::string xlsxFailureMessage(std::string_view d) {
 }
 
 SumoraDocument openDocument(const std::optional<std::string>& contents, std::string_view filename,
-                            std::string_view contentType) {
+                            std::string_view contentType, OpenMode mode) {
     Log::progress("  regularFileContents size: " + std::to_string(contents ? static_cast<long long>(contents->size()) : -1LL));
     if (!contents)
         throw FileReadError(FileReadError::Code::corruptFile, "The file appears to be empty or could not be read.");
     std::string ext = lowerExtension(filename);
     Log::progress("  filename: " + std::string(filename) + ", ext: " + ext);
-    if (contentType == kXlsxContentType || ext == "xlsx") return openXlsx(*contents);
+    if (contentType == kXlsxContentType || ext == "xlsx") return openXlsx(*contents, mode);
     if (contentType == kCsvContentType || ext == "csv") return readCsvDocument(*contents);
-    if (contentType == kOdsContentType || ext == "ods") return openOds(*contents);
+    if (contentType == kOdsContentType || ext == "ods") return openOds(*contents, mode);
     Log::progress("  No match for contentType " + std::string(contentType) + ", ext=" + ext +
                   ", falling back to empty doc");
     return SumoraDocument();
@@ -113,7 +113,7 @@ std::string_view contentTypeForPath(const std::filesystem::path& path) {
     return kDataContentType;
 }
 
-SumoraDocument openDocumentFile(const std::filesystem::path& path) {
+SumoraDocument openDocumentFile(const std::filesystem::path& path, OpenMode mode) {
     std::optional<std::string> contents;
     // A directory opens as a stream on Linux and reads as empty; it has no
     // regular-file contents.
@@ -128,7 +128,7 @@ SumoraDocument openDocumentFile(const std::filesystem::path& path) {
     if (!contents && !std::filesystem::exists(path, ec))
         throw FileReadError(FileReadError::Code::noSuchFile,
                             "The file \"" + path.filename().string() + "\" couldn't be opened because there is no such file.");
-    return openDocument(contents, path.filename().string(), contentTypeForPath(path));
+    return openDocument(contents, path.filename().string(), contentTypeForPath(path), mode);
 }
 
 void writeFileAtomically(const std::filesystem::path& path, std::string_view bytes) {

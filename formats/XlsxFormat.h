@@ -9,8 +9,9 @@
 namespace sumora {
 
 // Builds a document from XLSX bytes; throws on failure (the open dispatch
-// turns the error's text into the user's message).
-SumoraDocument readXlsxDocument(std::string_view bytes);
+// turns the error's text into the user's message). Without `recalculate`,
+// formula cells keep the cached results the file stores.
+SumoraDocument readXlsxDocument(std::string_view bytes, bool recalculate = true);
 // The package bytes of the sheets; throws FileWriteError on a failed check.
 std::string writeXlsx(const std::vector<Sheet>& sheets);
 // The same with what the workbook keeps beside its sheets (defined names,

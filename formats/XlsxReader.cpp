@@ -104,7 +104,7 @@ void readSheetComments(ZipReader& archive, const std::string& path, Sheet& sheet
 
 } // namespace
 
-SumoraDocument readXlsxDocument(std::string_view bytes) {
+SumoraDocument readXlsxDocument(std::string_view bytes, bool recalculate) {
     Package package = openPackage(bytes);
     std::unique_ptr<ZipReader>& archive = package.archive;
     WorkbookInfo workbook = readWorkbook(*archive);
@@ -145,7 +145,7 @@ SumoraDocument readXlsxDocument(std::string_view bytes) {
     // Nothing above needs the package any more; release it before calculating.
     archive.reset();
     sharedStrings.reset();
-    recalculateDocument(document);
+    if (recalculate) recalculateDocument(document);
     return document;
 }
 
