@@ -51,7 +51,8 @@ best() {
   local best_wall="" best_cpu=""
   for ((i = 1; i <= runs; i++)); do
     /usr/bin/time -f "%e %U %S" -o "$data/tools.time" "$@" >/dev/null 2>&1 || true
-    read -r wall user sys <"$data/tools.time"
+    # The last line: a failing status (diff's 1) adds a line before it.
+    read -r wall user sys < <(tail -n 1 "$data/tools.time")
     local cpu
     cpu=$(awk "BEGIN { print $user + $sys }")
     if [ -z "$best_wall" ] || awk "BEGIN { exit !($wall < $best_wall) }"; then best_wall=$wall; fi
