@@ -14,6 +14,9 @@ void addSetCommand(CLI::App& app);
 void addSortCommand(CLI::App& app);
 void addGoalSeekCommand(CLI::App& app);
 void addSolveCommand(CLI::App& app);
+void addCheckCommand(CLI::App& app);
+void addDiffCommand(CLI::App& app);
+void addTraceCommand(CLI::App& app);
 #ifdef SUMORA_HAVE_MACROS
 void addMacroCommand(CLI::App& app);
 #endif
@@ -24,6 +27,10 @@ void printFirstSheet(const SumoraDocument& document);
 // For commands that edit through the editor: opens and recalculates (a file
 // without sheets gets one), or fails the command with the reader's message.
 SumoraDocument openWorkbookForEditing(const std::string& path);
+// For the reporting commands (check, diff, trace, recalc --profile): opens a
+// workbook of a readable type, recalculated or with its stored results, or
+// prints one line and ends the command with status 2.
+SumoraDocument openWorkbookForReport(const std::string& path, bool recalculate);
 // Writes atomically, or fails the command with the writer's message.
 void saveEditedWorkbook(const SumoraDocument& document, const std::string& path);
 

@@ -43,6 +43,23 @@ SumoraDocument openWorkbookForEditing(const std::string& path) {
     return doc;
 }
 
+SumoraDocument openWorkbookForReport(const std::string& path, bool recalculate) {
+    // An unknown extension would open as an empty workbook; here it is a mistake.
+    auto type = fileTypeForPath(path);
+    if (!type) {
+        std::cerr << "Not a workbook (xlsx, ods or csv): " << path << '\n';
+        throw CLI::RuntimeError(2);
+    }
+    try {
+        SumoraDocument doc = openDocumentFile(path, recalculate ? OpenMode::recalculated : OpenMode::asStored);
+        if (doc.sheets.empty()) doc.sheets.push_back(SumoraDocument::makeNewSheet("Sheet 1"));
+        return doc;
+    } catch (const std::exception& e) {
+        std::cerr << path << ": " << e.what() << '\n';
+        throw CLI::RuntimeError(2);
+    }
+}
+
 void saveEditedWorkbook(const SumoraDocument& document, const std::string& path) {
     try {
         saveDocumentFile(document, path);

@@ -20,6 +20,9 @@ int main(int argc, char** argv) {
     sumora::cli::addSortCommand(app);
     sumora::cli::addGoalSeekCommand(app);
     sumora::cli::addSolveCommand(app);
+    sumora::cli::addCheckCommand(app);
+    sumora::cli::addDiffCommand(app);
+    sumora::cli::addTraceCommand(app);
 #ifdef SUMORA_HAVE_MACROS
     sumora::cli::addMacroCommand(app);
 #endif

@@ -13,19 +13,8 @@ void DependencyGraph::clear() {
 
 void DependencyGraph::collectRefs(const FormulaTree& tree, const std::vector<NamedRange>& names,
                                   std::vector<CellRect>& out) {
-    // Bare names declared by a LET of this formula are its variables.
     std::vector<std::string_view> letNames;
-    std::vector<uint32_t> args;
-    for (const FormulaNode& n : tree.nodes) {
-        if (n.kind != NodeKind::functionCall || !n.call.function ||
-            !n.call.function->is(FunctionFlags::bindsNames))
-            continue;
-        args.clear();
-        tree.arguments(n, args);
-        for (size_t k = 0; k + 1 < args.size(); k += 2)
-            if (tree.node(args[k]).kind == NodeKind::name)
-                letNames.push_back(tree.string(tree.node(args[k]).stringIndex));
-    }
+    collectLetVariables(tree, letNames);
     for (const FormulaNode& n : tree.nodes) {
         switch (n.kind) {
         case NodeKind::cellRef:
@@ -47,6 +36,18 @@ void DependencyGraph::collectRefs(const FormulaTree& tree, const std::vector<Nam
         default:
             break;
         }
+    }
+}
+
+void DependencyGraph::collectLetVariables(const FormulaTree& tree, std::vector<std::string_view>& out) {
+    std::vector<uint32_t> args;
+    for (const FormulaNode& n : tree.nodes) {
+        if (n.kind != NodeKind::functionCall || tree.functionName(n) != "LET") continue;
+        args.clear();
+        tree.arguments(n, args);
+        for (size_t k = 0; k + 1 < args.size(); k += 2)
+            if (tree.node(args[k]).kind == NodeKind::name)
+                out.push_back(tree.string(tree.node(args[k]).stringIndex));
     }
 }
 

@@ -51,6 +51,8 @@ class DependencyGraph {
     // matches a cell of this sheet.
     static void collectRefs(const FormulaTree& tree, const std::vector<NamedRange>& names,
                             std::vector<CellRect>& out);
+    // The bare names a LET of the formula declares: variables, not workbook names.
+    static void collectLetVariables(const FormulaTree& tree, std::vector<std::string_view>& out);
 
     // Registers a formula cell with no dependencies; the cell must not hold one.
     FormulaId addFormula(int32_t col, int32_t row);

@@ -4,6 +4,7 @@
 
 #include "engine/FunctionContext.h"
 #include "engine/FunctionRegistry.h"
+#include "engine/RecalcProfiler.h"
 
 namespace sumora {
 
@@ -100,7 +101,12 @@ FormulaValue FormulaEvaluator::evaluateFunction(const FormulaTree& tree, uint32_
         return FormulaValue::error(FormulaError::unknownFunction(std::string(tree.functionName(n))));
     if (!function->count.accepts(n.call.argCount)) return wrongArgumentCount(*function, n.call.argCount);
     FunctionContext context(*this, tree, callNode, depth);
-    return function->impl(context);
+    if (!profiler_) return function->impl(context);
+    profiler_->beginFunction();
+    auto start = RecalcProfiler::Clock::now();
+    FormulaValue result = function->impl(context);
+    profiler_->endFunction(function, RecalcProfiler::nanosecondsSince(start));
+    return result;
 }
 
 FormulaValue FormulaEvaluator::evaluateBinaryOp(const FormulaTree& tree, const FormulaNode& n, int depth) {

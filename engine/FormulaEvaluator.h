@@ -14,6 +14,8 @@
 
 namespace sumora {
 
+class RecalcProfiler;
+
 class FormulaEvaluator {
 public:
     static constexpr int kMaxDepth = 1000;
@@ -25,6 +27,8 @@ public:
     FormulaValue evaluateFunction(const FormulaTree& tree, uint32_t callNode, int depth);
 
     CellResolver& resolver() { return resolver_; }
+    // Times every function call into the profiler (none: no timing).
+    void setProfiler(RecalcProfiler* profiler) { profiler_ = profiler; }
 
     // LET variables, innermost last; a bare name looks here before the
     // workbook's named ranges.
@@ -41,6 +45,7 @@ private:
     FormulaValue evaluateName(const FormulaTree& tree, const FormulaNode& n);
 
     CellResolver& resolver_;
+    RecalcProfiler* profiler_ = nullptr;
     std::vector<std::pair<std::string, FormulaValue>> variables_;
     std::vector<std::string> nameSheets_; // keeps sheet names of resolved names alive
 };

@@ -14,17 +14,20 @@ constexpr int kMaxWorkbookRounds = 16;
 
 } // namespace
 
-void recalculateSheet(SumoraDocument& document, size_t sheetIndex, const FunctionRegistry& registry) {
+void recalculateSheet(SumoraDocument& document, size_t sheetIndex, const FunctionRegistry& registry,
+                      RecalcProfiler* profiler) {
     if (sheetIndex >= document.sheets.size()) return;
-    SheetCalculator(document, sheetIndex, registry).recalculateAll();
+    SheetCalculator calculator(document, sheetIndex, registry);
+    calculator.setProfiler(profiler);
+    calculator.recalculateAll();
 }
 
-void recalculateDocument(SumoraDocument& document, const FunctionRegistry& registry) {
+void recalculateDocument(SumoraDocument& document, const FunctionRegistry& registry, RecalcProfiler* profiler) {
     for (size_t i = 0; i < document.sheets.size(); ++i)
-        recalculateSheet(document, i, registry);
+        recalculateSheet(document, i, registry, profiler);
 }
 
-void recalculateWorkbook(SumoraDocument& document, const FunctionRegistry& registry) {
+void recalculateWorkbook(SumoraDocument& document, const FunctionRegistry& registry, RecalcProfiler* profiler) {
     const size_t count = document.sheets.size();
     const std::vector<std::vector<size_t>> reads = sheetsReadBy(document);
     const std::vector<size_t> order = sheetCalculationOrder(reads);
@@ -43,6 +46,7 @@ void recalculateWorkbook(SumoraDocument& document, const FunctionRegistry& regis
             if (!pending[s]) continue;
             pending[s] = false;
             SheetCalculator calculator(document, s, registry);
+            calculator.setProfiler(profiler);
             calculator.recalculateAll();
             if (!calculator.resultsChanged()) continue;
             for (size_t reader : readers[s]) {

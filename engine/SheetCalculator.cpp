@@ -9,6 +9,7 @@
 #include "engine/FormulaEvaluator.h"
 #include "engine/FormulaParser.h"
 #include "values/Log.h"
+#include "engine/RecalcProfiler.h"
 
 namespace sumora {
 
@@ -126,6 +127,7 @@ void SheetCalculator::recalculateAll() {
     sheet().forEachStoredCell([](int64_t, int64_t, Cell& cell) { promote(cell); });
     build();
     FormulaEvaluator evaluator(*this);
+    evaluator.setProfiler(profiler_);
     std::vector<CellRef> anchors;
     for (const auto& [anchor, cells] : spillRanges_)
         if (graph_.formulaAt(static_cast<int32_t>(anchor.col), static_cast<int32_t>(anchor.row)) ==
@@ -160,6 +162,7 @@ void SheetCalculator::recalculate(int64_t col, int64_t row) {
         clearSpill(col, row);
 
     FormulaEvaluator evaluator(*this);
+    evaluator.setProfiler(profiler_);
     GridPosition changed{c, r};
     DependencyGraph::Order order = graph_.recalcOrder({&changed, 1}, true);
     for (FormulaId id : order.ordered)
@@ -173,7 +176,10 @@ void SheetCalculator::evaluate(FormulaEvaluator& evaluator, FormulaId id) {
     GridPosition p = graph_.position(id);
     current_.col = p.col;
     current_.row = p.row;
+    if (profiler_) profiler_->setSheet(sheetIndex_);
+    auto start = profiler_ ? RecalcProfiler::Clock::now() : RecalcProfiler::Clock::time_point();
     FormulaValue v = evaluator.evaluate(trees_[id], 0);
+    if (profiler_) profiler_->addFormula(p.col, p.row, RecalcProfiler::nanosecondsSince(start));
     if (v.isArray()) {
         spillArray(v.arrayRows(), p.col, p.row);
         return;

@@ -30,6 +30,7 @@ namespace sumora {
 
 class FormulaEvaluator;
 class FunctionRegistry;
+class RecalcProfiler;
 
 class SheetCalculator : public CellResolver {
   public:
@@ -48,6 +49,8 @@ class SheetCalculator : public CellResolver {
     void recalculate(int64_t col, int64_t row);
     // Cells moved: drop everything learnt from them; the next call rebuilds.
     void invalidate();
+    // Times each formula and function call of later recalculations.
+    void setProfiler(RecalcProfiler* profiler) { profiler_ = profiler; }
 
     // Whether the last recalculation wrote a result other than the cell had.
     bool resultsChanged() const { return resultsChanged_; }
@@ -104,6 +107,7 @@ class SheetCalculator : public CellResolver {
     SumoraDocument& document_;
     size_t sheetIndex_;
     const FunctionRegistry& registry_;
+    RecalcProfiler* profiler_ = nullptr;
     std::function<bool(std::string_view)> isWorkbookName_;
     WorkbookResolver direct_; // reads of other sheets
 

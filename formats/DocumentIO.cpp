@@ -91,11 +91,11 @@ SumoraDocument readDocument(const std::optional<std::string>& contents, std::str
 } // namespace
 
 SumoraDocument openDocument(const std::optional<std::string>& contents, std::string_view filename,
-                            std::string_view contentType) {
+                            std::string_view contentType, OpenMode mode) {
     SumoraDocument document = readDocument(contents, filename, contentType);
     // Formulas show what their inputs produce, not the results the file saved.
     // A CSV file's cells are texts; those typed as "=…" become formulas here.
-    recalculateWorkbook(document, builtinFunctions());
+    if (mode == OpenMode::recalculated) recalculateWorkbook(document, builtinFunctions());
     return document;
 }
 
@@ -127,7 +127,7 @@ std::string_view contentTypeForPath(const std::filesystem::path& path) {
     return kDataContentType;
 }
 
-SumoraDocument openDocumentFile(const std::filesystem::path& path) {
+SumoraDocument openDocumentFile(const std::filesystem::path& path, OpenMode mode) {
     std::optional<std::string> contents;
     // A directory opens as a stream on Linux and reads as empty; it has no
     // regular-file contents.
@@ -142,7 +142,7 @@ SumoraDocument openDocumentFile(const std::filesystem::path& path) {
     if (!contents && !std::filesystem::exists(path, ec))
         throw FileReadError(FileReadError::Code::noSuchFile,
                             "The file \"" + path.filename().string() + "\" couldn't be opened because there is no such file.");
-    return openDocument(contents, path.filename().string(), contentTypeForPath(path));
+    return openDocument(contents, path.filename().string(), contentTypeForPath(path), mode);
 }
 
 void writeFileAtomically(const std::filesystem::path& path, std::string_view bytes) {

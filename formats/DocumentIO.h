@@ -19,9 +19,15 @@ inline constexpr std::string_view kOdsContentType = "org.oasis-open.opendocument
 inline constexpr std::string_view kCsvContentType = "public.comma-separated-values-text";
 inline constexpr std::string_view kDataContentType = "public.data";
 
+// What the open path does with formulas: recalculate them (what a window
+// shows), or leave every formula cell with the result text its file stored
+// (XLSX <v> as the computed value, ODS office:value as the value), for tools
+// that compare the stored results with their own recalculation.
+enum class OpenMode { recalculated, asStored };
+
 // `contents` absent means the file had no regular contents.
 SumoraDocument openDocument(const std::optional<std::string>& contents, std::string_view filename,
-                            std::string_view contentType);
+                            std::string_view contentType, OpenMode mode = OpenMode::recalculated);
 // The bytes of the document saved as `type`; throws FileWriteError.
 std::string documentFileContents(const SumoraDocument& document, FileType type);
 
@@ -29,7 +35,7 @@ std::optional<FileType> fileTypeForPath(const std::filesystem::path& path);
 std::string_view contentTypeForPath(const std::filesystem::path& path);
 
 // Reads a file from disk and opens it (content type from its extension).
-SumoraDocument openDocumentFile(const std::filesystem::path& path);
+SumoraDocument openDocumentFile(const std::filesystem::path& path, OpenMode mode = OpenMode::recalculated);
 // Writes beside the target and renames, so a failure never leaves a
 // half-written file in place of a good one. The type defaults to the
 // extension's (CSV for an unknown extension).

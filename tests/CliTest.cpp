@@ -10,43 +10,15 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "tests/TestSupport.h"
+#include "tests/CliTestSupport.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-struct CliRun {
-    int status = -1;
-    std::string out;
-    std::string err;
-};
-
-std::string shellQuoted(std::string_view s) {
-    std::string q = "'";
-    for (char c : s)
-        q += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return q + "'";
-}
-
-class Cli : public sumora::test::ScratchFolderTest {
-  protected:
-    // Runs the CLI with `args` (already shell-quoted), after an optional shell
-    // prefix such as a resource limit.
-    CliRun run(const std::string& args, const std::string& prefix = "") {
-        const fs::path out = dir_ / ".stdout", err = dir_ / ".stderr";
-        std::string command = prefix + " exec " + shellQuoted(SUMORA_CLI_PATH) + " " + args + " >" +
-                              shellQuoted(out.string()) + " 2>" + shellQuoted(err.string());
-        int raw = std::system(("bash -c " + shellQuoted(command)).c_str());
-        CliRun r;
-        r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-        r.out = slurp(out);
-        r.err = slurp(err);
-        fs::remove(out);
-        fs::remove(err);
-        return r;
-    }
-};
+using sumora::test::CliRun;
+using sumora::test::shellQuoted;
+using Cli = sumora::test::CliProcessTest;
 
 TEST_F(Cli, EvalPrintsTheCellText) {
     const struct {
