@@ -90,6 +90,7 @@ FormattedText formatValue(double number, std::string_view formatCode) {
     if (!std::isfinite(number)) return {formatGeneralNumber(number), std::nullopt};
     if (formatCode.empty()) return {formatGeneralNumber(number), std::nullopt};
     const ParsedFormat& format = cachedFormat(formatCode);
+    if (format.malformed) return {formatGeneralNumber(number), std::nullopt};
     const SectionChoice choice = chooseSection(format, number);
     if (choice.section == nullptr) return {formatGeneralNumber(number), std::nullopt};
 
@@ -111,6 +112,7 @@ FormattedText formatValue(double number, std::string_view formatCode) {
 FormattedText formatText(std::string_view text, std::string_view formatCode) {
     if (formatCode.empty()) return {std::string(text), std::nullopt};
     const ParsedFormat& format = cachedFormat(formatCode);
+    if (format.malformed) return {std::string(text), std::nullopt};
     const Section* section = textSection(format);
     if (section == nullptr) return {std::string(text), std::nullopt};
     return {numberformat::renderText(*section, text), section->colorHex};

@@ -137,7 +137,7 @@ std::string renderScientific(const Section& section, double magnitude) {
                   mantissa.fractionDigits(section.fractionDigits), out);
 
     const Token& marker = section.tokens[exponentIndex];
-    out += 'E'; // "e+" in a code shows as "E+" too
+    out += 'E'; // "e+" in a code shows as "E+" too, like the other codes shown in capitals
     if (exponent < 0)
         out += '-';
     else if (marker.text[1] == '+')
