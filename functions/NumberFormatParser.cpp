@@ -237,6 +237,8 @@ class SectionClassifier {
                     token.kind = TokenKind::literal;
                 break;
             case TokenKind::decimalPoint:
+                // A fraction has no decimals: "0.00 ?/?" cannot be read.
+                section_.malformed = section_.malformed || fraction;
                 if (!fraction && !afterPoint && !inExponent)
                     afterPoint = true;
                 else

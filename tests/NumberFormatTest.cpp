@@ -222,6 +222,7 @@ TEST(NumberFormat, MalformedCodesRenderSomethingSensible) {
         {5.5, "a;b;c;d;e", "5.5"},
         {5.5, "0\\", "5.5"},
         {5.5, "0*", "5.5"},
+        {5.5, "0.00 ?/?", "5.5"}, // a fraction has no decimals
         {5, "[>=]0", "5"},
         {5, "0/", "5/"},
         {5, "E+0", "E+5"},
