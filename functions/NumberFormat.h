@@ -21,11 +21,23 @@
 
 namespace sumora {
 
+// A *x fill: `character` (one UTF-8 character) is repeated at byte `offset`
+// of the text until the text fills the cell. TEXT() and other places without
+// a width show the text without it.
+struct FormatFill {
+    std::string character;
+    size_t offset = 0;
+
+    bool operator==(const FormatFill&) const = default;
+};
+
 struct FormattedText {
     std::string text;
     // Six hexadecimal digits (upper case, no '#') when the chosen section
     // names a colour.
     std::optional<std::string> colorHex;
+    // The section's first *x fill; further ones show nothing.
+    std::optional<FormatFill> fill;
 
     bool operator==(const FormattedText&) const = default;
 };

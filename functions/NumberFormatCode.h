@@ -96,6 +96,10 @@ struct ParsedFormat {
 
 ParsedFormat parseFormatCode(std::string_view code);
 
+// Marks the character of a *x fill inside rendered text. The two bytes never
+// occur in UTF-8, so no text or literal can be taken for a fill.
+inline constexpr std::string_view kFillMark = "\xFF\xFE";
+
 // The lexing stage of parseFormatCode: the code's sections (all of them) and
 // one section's tokens, colour and condition, before classification. Commas
 // and the digits 1-9 are literals whose `symbol` is that character.

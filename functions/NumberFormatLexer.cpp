@@ -79,9 +79,12 @@ class SectionLexer {
                 addLiteral(s.substr(i + 1, length));
                 i += 1 + length;
             } else if (c == '*' && i + 1 < s.size()) {
-                // A fill repeats its character to the cell's width; without a
-                // width it shows nothing.
-                i += 1 + codePointLength(s, i + 1);
+                // A fill repeats its character to the cell's width: the
+                // renderers pass it on marked, and formatValue hands it to the
+                // grid apart from the text.
+                const size_t length = codePointLength(s, i + 1);
+                addLiteral(std::string(kFillMark) + std::string(s.substr(i + 1, length)));
+                i += 1 + length;
             } else if (c == '_' && i + 1 < s.size()) {
                 addLiteral(" ");
                 i += 1 + codePointLength(s, i + 1);

@@ -139,6 +139,28 @@ TEST(NumberFormat, ColoursComeBackAsHex) {
         EXPECT_EQ(formatValue(c.value, c.code).colorHex, c.color) << c.code;
 }
 
+TEST(NumberFormat, FillsComeBackApartFromTheText) {
+    const struct {
+        double value;
+        const char* code;
+        const char* text;
+        std::optional<FormatFill> fill;
+    } cases[] = {
+        {1234.5, "_($* #,##0.00_)", " $1,234.50 ", FormatFill{" ", 2}},
+        {5, "0*-", "5", FormatFill{"-", 1}},
+        {-5, "*\u20ac0", "-5", FormatFill{"\u20ac", 1}}, // after the sign
+        {5, "**0*x", "5", FormatFill{"*", 0}},           // only the first fill counts
+        {0.5, "h:mm*.", "12:00", FormatFill{".", 5}},
+        {5, "0.00", "5.00", std::nullopt},
+    };
+    for (const auto& c : cases) {
+        const FormattedText result = formatValue(c.value, c.code);
+        EXPECT_EQ(result.text, c.text) << c.code;
+        EXPECT_EQ(result.fill, c.fill) << c.code;
+    }
+    EXPECT_EQ(formatText("abc", "@*-").fill, (FormatFill{"-", 3}));
+}
+
 TEST(NumberFormat, DatesAndTimes) {
     expectAll({
         {45351, "ddd dd mmm yy", "Thu 29 Feb 24"},
