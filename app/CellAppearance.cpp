@@ -92,7 +92,7 @@ const QFont& CellAppearanceBuilder::fontFor(const CellFormat* handle, const Cell
 }
 
 QString CellAppearanceBuilder::displayText(const Sheet& sheet, int64_t row, int64_t col, bool* isNumber,
-                                           QColor* formatColor) {
+                                           QColor* formatColor, CellAppearance* fill) {
     const Cell& cell = sheet.cell(row, col);
     const std::string_view display = cell.displayValue();
     if (isNumber) *isNumber = false;
@@ -113,6 +113,11 @@ QString CellAppearanceBuilder::displayText(const Sheet& sheet, int64_t row, int6
         rendered = formatText(display, code);
     }
     if (formatColor && rendered.colorHex) *formatColor = colorFromHex(*rendered.colorHex);
+    if (fill && rendered.fill) {
+        fill->fillPosition = static_cast<int>(
+            QString::fromUtf8(rendered.text.data(), static_cast<qsizetype>(rendered.fill->offset)).size());
+        fill->fillText = QString::fromStdString(rendered.fill->character);
+    }
     return QString::fromStdString(rendered.text);
 }
 
@@ -122,7 +127,7 @@ CellAppearance CellAppearanceBuilder::build(const Sheet& sheet, int64_t row, int
     const CellFormat& format = cell.format();
 
     QColor formatColor;
-    a.text = displayText(sheet, row, col, &a.isNumber, &formatColor);
+    a.text = displayText(sheet, row, col, &a.isNumber, &formatColor, &a);
     if (a.isNumber) {
         a.number = parseStrictNumber(cell.displayValue()).value_or(0);
         const auto& code = format.numberFormat;

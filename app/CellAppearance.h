@@ -23,6 +23,10 @@ struct CellAppearance {
     // drop decimals to fit the column, as spreadsheets do).
     double number = 0;
     bool isGeneral = false;
+    // A *x fill of the number format: fillText is repeated at fillPosition
+    // of text until the text spans the cell (-1: no fill).
+    int fillPosition = -1;
+    QString fillText;
     QFont font;
     QColor textColor = Qt::black;
     QColor fill; // invalid: no fill
@@ -56,9 +60,9 @@ class CellAppearanceBuilder {
     // Starts a repaint of `sheet`: forgets the previous frame's evaluator.
     void beginPaint(const Sheet* sheet);
     CellAppearance build(const Sheet& sheet, int64_t row, int64_t col);
-    // Only the display text (the model's display role).
+    // Only the display text (the model's display role), without any fill.
     QString displayText(const Sheet& sheet, int64_t row, int64_t col, bool* isNumber = nullptr,
-                        QColor* formatColor = nullptr);
+                        QColor* formatColor = nullptr, CellAppearance* fill = nullptr);
 
   private:
     const QFont& fontFor(const CellFormat* handle, const CellFormat& format);

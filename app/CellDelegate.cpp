@@ -85,6 +85,9 @@ void CellDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
             flags |= Qt::TextWordWrap;
         } else {
             flags |= Qt::TextSingleLine;
+            const int step = a.fillPosition >= 0 ? p.fontMetrics().horizontalAdvance(a.fillText) : 0;
+            const int room = textRect.width() - p.fontMetrics().horizontalAdvance(text);
+            if (step > 0 && room >= step) text.insert(a.fillPosition, a.fillText.repeated(room / step));
         }
         if (!a.wrap && a.isNumber && p.fontMetrics().horizontalAdvance(text) > textRect.width()) {
             // A number that does not fit is never cut: it shows as ###.

@@ -159,6 +159,7 @@ FormulaValue text(FunctionContext& c) {
     auto code = textArg(c, 1);
     if (!code) return code.failure;
     if (v.isBool()) return txt(v.description());
+    if (code->empty()) return txt(""); // the grid shows General for no code; TEXT shows nothing
     if (v.isText()) {
         if (auto x = parseNumberText(v.textValue())) return txt(formatValue(*x, *code).text);
         return txt(formatText(v.textValue(), *code).text);

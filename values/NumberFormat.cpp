@@ -19,6 +19,7 @@
 
 #include "values/NumberFormatCode.h"
 
+#include <algorithm>
 #include <cmath>
 #include <unordered_map>
 
@@ -50,6 +51,31 @@ const Section* textSection(const ParsedFormat& format) {
     const auto& sections = format.sections;
     if (sections.size() == 4 || sections.back().hasTextValue) return &sections.back();
     return nullptr;
+}
+
+FormattedText plain(std::string text) {
+    return {std::move(text), std::nullopt, std::nullopt};
+}
+
+size_t utf8Length(std::string_view s, size_t at) {
+    if (at >= s.size()) return 0;
+    const auto lead = static_cast<unsigned char>(s[at]);
+    const size_t length = lead < 0x80 ? 1 : lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC0 ? 2 : 1;
+    return std::min(length, s.size() - at);
+}
+
+// Takes the marked fills out of the rendered text; the first becomes the
+// result's fill.
+FormattedText withFill(FormattedText result) {
+    std::string& text = result.text;
+    for (size_t at = text.find(numberformat::kFillMark); at != std::string::npos;
+         at = text.find(numberformat::kFillMark, at)) {
+        const size_t length = utf8Length(text, at + numberformat::kFillMark.size());
+        if (!result.fill && length > 0)
+            result.fill = FormatFill{text.substr(at + numberformat::kFillMark.size(), length), at};
+        text.erase(at, numberformat::kFillMark.size() + length);
+    }
+    return result;
 }
 
 struct SectionChoice {
@@ -87,33 +113,35 @@ SectionChoice chooseSection(const ParsedFormat& format, double number) {
 } // namespace
 
 FormattedText formatValue(double number, std::string_view formatCode) {
-    if (!std::isfinite(number)) return {formatGeneralNumber(number), std::nullopt};
-    if (formatCode.empty()) return {formatGeneralNumber(number), std::nullopt};
+    if (!std::isfinite(number)) return plain(formatGeneralNumber(number));
+    if (formatCode.empty()) return plain(formatGeneralNumber(number));
     const ParsedFormat& format = cachedFormat(formatCode);
+    if (format.malformed) return plain(formatGeneralNumber(number));
     const SectionChoice choice = chooseSection(format, number);
-    if (choice.section == nullptr) return {formatGeneralNumber(number), std::nullopt};
+    if (choice.section == nullptr) return plain(formatGeneralNumber(number));
 
     const Section& section = *choice.section;
-    FormattedText result{{}, section.colorHex};
+    FormattedText result{{}, section.colorHex, std::nullopt};
     if (section.isEmpty) return result;
     if (section.kind == SectionKind::dateTime) {
         // A date section meant for all values takes the signed serial.
         result.text =
             numberformat::renderDateTime(section, choice.showsMagnitude ? std::fabs(number) : number);
-        return result;
+        return withFill(std::move(result));
     }
     result.text = numberformat::renderNumeric(section, std::fabs(number));
     if (number < 0 && !choice.showsMagnitude && section.kind != SectionKind::literal)
         result.text.insert(result.text.begin(), '-');
-    return result;
+    return withFill(std::move(result));
 }
 
 FormattedText formatText(std::string_view text, std::string_view formatCode) {
-    if (formatCode.empty()) return {std::string(text), std::nullopt};
+    if (formatCode.empty()) return plain(std::string(text));
     const ParsedFormat& format = cachedFormat(formatCode);
+    if (format.malformed) return plain(std::string(text));
     const Section* section = textSection(format);
-    if (section == nullptr) return {std::string(text), std::nullopt};
-    return {numberformat::renderText(*section, text), section->colorHex};
+    if (section == nullptr) return plain(std::string(text));
+    return withFill({numberformat::renderText(*section, text), section->colorHex, std::nullopt});
 }
 
 bool isDateTimeFormat(std::string_view formatCode) {

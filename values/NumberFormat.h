@@ -7,9 +7,11 @@
 // the one users of common spreadsheets write: digit placeholders 0 # ?,
 // grouping and scaling commas, %, E+00, fractions, "quoted" and \escaped
 // literals, _x spacing, *x fill, @, dates and times (d m y h s, AM/PM,
-// elapsed [h] [m] [s], fractional seconds) and "General". Unusual or malformed
-// codes never fail: whatever cannot be read is shown literally, and an empty
-// code renders as General.
+// elapsed [h] [m] [s], fractional seconds) and "General". Rendering never
+// fails: letters without a meaning are shown literally, and a code that cannot
+// be read at all (unterminated quote or bracket, a dangling \ * _, more than
+// four sections) shows numbers in General and texts unchanged, as does an
+// empty code. Dates before serial 0 or after 9999-12-31 show as "########".
 //
 // Parsed codes are cached per thread, so rendering many cells with the same
 // code parses it once.
@@ -19,11 +21,23 @@
 
 namespace sumora {
 
+// A *x fill: `character` (one UTF-8 character) is repeated at byte `offset`
+// of the text until the text fills the cell. TEXT() and other places without
+// a width show the text without it.
+struct FormatFill {
+    std::string character;
+    size_t offset = 0;
+
+    bool operator==(const FormatFill&) const = default;
+};
+
 struct FormattedText {
     std::string text;
     // Six hexadecimal digits (upper case, no '#') when the chosen section
     // names a colour.
     std::optional<std::string> colorHex;
+    // The section's first *x fill; further ones show nothing.
+    std::optional<FormatFill> fill;
 
     bool operator==(const FormattedText&) const = default;
 };

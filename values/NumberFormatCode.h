@@ -13,7 +13,7 @@ enum class TokenKind {
     digit,          // placeholder `symbol`: '0' pads with 0, '?' with a blank, '#' with nothing
     decimalPoint,   //
     percent,        // value x 100, shown as "%"
-    exponent,       // `text` is "E+" / "E-" (case as written)
+    exponent,       // `text` is "E+" / "E-" as written; always shown as "E"
     fractionSlash,  //
     denominator,    // fixed fraction denominator `count`
     textValue,      // "@": the text being formatted
@@ -67,6 +67,7 @@ struct Section {
     std::optional<Condition> condition;
     bool hasTextValue = false; // contains "@"
     bool isEmpty = true;       // nothing at all to show (hides the value)
+    bool malformed = false;    // see ParsedFormat::malformed
 
     // Numeric sections.
     bool grouping = false;    // thousands separators in the whole part
@@ -83,17 +84,23 @@ struct Section {
 
     // Date and time sections.
     bool twelveHour = false;
-    bool hasElapsed = false;
     int subSecondDigits = 0;
 };
 
 struct ParsedFormat {
     std::vector<Section> sections; // one to four
+    // An unterminated quote or bracket, a dangling \ * _ or a fifth section:
+    // the code cannot be read, and values show in General instead.
+    bool malformed = false;
 };
 
 ParsedFormat parseFormatCode(std::string_view code);
 
-// The lexing stage of parseFormatCode: the code's sections (at most four) and
+// Marks the character of a *x fill inside rendered text. The two bytes never
+// occur in UTF-8, so no text or literal can be taken for a fill.
+inline constexpr std::string_view kFillMark = "\xFF\xFE";
+
+// The lexing stage of parseFormatCode: the code's sections (all of them) and
 // one section's tokens, colour and condition, before classification. Commas
 // and the digits 1-9 are literals whose `symbol` is that character.
 std::vector<std::string_view> splitSections(std::string_view code);

@@ -2,8 +2,9 @@
 // precision the section shows (whole seconds, or the digits of ss.00), so
 // that 23:59:59.7 shown without fractions reads as the next day's 00:00:00,
 // as in the common spreadsheets; the parts are then cut from the rounded
-// value. Negative serials are real dates before 30 December 1899; elapsed
-// times ([h], [m], [s]) show a negative value as "-" and its magnitude.
+// value. Serials below 0 or past 31 December 9999 have no date to show, so
+// every date or time code, elapsed times included, shows them as a run of
+// "#", as the grid does for a value too wide for its column.
 #include "values/NumberFormatCode.h"
 #include "values/SerialDate.h"
 
@@ -20,9 +21,8 @@ constexpr const char* kMonthNames[12] = {"January",   "February", "March",    "A
 constexpr const char* kDayNames[7] = {"Sunday",   "Monday", "Tuesday", "Wednesday",
                                       "Thursday", "Friday", "Saturday"};
 constexpr int64_t kSecondsPerDay = 86400;
-// About 27 million years: far beyond any date, and small enough that the
-// count of sub-second units stays within 64 bits.
-constexpr double kLargestSerial = 1e10;
+constexpr int64_t kLastDay = 2958465; // 31 December 9999
+constexpr const char* kOutOfRange = "########";
 constexpr int kMaxSubSecondDigits = 3;
 
 int64_t floorDiv(int64_t a, int64_t b) {
@@ -91,12 +91,12 @@ std::string dayText(const Moment& m, int letters) {
 } // namespace
 
 std::string renderDateTime(const Section& section, double serial) {
-    if (!std::isfinite(serial) || std::fabs(serial) >= kLargestSerial) return "########";
-    const bool negativeElapsed = serial < 0 && section.hasElapsed;
+    if (!(serial >= 0 && serial < static_cast<double>(kLastDay + 1))) return kOutOfRange;
     const int subSecondDigits = std::min(section.subSecondDigits, kMaxSubSecondDigits);
-    const Moment m = momentOf(negativeElapsed ? -serial : serial, subSecondDigits);
+    const Moment m = momentOf(serial, subSecondDigits);
+    if (m.days > kLastDay) return kOutOfRange; // 23:59:59.9 on the last day rounds past it
 
-    std::string out = negativeElapsed ? "-" : "";
+    std::string out;
     for (const Token& token : section.tokens) {
         const int width = token.count >= 2 ? 2 : 1;
         switch (token.kind) {

@@ -65,11 +65,12 @@ class SectionLexer {
 
     void lex(std::string_view s) {
         size_t i = 0;
-        while (i < s.size()) {
+        while (i < s.size() && !systemFormat_) {
             const char c = s[i];
             const char lower = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
             if (c == '"') {
                 const size_t close = s.find('"', i + 1);
+                section_.malformed = section_.malformed || close == std::string_view::npos;
                 const size_t end = close == std::string_view::npos ? s.size() : close;
                 addLiteral(s.substr(i + 1, end - i - 1));
                 i = end + 1;
@@ -78,9 +79,12 @@ class SectionLexer {
                 addLiteral(s.substr(i + 1, length));
                 i += 1 + length;
             } else if (c == '*' && i + 1 < s.size()) {
-                // A fill repeats its character to the cell's width; without a
-                // width it shows nothing.
-                i += 1 + codePointLength(s, i + 1);
+                // A fill repeats its character to the cell's width: the
+                // renderers pass it on marked, and formatValue hands it to the
+                // grid apart from the text.
+                const size_t length = codePointLength(s, i + 1);
+                addLiteral(std::string(kFillMark) + std::string(s.substr(i + 1, length)));
+                i += 1 + length;
             } else if (c == '_' && i + 1 < s.size()) {
                 addLiteral(" ");
                 i += 1 + codePointLength(s, i + 1);
@@ -88,11 +92,15 @@ class SectionLexer {
                 // An unclosed bracket is shown as written rather than read as codes.
                 const size_t close = s.find(']', i + 1);
                 if (close == std::string_view::npos) {
+                    section_.malformed = true;
                     addLiteral(s.substr(i));
                     break;
                 }
                 readBracket(s.substr(i + 1, close - i - 1));
                 i = close + 1;
+            } else if ((c == '\\' || c == '*' || c == '_') && i + 1 == s.size()) {
+                section_.malformed = true; // nothing left to escape, repeat or space by
+                ++i;
             } else if (c == '0' || c == '#' || c == '?') {
                 add(TokenKind::digit, std::string(1, c), 0, c);
                 ++i;
@@ -121,10 +129,12 @@ class SectionLexer {
                 add(TokenKind::general, std::string(s.substr(i, 7)));
                 i += 7;
             } else if (startsWithNoCase(s, i, "am/pm")) {
-                addAmPm(c == 'a' ? "am" : "AM", c == 'a' ? "pm" : "PM");
+                // AM/PM is shown in capitals however the code spells it; only
+                // the one-letter form keeps the case of each letter.
+                addAmPm("AM", "PM");
                 i += 5;
             } else if (startsWithNoCase(s, i, "a/p")) {
-                addAmPm(c == 'a' ? "a" : "A", c == 'a' ? "p" : "P");
+                addAmPm(std::string(1, s[i]), std::string(1, s[i + 2]));
                 i += 3;
             } else if (lower == 'y' || lower == 'm' || lower == 'd' || lower == 'h' || lower == 's') {
                 size_t end = i;
@@ -160,8 +170,10 @@ class SectionLexer {
         } else if (auto named = namedColorHex(name)) {
             section_.colorHex = std::string(*named);
         } else if (name.rfind("color", 0) == 0) {
+            // [Color10] and [Color 10] alike.
+            const size_t digits = std::min(name.find_first_not_of(' ', 5), name.size());
             int index = 0;
-            const auto [end, error] = std::from_chars(name.data() + 5, name.data() + name.size(), index);
+            const auto [end, error] = std::from_chars(name.data() + digits, name.data() + name.size(), index);
             if (error == std::errc() && end == name.data() + name.size()) {
                 if (auto indexed = paletteColorHex(index)) section_.colorHex = std::string(*indexed);
             }
@@ -196,8 +208,9 @@ class SectionLexer {
         }
     }
 
-    // [$symbol-locale]: the symbol is shown; a few system locale codes stand
-    // for whole date or time formats.
+    // [$symbol-locale]: the symbol is shown. The system codes F800 (long
+    // date) and F400 (time) stand for the whole section: the codes written
+    // after them are only a fallback for programs that do not know them.
     void readCurrencyOrLocale(std::string_view content) {
         const size_t dash = content.find('-');
         const std::string_view symbol = content.substr(0, dash);
@@ -206,13 +219,17 @@ class SectionLexer {
             return;
         }
         const std::string locale = dash == std::string_view::npos ? "" : lowered(content.substr(dash + 1));
-        if (locale == "f800")
-            lex("dddd, mmmm d, yyyy");
-        else if (locale == "f400")
-            lex("h:mm:ss AM/PM");
+        const char* system = locale == "f800"   ? "dddd, mmmm d, yyyy"
+                             : locale == "f400" ? "h:mm:ss AM/PM"
+                                                : nullptr;
+        if (system == nullptr) return;
+        section_.tokens.clear();
+        lex(system);
+        systemFormat_ = true;
     }
 
     Section section_;
+    bool systemFormat_ = false;
 };
 
 } // namespace
@@ -236,7 +253,6 @@ std::vector<std::string_view> splitSections(std::string_view code) {
         }
     }
     parts.push_back(code.substr(std::min(start, code.size())));
-    if (parts.size() > 4) parts.resize(4);
     return parts;
 }
 

@@ -137,7 +137,7 @@ std::string renderScientific(const Section& section, double magnitude) {
                   mantissa.fractionDigits(section.fractionDigits), out);
 
     const Token& marker = section.tokens[exponentIndex];
-    out += 'E'; // "e+" in a code shows as "E+" too
+    out += 'E'; // "e+" in a code shows as "E+" too, like the other codes shown in capitals
     if (exponent < 0)
         out += '-';
     else if (marker.text[1] == '+')
@@ -251,6 +251,13 @@ std::string renderFraction(const Section& section, double magnitude) {
     WholeDigitsWriter whole(fraction.wholeDigits, wholePlaces, section.grouping);
     WholeDigitsWriter numerator(std::to_string(fraction.numerator), numeratorPlaces, false);
     const std::string denominatorDigits = std::to_string(fraction.denominator);
+    // An all-zero denominator ("00/00") pads on the left like a number;
+    // otherwise the digits start right after the slash.
+    bool zeroPadded = tokens[denominatorBegin].kind == TokenKind::digit;
+    for (size_t i = denominatorBegin; i < denominatorEnd; ++i)
+        zeroPadded = zeroPadded && tokens[i].symbol == '0';
+    WholeDigitsWriter paddedDenominator(denominatorDigits,
+                                        static_cast<int>(denominatorEnd - denominatorBegin), false);
     size_t denominatorIndex = 0;
     std::string out;
     for (size_t i = 0; i < tokens.size(); ++i) {
@@ -264,6 +271,8 @@ std::string renderFraction(const Section& section, double magnitude) {
             numerator.write(token.symbol, out);
         } else if (i == section.slashIndex) {
             out += '/';
+        } else if (zeroPadded && i >= denominatorBegin && i < denominatorEnd) {
+            paddedDenominator.write('0', out);
         } else if (i >= denominatorBegin && i < denominatorEnd && token.kind == TokenKind::digit) {
             // Denominator digits are left-aligned; the last placeholder takes any excess.
             const bool last = i + 1 == denominatorEnd;

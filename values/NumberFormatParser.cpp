@@ -126,8 +126,6 @@ class SectionClassifier {
             section_.subSecondDigits = std::max(section_.subSecondDigits, digits);
         }
         section_.twelveHour = has(TokenKind::amPm);
-        section_.hasElapsed =
-            has(TokenKind::elapsedHours) || has(TokenKind::elapsedMinutes) || has(TokenKind::elapsedSeconds);
         keepOnly({TokenKind::year, TokenKind::month, TokenKind::minute, TokenKind::day, TokenKind::hour,
                   TokenKind::second, TokenKind::subSecond, TokenKind::elapsedHours, TokenKind::elapsedMinutes,
                   TokenKind::elapsedSeconds, TokenKind::amPm});
@@ -206,9 +204,15 @@ class SectionClassifier {
             const bool afterPlaceholder =
                 previous > 0 && (tokens_[previous - 1].kind == TokenKind::digit ||
                                  tokens_[previous - 1].kind == TokenKind::decimalPoint);
+            // A run of commas right before the point scales too ("#,.#," is
+            // millions with one decimal).
+            size_t next = i + 1;
+            while (next < tokens_.size() && isComma(tokens_[next]))
+                ++next;
+            const bool beforePoint = next == pointIndex && pointIndex < wholeEnd;
             if (i < pointIndex && digitIn(0, i) && digitIn(i + 1, pointIndex)) {
                 section_.grouping = true;
-            } else if (afterPlaceholder && !digitIn(i + 1, wholeEnd)) {
+            } else if (afterPlaceholder && (beforePoint || !digitIn(i + 1, wholeEnd))) {
                 section_.powerOfTen -= 3;
             } else {
                 kept.push_back(std::move(tokens_[i]));
@@ -221,7 +225,6 @@ class SectionClassifier {
         const bool fraction = section_.kind == SectionKind::fraction;
         bool afterPoint = false;
         bool inExponent = false;
-        bool wholeHasOptional = false;
         for (Token& token : tokens_) {
             switch (token.kind) {
             case TokenKind::percent:
@@ -234,6 +237,8 @@ class SectionClassifier {
                     token.kind = TokenKind::literal;
                 break;
             case TokenKind::decimalPoint:
+                // A fraction has no decimals: "0.00 ?/?" cannot be read.
+                section_.malformed = section_.malformed || fraction;
                 if (!fraction && !afterPoint && !inExponent)
                     afterPoint = true;
                 else
@@ -245,15 +250,15 @@ class SectionClassifier {
                     ++section_.fractionDigits;
                 } else {
                     ++section_.integerDigits;
-                    wholeHasOptional = wholeHasOptional || token.symbol != '0';
                 }
                 break;
             default:
                 break;
             }
         }
-        section_.engineering =
-            section_.kind == SectionKind::scientific && wholeHasOptional && section_.integerDigits > 1;
+        // With several whole-part placeholders the exponent is a multiple of
+        // their count ("##0.0E+0" gives 12.3E+3, "00.00E+00" gives 01.23E+04).
+        section_.engineering = section_.kind == SectionKind::scientific && section_.integerDigits > 1;
     }
 
     void mergeLiterals() {
@@ -312,9 +317,12 @@ bool Condition::isNegativeTest() const {
 
 ParsedFormat parseFormatCode(std::string_view code) {
     ParsedFormat format;
-    for (std::string_view text : splitSections(code)) {
-        Section section = lexSection(text);
+    const std::vector<std::string_view> parts = splitSections(code);
+    format.malformed = parts.size() > 4;
+    for (size_t i = 0; i < parts.size() && i < 4; ++i) {
+        Section section = lexSection(parts[i]);
         SectionClassifier(section).run();
+        format.malformed = format.malformed || section.malformed;
         format.sections.push_back(std::move(section));
     }
     return format;

@@ -94,6 +94,16 @@ class GridRenderingTest : public QObject {
         QVERIFY(!big.hasComment);
     }
 
+    void aFillInTheCodeIsHandedToThePainter() {
+        const Sheet sheet = sheetWith({{0, 0, "1234.5", "$* #,##0.00"}, {1, 0, "5", "0.00"}});
+        CellAppearanceBuilder builder;
+        const CellAppearance accounting = builder.build(sheet, 0, 0);
+        QCOMPARE(accounting.text, QStringLiteral("$1,234.50"));
+        QCOMPARE(accounting.fillPosition, 1);
+        QCOMPARE(accounting.fillText, QStringLiteral(" "));
+        QCOMPARE(builder.build(sheet, 1, 0).fillPosition, -1);
+    }
+
     void generalNumbersLoseDecimalsBeforeTheyTurnIntoHashes() {
         const QFontMetrics metrics(QFontDatabase::systemFont(QFontDatabase::FixedFont));
         const int digit = metrics.horizontalAdvance(QLatin1Char('0'));
