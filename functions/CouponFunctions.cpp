@@ -103,11 +103,11 @@ double couponCount(const Bond& b) {
 
 // ACCRINT(issue, first_interest, settlement, rate, par, frequency, [basis], [calc_method]) — accrued interest of a periodic-coupon security
 FormulaValue accruedInterest(FunctionContext& c) {
-    auto issue = securityDayArg(c, 0);
+    auto issue = dayArg(c, 0);
     if (!issue) return issue.failure;
-    auto firstInterest = securityDayArg(c, 1);
+    auto firstInterest = dayArg(c, 1);
     if (!firstInterest) return firstInterest.failure;
-    auto settlement = securityDayArg(c, 2);
+    auto settlement = dayArg(c, 2);
     if (!settlement) return settlement.failure;
     auto rate = declaredNumber(c, 3);
     if (!rate) return rate.failure;
@@ -145,9 +145,9 @@ FormulaValue accruedInterest(FunctionContext& c) {
 
 // ACCRINTM(issue, settlement, rate, [par], [basis]) — accrued interest of a security paying at maturity
 FormulaValue accruedInterestAtMaturity(FunctionContext& c) {
-    auto issue = securityDayArg(c, 0);
+    auto issue = dayArg(c, 0);
     if (!issue) return issue.failure;
-    auto settlement = securityDayArg(c, 1);
+    auto settlement = dayArg(c, 1);
     if (!settlement) return settlement.failure;
     auto rate = declaredNumber(c, 2);
     if (!rate) return rate.failure;

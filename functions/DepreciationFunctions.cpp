@@ -70,9 +70,9 @@ struct AmortizationArgs {
 ArgValue<AmortizationArgs> amortizationArgs(FunctionContext& c) {
     auto cost = declaredNumber(c, 0);
     if (!cost) return {std::nullopt, cost.failure};
-    auto purchased = securityDayArg(c, 1);
+    auto purchased = dayArg(c, 1);
     if (!purchased) return {std::nullopt, purchased.failure};
-    auto firstPeriod = securityDayArg(c, 2);
+    auto firstPeriod = dayArg(c, 2);
     if (!firstPeriod) return {std::nullopt, firstPeriod.failure};
     auto salvage = declaredNumber(c, 3);
     if (!salvage) return {std::nullopt, salvage.failure};
@@ -119,6 +119,7 @@ FormulaValue degressiveAmortization(FunctionContext& c) {
     double rest = value - a->salvage;
     for (double n = 0; n < a->period; ++n) {
         depreciation = std::round(rate * value);
+        if (depreciation == 0) return num(0); // nothing left to round up: none in later periods either
         rest -= depreciation;
         // The last two periods share what is left; after them nothing.
         if (rest < 0) return num(a->period - n <= 1 ? std::round(value * 0.5) : 0);

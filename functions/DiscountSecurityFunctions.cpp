@@ -72,7 +72,7 @@ struct MaturityArgs {
 ArgValue<MaturityArgs> maturityArgs(FunctionContext& c) {
     auto dates = securityDatesArg(c, 0);
     if (!dates) return {std::nullopt, dates.failure};
-    auto issue = securityDayArg(c, 2);
+    auto issue = dayArg(c, 2);
     if (!issue) return {std::nullopt, issue.failure};
     auto rate = declaredNumber(c, 3);
     if (!rate) return {std::nullopt, rate.failure};

@@ -116,9 +116,9 @@ ArgValue<OddArgs> oddArgs(FunctionContext& c, size_t i) {
 ArgValue<OddFirstPeriod> oddFirstArgs(FunctionContext& c, OddArgs& a) {
     auto dates = securityDatesArg(c, 0);
     if (!dates) return {std::nullopt, dates.failure};
-    auto issue = securityDayArg(c, 2);
+    auto issue = dayArg(c, 2);
     if (!issue) return {std::nullopt, issue.failure};
-    auto firstCoupon = securityDayArg(c, 3);
+    auto firstCoupon = dayArg(c, 3);
     if (!firstCoupon) return {std::nullopt, firstCoupon.failure};
     auto rest = oddArgs(c, 4);
     if (!rest) return {std::nullopt, rest.failure};
@@ -152,7 +152,7 @@ FormulaValue oddFirstYieldFunction(FunctionContext& c) {
 ArgValue<OddLastPeriod> oddLastArgs(FunctionContext& c, OddArgs& a) {
     auto dates = securityDatesArg(c, 0);
     if (!dates) return {std::nullopt, dates.failure};
-    auto lastInterest = securityDayArg(c, 2);
+    auto lastInterest = dayArg(c, 2);
     if (!lastInterest) return {std::nullopt, lastInterest.failure};
     auto rest = oddArgs(c, 3);
     if (!rest) return {std::nullopt, rest.failure};

@@ -34,10 +34,6 @@ ArgValue<int> frequencyArg(FunctionContext& c, size_t i) {
     return {static_cast<int>(f), {}};
 }
 
-ArgValue<int64_t> securityDayArg(FunctionContext& c, size_t i) {
-    return dayArg(c, i);
-}
-
 ArgValue<SecurityDates> securityDatesArg(FunctionContext& c, size_t i) {
     auto settlement = dayArg(c, i);
     if (!settlement) return {std::nullopt, settlement.failure};

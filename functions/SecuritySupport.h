@@ -18,9 +18,6 @@ ArgValue<int> basisArg(FunctionContext& c, size_t i);
 // Argument i as coupons per year: 1, 2 or 4 after truncation, else "#NUM!".
 ArgValue<int> frequencyArg(FunctionContext& c, size_t i);
 
-// Argument i as a whole day (the time of day dropped), as dayArg reads it.
-ArgValue<int64_t> securityDayArg(FunctionContext& c, size_t i);
-
 struct SecurityDates {
     int64_t settlement;
     int64_t maturity;

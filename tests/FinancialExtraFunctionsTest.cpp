@@ -60,6 +60,8 @@ TEST(FinancialExtraFunctions, HugeArgumentsStayBounded) {
         {"=ACCRINT(1,2958000,2958465,0.1,1000,4)", "810000"},
         // all 10^7 periods: pmt * nper - pv, pmt = -pv r G / (G - 1), G = (1 + r)^nper
         {"=CUMIPMT(0.000001,1E+7,100,1,1E+7,0)", "-900.045402218068"},
+        // a depreciation that rounds to nothing stays nothing
+        {"=AMORDEGRC(1,0,0,0,1E+15,0.5)", "0"},
     };
     test::expectFormulaResults(book, cases);
 }
