@@ -42,7 +42,8 @@ template <bool interest> FormulaValue cumulativePayment(FunctionContext& c) {
     }
     const double rate = a[0], nper = std::trunc(a[1]), pv = a[2];
     const double start = std::trunc(a[3]), end = std::trunc(a[4]), type = std::trunc(a[5]);
-    if (rate <= 0 || nper <= 0 || pv <= 0 || start < 1 || end < start || end > nper || (type != 0 && type != 1))
+    if (rate <= 0 || nper <= 0 || pv <= 0 || start < 1 || end < start || end > nper ||
+        (type != 0 && type != 1))
         return err(ErrorKind::invalidNumber);
     const bool due = type == 1;
     const double principal = principalRepaid(rate, nper, pv, start, end, due);

@@ -101,7 +101,8 @@ double couponCount(const Bond& b) {
     return static_cast<double>(b.period.count);
 }
 
-// ACCRINT(issue, first_interest, settlement, rate, par, frequency, [basis], [calc_method]) — accrued interest of a periodic-coupon security
+// ACCRINT(issue, first_interest, settlement, rate, par, frequency, [basis], [calc_method]) — accrued interest
+// of a periodic-coupon security
 FormulaValue accruedInterest(FunctionContext& c) {
     auto issue = dayArg(c, 0);
     if (!issue) return issue.failure;
@@ -159,7 +160,8 @@ FormulaValue accruedInterestAtMaturity(FunctionContext& c) {
     return finiteOrNumError(*par * *rate * yearFraction(*issue, *settlement, *basis));
 }
 
-// PRICE(settlement, maturity, rate, yld, redemption, frequency, [basis]) — price per 100 face value of a coupon bond
+// PRICE(settlement, maturity, rate, yld, redemption, frequency, [basis]) — price per 100 face value of a
+// coupon bond
 FormulaValue price(FunctionContext& c) {
     auto b = bondArgs(c, 5);
     if (!b) return b.failure;

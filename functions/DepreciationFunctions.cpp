@@ -40,7 +40,8 @@ double accumulatedDepreciation(double cost, double salvage, double life, double 
     return total;
 }
 
-// VDB(cost, salvage, life, start_period, end_period, [factor], [no_switch]) — declining-balance depreciation between two periods
+// VDB(cost, salvage, life, start_period, end_period, [factor], [no_switch]) — declining-balance depreciation
+// between two periods
 FormulaValue variableDecliningBalance(FunctionContext& c) {
     double a[5];
     for (size_t i = 0; i < 5; ++i) {
@@ -56,7 +57,9 @@ FormulaValue variableDecliningBalance(FunctionContext& c) {
     if (cost < 0 || salvage < 0 || salvage > cost || life <= 0 || start < 0 || end < start || end > life ||
         *factor <= 0 || end > kMaxVdbPeriods)
         return err(ErrorKind::invalidNumber);
-    auto upTo = [&](double t) { return accumulatedDepreciation(cost, salvage, life, *factor, !*noSwitch, t); };
+    auto upTo = [&](double t) {
+        return accumulatedDepreciation(cost, salvage, life, *factor, !*noSwitch, t);
+    };
     return finiteOrNumError(upTo(end) - upTo(start));
 }
 
@@ -90,7 +93,8 @@ ArgValue<AmortizationArgs> amortizationArgs(FunctionContext& c) {
             {}};
 }
 
-// AMORLINC(cost, date_purchased, first_period, salvage, period, rate, [basis]) — linear depreciation of a period, the first pro rata
+// AMORLINC(cost, date_purchased, first_period, salvage, period, rate, [basis]) — linear depreciation of a
+// period, the first pro rata
 FormulaValue linearAmortization(FunctionContext& c) {
     auto a = amortizationArgs(c);
     if (!a) return a.failure;
@@ -99,11 +103,13 @@ FormulaValue linearAmortization(FunctionContext& c) {
     const double fullPeriods = std::trunc((a->cost - a->salvage - first) / full);
     if (a->period == 0) return finiteOrNumError(first);
     if (a->period <= fullPeriods) return finiteOrNumError(full);
-    if (a->period == fullPeriods + 1) return finiteOrNumError(a->cost - a->salvage - full * fullPeriods - first);
+    if (a->period == fullPeriods + 1)
+        return finiteOrNumError(a->cost - a->salvage - full * fullPeriods - first);
     return num(0);
 }
 
-// AMORDEGRC(cost, date_purchased, first_period, salvage, period, rate, [basis]) — degressive depreciation of a period, the first pro rata
+// AMORDEGRC(cost, date_purchased, first_period, salvage, period, rate, [basis]) — degressive depreciation of
+// a period, the first pro rata
 FormulaValue degressiveAmortization(FunctionContext& c) {
     auto a = amortizationArgs(c);
     if (!a) return a.failure;

@@ -52,7 +52,8 @@ double interestRate(const DiscountArgs& a) {
 double received(const DiscountArgs& a) {
     return a.x / (1 - a.y * a.years);
 }
-// PRICEDISC(settlement, maturity, discount, redemption, [basis]) — price per 100 face value of a discounted security
+// PRICEDISC(settlement, maturity, discount, redemption, [basis]) — price per 100 face value of a discounted
+// security
 double discountedPrice(const DiscountArgs& a) {
     return a.y - a.x * a.y * a.years;
 }
@@ -80,7 +81,8 @@ ArgValue<MaturityArgs> maturityArgs(FunctionContext& c) {
     if (!z) return {std::nullopt, z.failure};
     auto basis = basisArg(c, 5);
     if (!basis) return {std::nullopt, basis.failure};
-    if (*rate < 0 || *z < 0 || *issue > dates->settlement) return {std::nullopt, err(ErrorKind::invalidNumber)};
+    if (*rate < 0 || *z < 0 || *issue > dates->settlement)
+        return {std::nullopt, err(ErrorKind::invalidNumber)};
     MaturityArgs a{*rate, *z};
     a.issueToMaturity = yearFraction(*issue, dates->maturity, *basis);
     a.issueToSettlement = yearFraction(*issue, dates->settlement, *basis);
@@ -88,15 +90,18 @@ ArgValue<MaturityArgs> maturityArgs(FunctionContext& c) {
     return {a, {}};
 }
 
-// PRICEMAT(settlement, maturity, issue, rate, yld, [basis]) — price per 100 face value of a security paying interest at maturity
+// PRICEMAT(settlement, maturity, issue, rate, yld, [basis]) — price per 100 face value of a security paying
+// interest at maturity
 FormulaValue priceAtMaturity(FunctionContext& c) {
     auto a = maturityArgs(c);
     if (!a) return a.failure;
-    return finiteOrNumError((100 + a->issueToMaturity * a->rate * 100) / (1 + a->settlementToMaturity * a->z) -
+    return finiteOrNumError((100 + a->issueToMaturity * a->rate * 100) /
+                                (1 + a->settlementToMaturity * a->z) -
                             a->issueToSettlement * a->rate * 100);
 }
 
-// YIELDMAT(settlement, maturity, issue, rate, pr, [basis]) — annual yield of a security paying interest at maturity
+// YIELDMAT(settlement, maturity, issue, rate, pr, [basis]) — annual yield of a security paying interest at
+// maturity
 FormulaValue yieldAtMaturity(FunctionContext& c) {
     auto a = maturityArgs(c);
     if (!a) return a.failure;

@@ -46,8 +46,8 @@ OddFirstPeriod oddFirstPeriod(int64_t settlement, int64_t maturity, int64_t issu
         p.accruedPeriods += spanDays(from, std::min(end, settlement), t.basis) / length;
         if (start <= settlement && settlement < end) {
             const CouponPeriod holding{start, end, 0};
-            p.toFirstCoupon = static_cast<double>(j) +
-                              daysToCoupon(holding, settlement, t.frequency, t.basis) / length;
+            p.toFirstCoupon =
+                static_cast<double>(j) + daysToCoupon(holding, settlement, t.frequency, t.basis) / length;
         }
     }
     p.laterCoupons = couponPeriod(firstCoupon, maturity, t.frequency).count;
@@ -66,8 +66,8 @@ double oddFirstPrice(const OddFirstPeriod& p, const OddTerms& t, double rate, do
 // The odd last period from `lastInterest` to maturity, in quasi-coupon
 // periods counted forward from the last interest date.
 struct OddLastPeriod {
-    double couponPeriods = 0;  // Σ DC/NL
-    double accruedPeriods = 0; // Σ A/NL
+    double couponPeriods = 0;    // Σ DC/NL
+    double accruedPeriods = 0;   // Σ A/NL
     double remainingPeriods = 0; // Σ DSC/NL
 };
 
@@ -128,7 +128,8 @@ ArgValue<OddFirstPeriod> oddFirstArgs(FunctionContext& c, OddArgs& a) {
     return {oddFirstPeriod(dates->settlement, dates->maturity, *issue, *firstCoupon, a.terms), {}};
 }
 
-// ODDFPRICE(settlement, maturity, issue, first_coupon, rate, yld, redemption, frequency, [basis]) — price per 100 face value with an odd first period
+// ODDFPRICE(settlement, maturity, issue, first_coupon, rate, yld, redemption, frequency, [basis]) — price per
+// 100 face value with an odd first period
 FormulaValue oddFirstPriceFunction(FunctionContext& c) {
     OddArgs a;
     auto p = oddFirstArgs(c, a);
@@ -136,7 +137,8 @@ FormulaValue oddFirstPriceFunction(FunctionContext& c) {
     return finiteOrNumError(oddFirstPrice(*p, a.terms, a.rate, a.z, a.redemption));
 }
 
-// ODDFYIELD(settlement, maturity, issue, first_coupon, rate, pr, redemption, frequency, [basis]) — yield with an odd first period
+// ODDFYIELD(settlement, maturity, issue, first_coupon, rate, pr, redemption, frequency, [basis]) — yield with
+// an odd first period
 FormulaValue oddFirstYieldFunction(FunctionContext& c) {
     OddArgs a;
     auto p = oddFirstArgs(c, a);
@@ -161,7 +163,8 @@ ArgValue<OddLastPeriod> oddLastArgs(FunctionContext& c, OddArgs& a) {
     return {oddLastPeriod(dates->settlement, dates->maturity, *lastInterest, a.terms), {}};
 }
 
-// ODDLPRICE(settlement, maturity, last_interest, rate, yld, redemption, frequency, [basis]) — price per 100 face value with an odd last period
+// ODDLPRICE(settlement, maturity, last_interest, rate, yld, redemption, frequency, [basis]) — price per 100
+// face value with an odd last period
 FormulaValue oddLastPriceFunction(FunctionContext& c) {
     OddArgs a;
     auto p = oddLastArgs(c, a);
@@ -172,7 +175,8 @@ FormulaValue oddLastPriceFunction(FunctionContext& c) {
                             coupon * p->accruedPeriods);
 }
 
-// ODDLYIELD(settlement, maturity, last_interest, rate, pr, redemption, frequency, [basis]) — yield with an odd last period
+// ODDLYIELD(settlement, maturity, last_interest, rate, pr, redemption, frequency, [basis]) — yield with an
+// odd last period
 FormulaValue oddLastYieldFunction(FunctionContext& c) {
     OddArgs a;
     auto p = oddLastArgs(c, a);
