@@ -198,31 +198,18 @@ FormulaValue yield(FunctionContext& c) {
     return finiteOrNumError(*root);
 }
 
-ArgValue<double> durationArgs(FunctionContext& c, const Bond& b) {
+// DURATION and MDURATION: the Macaulay duration in years, divided by one
+// period's growth at the yield when `modified`.
+template <bool modified> FormulaValue bondDuration(FunctionContext& c) {
+    auto b = bondArgs(c, 4);
+    if (!b) return b.failure;
     auto coupon = declaredNumber(c, 2);
-    if (!coupon) return coupon;
+    if (!coupon) return coupon.failure;
     auto yld = declaredNumber(c, 3);
-    if (!yld) return yld;
-    if (*coupon < 0 || *yld < 0) return {std::nullopt, err(ErrorKind::invalidNumber)};
-    return {macaulayDuration(b, *coupon, *yld), {}};
-}
-
-// DURATION(settlement, maturity, coupon, yld, frequency, [basis]) — Macaulay duration in years
-FormulaValue duration(FunctionContext& c) {
-    auto b = bondArgs(c, 4);
-    if (!b) return b.failure;
-    auto d = durationArgs(c, *b);
-    if (!d) return d.failure;
-    return finiteOrNumError(*d);
-}
-
-// MDURATION(settlement, maturity, coupon, yld, frequency, [basis]) — modified duration in years
-FormulaValue modifiedDuration(FunctionContext& c) {
-    auto b = bondArgs(c, 4);
-    if (!b) return b.failure;
-    auto d = durationArgs(c, *b);
-    if (!d) return d.failure;
-    return finiteOrNumError(*d / (1 + *declaredNumber(c, 3) / b->frequency));
+    if (!yld) return yld.failure;
+    if (*coupon < 0 || *yld < 0) return err(ErrorKind::invalidNumber);
+    const double years = macaulayDuration(*b, *coupon, *yld);
+    return finiteOrNumError(modified ? years / (1 + *yld / b->frequency) : years);
 }
 
 using namespace declare;
@@ -239,8 +226,8 @@ constexpr FunctionDeclaration kCouponFunctions[] = {
     {"ACCRINTM", accruedInterestAtMaturity, between(3, 5), numberArgRule, none, "ACCRINTM(issue, settlement, rate, par, basis)", "Returns the accrued interest of a security that pays interest at maturity."},
     {"PRICE", price, between(6, 7), numberArgRule, none, "PRICE(settlement, maturity, rate, yld, redemption, frequency, basis)", "Returns the price per 100 face value of a security that pays periodic interest."},
     {"YIELD", yield, between(6, 7), numberArgRule, none, "YIELD(settlement, maturity, rate, pr, redemption, frequency, basis)", "Returns the yield of a security that pays periodic interest."},
-    {"DURATION", duration, between(5, 6), numberArgRule, none, "DURATION(settlement, maturity, coupon, yld, frequency, basis)", "Returns the Macaulay duration of a security with periodic interest."},
-    {"MDURATION", modifiedDuration, between(5, 6), numberArgRule, none, "MDURATION(settlement, maturity, coupon, yld, frequency, basis)", "Returns the modified Macaulay duration of a security with periodic interest."},
+    {"DURATION", bondDuration<false>, between(5, 6), numberArgRule, none, "DURATION(settlement, maturity, coupon, yld, frequency, basis)", "Returns the Macaulay duration of a security with periodic interest."},
+    {"MDURATION", bondDuration<true>, between(5, 6), numberArgRule, none, "MDURATION(settlement, maturity, coupon, yld, frequency, basis)", "Returns the modified Macaulay duration of a security with periodic interest."},
 };
 // clang-format on
 
