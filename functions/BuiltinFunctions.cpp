@@ -11,6 +11,11 @@ const FunctionRegistry& builtinFunctions() {
         registerLookupFunctions(r);
         registerDateFunctions(r);
         registerFinancialFunctions(r);
+        registerCouponFunctions(r);
+        registerDiscountSecurityFunctions(r);
+        registerOddPeriodFunctions(r);
+        registerDepreciationFunctions(r);
+        registerCashFlowFunctions(r);
         registerLogicalFunctions(r);
         registerInfoFunctions(r);
         registerDatabaseFunctions(r);

@@ -231,6 +231,12 @@ int64_t days360(int64_t start, int64_t end, bool european) {
     return (b.year - a.year) * 360 + (b.month - a.month) * 30 + (d2 - d1);
 }
 
+int64_t basisDayCount(int64_t start, int64_t end, int basis) {
+    if (basis == 0) return yearFracDays360(dateFrom1900(start), dateFrom1900(end));
+    if (basis == 4) return days360(start, end, true);
+    return end - start;
+}
+
 double yearFraction(int64_t start, int64_t end, int basis) {
     const double days = static_cast<double>(end - start);
     switch (basis) {

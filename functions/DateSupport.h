@@ -75,6 +75,9 @@ int64_t days360(int64_t start, int64_t end, bool european);
 // YEARFRAC's fraction of a year between two days for bases 0-4 (start must
 // not come after end; the basis must be valid).
 double yearFraction(int64_t start, int64_t end, int basis);
+// Days from start to end as day-count basis 0-4 counts them: 30/360 US as
+// YEARFRAC's basis 0, actual days for 1-3, 30/360 European for 4.
+int64_t basisDayCount(int64_t start, int64_t end, int basis);
 
 // WEEKNUM's week of the year for a return type; nothing for an unknown type.
 std::optional<int> weekNumber(int64_t serial, int returnType);
