@@ -4,7 +4,7 @@
 
 #include "functions/DateSupport.h"
 #include "functions/FinancialSupport.h"
-#include "functions/SerialDate.h"
+#include "values/SerialDate.h"
 
 namespace sumora {
 
