@@ -51,5 +51,10 @@ void registerFinancialFunctions(FunctionRegistry&);
 void registerLogicalFunctions(FunctionRegistry&);
 void registerInfoFunctions(FunctionRegistry&);
 void registerDatabaseFunctions(FunctionRegistry&);
+void registerDistributionFunctions(FunctionRegistry&);
+void registerDiscreteDistributionFunctions(FunctionRegistry&);
+void registerStatisticalTestFunctions(FunctionRegistry&);
+void registerDescriptiveStatisticsFunctions(FunctionRegistry&);
+void registerRegressionFunctions(FunctionRegistry&);
 
 } // namespace sumora

@@ -14,6 +14,11 @@ const FunctionRegistry& FunctionRegistry::builtin() {
         registerLogicalFunctions(r);
         registerInfoFunctions(r);
         registerDatabaseFunctions(r);
+        registerDistributionFunctions(r);
+        registerDiscreteDistributionFunctions(r);
+        registerStatisticalTestFunctions(r);
+        registerDescriptiveStatisticsFunctions(r);
+        registerRegressionFunctions(r);
         return r;
     }();
     return registry;
