@@ -102,8 +102,10 @@ FormulaValue rankAvg(FunctionContext& c) {
     if (!order) return order.failure;
     double ahead = 0, ties = 0;
     for (double v : *xs) {
-        if (v == *x) ties += 1;
-        else if (*order == 0 ? v > *x : v < *x) ahead += 1;
+        if (v == *x)
+            ties += 1;
+        else if (*order == 0 ? v > *x : v < *x)
+            ahead += 1;
     }
     if (ties == 0) return err(ErrorKind::notAvailable);
     return num(ahead + (ties + 1) / 2);
@@ -279,9 +281,12 @@ bool appendCounted(const FormulaValue& v, std::vector<double>& xs, FormulaValue&
         failure = v;
         return false;
     }
-    if (v.isNumber()) xs.push_back(v.numberValue());
-    else if (v.isBool()) xs.push_back(v.boolValue() ? 1 : 0);
-    else if (v.isText()) xs.push_back(0);
+    if (v.isNumber())
+        xs.push_back(v.numberValue());
+    else if (v.isBool())
+        xs.push_back(v.boolValue() ? 1 : 0);
+    else if (v.isText())
+        xs.push_back(0);
     return true;
 }
 
@@ -327,7 +332,8 @@ FormulaValue extremeA(FunctionContext& c, bool largest) {
     auto xs = valuesCountingText(c);
     if (!xs) return xs.failure;
     if (xs->empty()) return num(0);
-    return num(largest ? *std::max_element(xs->begin(), xs->end()) : *std::min_element(xs->begin(), xs->end()));
+    return num(largest ? *std::max_element(xs->begin(), xs->end())
+                       : *std::min_element(xs->begin(), xs->end()));
 }
 FormulaValue maxA(FunctionContext& c) {
     return extremeA(c, true);

@@ -38,7 +38,8 @@ FormulaValue numError() {
 }
 
 // The density or the cumulative probability at x, by the flag.
-template <class Distribution> FormulaValue densityOrCumulative(const Distribution& d, double x, bool cumulative) {
+template <class Distribution>
+FormulaValue densityOrCumulative(const Distribution& d, double x, bool cumulative) {
     return finiteOrNumError(cumulative ? math::cdf(d, x) : math::pdf(d, x));
 }
 

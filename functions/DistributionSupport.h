@@ -16,14 +16,12 @@ namespace sumora {
 
 namespace math = boost::math;
 
-using QuietPolicy = math::policies::policy<
-    math::policies::domain_error<math::policies::ignore_error>,
-    math::policies::pole_error<math::policies::ignore_error>,
-    math::policies::overflow_error<math::policies::ignore_error>,
-    math::policies::underflow_error<math::policies::ignore_error>,
-    math::policies::evaluation_error<math::policies::ignore_error>,
-    math::policies::rounding_error<math::policies::ignore_error>,
-    math::policies::promote_double<false>>;
+using QuietPolicy = math::policies::policy<math::policies::domain_error<math::policies::ignore_error>,
+                                           math::policies::pole_error<math::policies::ignore_error>,
+                                           math::policies::overflow_error<math::policies::ignore_error>,
+                                           math::policies::underflow_error<math::policies::ignore_error>,
+                                           math::policies::evaluation_error<math::policies::ignore_error>,
+                                           math::policies::rounding_error<math::policies::ignore_error>>;
 
 // Argument i truncated toward zero, as the counts and degrees of freedom are.
 inline ArgValue<double> truncatedArg(FunctionContext& c, size_t i) {

@@ -37,7 +37,8 @@ double LeastSquaresFit::predict(const std::vector<double>& x) const {
 }
 
 std::optional<LeastSquaresFit> fitLeastSquares(const std::vector<double>& ys,
-                                               std::vector<std::vector<double>> regressors, bool withIntercept) {
+                                               std::vector<std::vector<double>> regressors,
+                                               bool withIntercept) {
     const size_t n = ys.size(), k = regressors.size();
     if (n == 0) return std::nullopt;
     std::vector<double> y = ys;

@@ -27,6 +27,7 @@ struct LeastSquaresFit {
 // false the line passes through the origin. Nothing when there are fewer
 // points than one.
 std::optional<LeastSquaresFit> fitLeastSquares(const std::vector<double>& ys,
-                                               std::vector<std::vector<double>> regressors, bool withIntercept);
+                                               std::vector<std::vector<double>> regressors,
+                                               bool withIntercept);
 
 } // namespace sumora

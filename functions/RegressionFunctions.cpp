@@ -76,7 +76,8 @@ ArgValue<KnownData> knownData(FunctionContext& c, bool logarithmic) {
     } else if (height == 1 && xWidth == width) {
         data.byColumns = false;
         for (size_t r = 0; r < xHeight; ++r)
-            data.regressors.emplace_back(xs->begin() + long(r * xWidth), xs->begin() + long((r + 1) * xWidth));
+            data.regressors.emplace_back(xs->begin() + long(r * xWidth),
+                                         xs->begin() + long((r + 1) * xWidth));
     } else {
         return {std::nullopt, err(ErrorKind::invalidReference)};
     }
@@ -101,7 +102,9 @@ FormulaValue estimate(FunctionContext& c, bool logarithmic) {
     if (!stats) return stats.failure;
     auto fit = fitLeastSquares(data->ys, data->regressors, *withIntercept);
     if (!fit) return err(ErrorKind::invalidValue);
-    auto shown = [&](double coefficient) { return numberOrError(logarithmic ? std::exp(coefficient) : coefficient); };
+    auto shown = [&](double coefficient) {
+        return numberOrError(logarithmic ? std::exp(coefficient) : coefficient);
+    };
     const size_t k = fit->slopes.size();
     ValueRows rows(*stats ? 5 : 1, ValueRow(k + 1, err(ErrorKind::notAvailable)));
     for (size_t j = 0; j < k; ++j)
@@ -171,7 +174,8 @@ FormulaValue project(FunctionContext& c, bool logarithmic) {
     } else if (data->byColumns) {
         if (width != k) return err(ErrorKind::invalidReference);
         for (size_t r = 0; r < height; ++r)
-            out.push_back({shown(fit->predict({xs->begin() + long(r * width), xs->begin() + long((r + 1) * width)}))});
+            out.push_back(
+                {shown(fit->predict({xs->begin() + long(r * width), xs->begin() + long((r + 1) * width)}))});
     } else {
         if (height != k) return err(ErrorKind::invalidReference);
         out.emplace_back();

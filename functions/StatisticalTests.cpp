@@ -68,7 +68,8 @@ ArgValue<std::vector<double>> pairedDifferences(FunctionContext& c) {
     for (size_t i = 0; i < xs.size(); ++i) {
         if (xs[i].isError()) return {std::nullopt, xs[i]};
         if (ys[i].isError()) return {std::nullopt, ys[i]};
-        if (xs[i].isNumber() && ys[i].isNumber()) differences.push_back(xs[i].numberValue() - ys[i].numberValue());
+        if (xs[i].isNumber() && ys[i].isNumber())
+            differences.push_back(xs[i].numberValue() - ys[i].numberValue());
     }
     return {std::move(differences), {}};
 }
