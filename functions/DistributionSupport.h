@@ -2,8 +2,10 @@
 // What the distribution built-ins share: the Boost.Math error policy (domain
 // errors, poles and overflows come back as NaN or infinity instead of
 // exceptions, so a result maps to "#NUM!" through finiteOrNumError) and the
-// readers of their integer and flag arguments. Included only by the sources
-// that use Boost.Math, so the rest of the build never parses its headers.
+// readers of their integer and data arguments. Boost.Math's default promotion
+// to long double is kept: with it huge binomials stay accurate. Included only
+// by the sources that use Boost.Math, so the rest of the build never parses
+// its headers.
 #include <boost/math/policies/policy.hpp>
 
 #include <cmath>
