@@ -11,7 +11,8 @@ namespace sumora {
 
 namespace {
 
-// Beyond this many regressors the fit's cost (n·k²) is out of proportion.
+// Beyond this many regressors the fit's cost (n·k²) is out of proportion;
+// beyond kMaxArrayCells points times regressors the fit is "#NUM!".
 constexpr size_t kMaxRegressors = 255;
 
 // Every cell of the rows as a number: an error passes through, anything
@@ -82,6 +83,8 @@ ArgValue<KnownData> knownData(FunctionContext& c, bool logarithmic) {
         return {std::nullopt, err(ErrorKind::invalidReference)};
     }
     if (data.regressors.size() > kMaxRegressors) return {std::nullopt, err(ErrorKind::invalidValue)};
+    if (isTooLarge(int64_t(n), int64_t(data.regressors.size())))
+        return {std::nullopt, err(ErrorKind::invalidNumber)};
     return {std::move(data), {}};
 }
 
