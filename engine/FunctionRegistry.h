@@ -53,5 +53,10 @@ void registerCashFlowFunctions(FunctionRegistry&);
 void registerLogicalFunctions(FunctionRegistry&);
 void registerInfoFunctions(FunctionRegistry&);
 void registerDatabaseFunctions(FunctionRegistry&);
+void registerDistributionFunctions(FunctionRegistry&);
+void registerDiscreteDistributionFunctions(FunctionRegistry&);
+void registerStatisticalTestFunctions(FunctionRegistry&);
+void registerDescriptiveStatisticsFunctions(FunctionRegistry&);
+void registerRegressionFunctions(FunctionRegistry&);
 
 } // namespace sumora

@@ -19,6 +19,11 @@ const FunctionRegistry& builtinFunctions() {
         registerLogicalFunctions(r);
         registerInfoFunctions(r);
         registerDatabaseFunctions(r);
+        registerDistributionFunctions(r);
+        registerDiscreteDistributionFunctions(r);
+        registerStatisticalTestFunctions(r);
+        registerDescriptiveStatisticsFunctions(r);
+        registerRegressionFunctions(r);
         return r;
     }();
     return registry;

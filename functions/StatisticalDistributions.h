@@ -1,7 +1,7 @@
 #pragma once
-// Probability distributions: the numerical methods (normal, incomplete beta
-// and gamma) and the distribution built-ins of the statistical family, which
-// registers them from StatisticalFunctions.cpp.
+// The standard normal functions that other built-ins share, and the first
+// distribution built-ins of the statistical family, which registers them
+// from StatisticalFunctions.cpp.
 #include "engine/FunctionContext.h"
 
 namespace sumora {
@@ -11,10 +11,6 @@ double normInv(double p);
 // Standard normal cumulative distribution and density.
 double normCdf(double z);
 double normPdf(double z);
-// Regularised incomplete beta I_x(a, b), for a, b > 0 and 0 <= x <= 1.
-double regularizedBeta(double x, double a, double b);
-// Regularised upper incomplete gamma Q(a, x), a > 0, x >= 0.
-double regularizedGammaQ(double a, double x);
 
 namespace distributions {
 

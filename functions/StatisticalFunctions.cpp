@@ -481,6 +481,11 @@ constexpr FunctionDeclaration kStatisticalFunctions[] = {
     {"EXPON.DIST", distributions::exponDist, anyCount, evalNumRule, none},
     {"EXPONDIST", distributions::exponDist, anyCount, evalNumRule, none},
     {"T.DIST", distributions::tDist, anyCount, evalNumRule, none},
+    {"PERCENTILE.INC", percentile, exactly(2), evalNumRule, none, "PERCENTILE.INC(array, k)", "Returns the k-th percentile of values."},
+    {"QUARTILE.INC", quartile, exactly(2), evalNumRule, none, "QUARTILE.INC(array, quart)", "Returns the quartile of a data set."},
+    {"PERCENTRANK.INC", percentRank, between(2, 3), evalNumRule, none, "PERCENTRANK.INC(array, x, significance)", "Returns the rank of a value as a percentage of the data set."},
+    {"PEARSON", correl, exactly(2), evalNumRule, none, "PEARSON(array1, array2)", "Returns the Pearson correlation coefficient."},
+    {"FORECAST.LINEAR", forecast, exactly(3), evalNumRule, none, "FORECAST.LINEAR(x, known_ys, known_xs)", "Predicts a future value along a linear trend."},
 };
 // clang-format on
 

@@ -15,6 +15,7 @@ packages=(
   qt6-base-dev qt6-charts-dev libqt6opengl6-dev libgl-dev
   xvfb xauth poppler-utils
   time
+  libboost-math-dev
 )
 
 apt_install_missing "${packages[@]}"
