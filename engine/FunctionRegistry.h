@@ -51,5 +51,10 @@ void registerFinancialFunctions(FunctionRegistry&);
 void registerLogicalFunctions(FunctionRegistry&);
 void registerInfoFunctions(FunctionRegistry&);
 void registerDatabaseFunctions(FunctionRegistry&);
+void registerMathExtraFunctions(FunctionRegistry&);
+void registerEngineeringFunctions(FunctionRegistry&);
+void registerComplexFunctions(FunctionRegistry&);
+void registerMatrixFunctions(FunctionRegistry&);
+void registerUnitConversionFunctions(FunctionRegistry&);
 
 } // namespace sumora

@@ -14,6 +14,11 @@ const FunctionRegistry& FunctionRegistry::builtin() {
         registerLogicalFunctions(r);
         registerInfoFunctions(r);
         registerDatabaseFunctions(r);
+        registerMathExtraFunctions(r);
+        registerEngineeringFunctions(r);
+        registerComplexFunctions(r);
+        registerMatrixFunctions(r);
+        registerUnitConversionFunctions(r);
         return r;
     }();
     return registry;
