@@ -58,5 +58,10 @@ void registerDiscreteDistributionFunctions(FunctionRegistry&);
 void registerStatisticalTestFunctions(FunctionRegistry&);
 void registerDescriptiveStatisticsFunctions(FunctionRegistry&);
 void registerRegressionFunctions(FunctionRegistry&);
+void registerMathExtraFunctions(FunctionRegistry&);
+void registerEngineeringFunctions(FunctionRegistry&);
+void registerComplexFunctions(FunctionRegistry&);
+void registerMatrixFunctions(FunctionRegistry&);
+void registerUnitConversionFunctions(FunctionRegistry&);
 
 } // namespace sumora

@@ -24,6 +24,11 @@ const FunctionRegistry& builtinFunctions() {
         registerStatisticalTestFunctions(r);
         registerDescriptiveStatisticsFunctions(r);
         registerRegressionFunctions(r);
+        registerMathExtraFunctions(r);
+        registerEngineeringFunctions(r);
+        registerComplexFunctions(r);
+        registerMatrixFunctions(r);
+        registerUnitConversionFunctions(r);
         return r;
     }();
     return registry;
