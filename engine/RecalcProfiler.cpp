@@ -6,7 +6,7 @@
 
 namespace sumora {
 
-void RecalcProfiler::endFunction(const FunctionEntry* function, int64_t nanoseconds) {
+void RecalcProfiler::endFunction(const FunctionDeclaration* function, int64_t nanoseconds) {
     int64_t nested = childTime_.back();
     childTime_.pop_back();
     if (!childTime_.empty()) childTime_.back() += nanoseconds;
@@ -19,7 +19,7 @@ std::vector<RecalcProfiler::FunctionTiming> RecalcProfiler::functions() const {
     std::vector<FunctionTiming> out;
     out.reserve(functions_.size());
     for (const auto& [entry, totals] : functions_)
-        out.push_back({entry ? entry->name : std::string("?"), totals.calls, totals.selfNanoseconds});
+        out.push_back({entry ? std::string(entry->name) : std::string("?"), totals.calls, totals.selfNanoseconds});
     std::sort(out.begin(), out.end(), [](const FunctionTiming& a, const FunctionTiming& b) {
         return a.selfNanoseconds != b.selfNanoseconds ? a.selfNanoseconds > b.selfNanoseconds
                                                       : a.name < b.name;

@@ -12,7 +12,7 @@
 
 namespace sumora {
 
-struct FunctionEntry;
+struct FunctionDeclaration;
 
 class RecalcProfiler {
   public:
@@ -38,7 +38,7 @@ class RecalcProfiler {
     // Brackets one function call; nested calls are taken out of the outer
     // call's own time.
     void beginFunction() { childTime_.push_back(0); }
-    void endFunction(const FunctionEntry* function, int64_t nanoseconds);
+    void endFunction(const FunctionDeclaration* function, int64_t nanoseconds);
 
     const std::vector<FormulaTiming>& formulas() const { return formulas_; }
     // Every function called, slowest own time first.
@@ -57,7 +57,7 @@ class RecalcProfiler {
     };
     size_t sheet_ = 0;
     std::vector<FormulaTiming> formulas_;
-    std::unordered_map<const FunctionEntry*, Totals> functions_;
+    std::unordered_map<const FunctionDeclaration*, Totals> functions_;
     std::vector<int64_t> childTime_; // time spent in calls nested in each open call
 };
 
