@@ -18,12 +18,13 @@
 #include "app/DocumentWindows.h"
 #include "app/MainWindow.h"
 #include "app/SheetGridView.h"
+#include "app/SumoraApplication.h"
 #include "engine/Log.h"
 
 int main(int argc, char* argv[]) {
     QElapsedTimer launch;
     launch.start();
-    QApplication app(argc, argv);
+    sumora::app::SumoraApplication app(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Sumora"));
     QApplication::setApplicationName(QStringLiteral("Sumora"));
     QApplication::setApplicationVersion(QStringLiteral("0.1"));

@@ -1,6 +1,7 @@
 #include "engine/FormulaEvaluator.h"
 
 #include <cmath>
+#include <new>
 
 #include "engine/FunctionContext.h"
 #include "engine/FunctionRegistry.h"
@@ -82,7 +83,13 @@ FormulaValue FormulaEvaluator::evaluateFunction(const FormulaTree& tree, uint32_
     const FormulaNode& n = tree.node(callNode);
     if (!n.call.function) return FormulaValue::error(FormulaError::unknownFunction(std::string(tree.functionName(n))));
     FunctionContext context(*this, tree, callNode, depth);
-    return n.call.function->impl(context);
+    try {
+        return n.call.function->impl(context);
+    } catch (const std::bad_alloc&) {
+        // A range or result too large to hold (ArrayTooLarge), or memory ran
+        // out: the formula fails, the process and the workbook do not.
+        return FormulaValue::error(ErrorKind::invalidNumber);
+    }
 }
 
 FormulaValue FormulaEvaluator::evaluateBinaryOp(const FormulaTree& tree, const FormulaNode& n, int depth) {
