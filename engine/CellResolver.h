@@ -31,7 +31,7 @@ inline constexpr int64_t kMaxArrayCells = 2'000'000;
 // Thrown when a range or array would exceed kMaxArrayCells; the evaluator
 // turns it, like any allocation failure, into "#NUM!" in the formula's cell.
 class ArrayTooLarge : public std::bad_alloc {
-public:
+  public:
     const char* what() const noexcept override { return "The range is too large to hold in memory."; }
 };
 // Throws ArrayTooLarge when rows × cols exceeds kMaxArrayCells.

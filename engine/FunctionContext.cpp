@@ -88,7 +88,8 @@ SparseRange FunctionContext::sparseValues(size_t i) {
     SparseRange out;
     if (i >= args_.size()) return out;
     const FormulaNode& n = tree_.node(args_[i]);
-    if (n.kind == NodeKind::range || (n.kind == NodeKind::name && !evaluator_.variable(tree_.string(n.stringIndex)))) {
+    if (n.kind == NodeKind::range ||
+        (n.kind == NodeKind::name && !evaluator_.variable(tree_.string(n.stringIndex)))) {
         if (auto rangeSpec = reference(i)) {
             resolver().rangeEntries(*rangeSpec, out);
             return out;
@@ -109,7 +110,8 @@ SparseRange FunctionContext::sparseValues(size_t i) {
             if (!e.isEmpty()) out.entries.push_back({position, e});
             ++position;
         }
-    bool rectangular = std::all_of(rows.begin(), rows.end(), [&](const ValueRow& r) { return r.size() == rows[0].size(); });
+    bool rectangular =
+        std::all_of(rows.begin(), rows.end(), [&](const ValueRow& r) { return r.size() == rows[0].size(); });
     out.rows = rectangular ? static_cast<int64_t>(rows.size()) : 1;
     out.cols = rectangular && !rows.empty() ? static_cast<int64_t>(rows[0].size()) : position;
     return out;

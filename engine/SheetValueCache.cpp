@@ -121,7 +121,8 @@ void SheetValueCache::appendEntries(const Sheet& sheet, const RangeSpec& r, std:
         for (int64_t col = r.col1; col <= lastCol; ++col) {
             Tag tag = tagOf(sheet, col, row, number);
             if (tag != Tag::empty)
-                out.push_back({(row - r.row1) * cols + (col - r.col1), materialise(sheet, col, row, tag, number)});
+                out.push_back(
+                    {(row - r.row1) * cols + (col - r.col1), materialise(sheet, col, row, tag, number)});
         }
     }
 }

@@ -61,7 +61,8 @@ void WorkbookResolver::rangeEntries(const RangeSpec& range, SparseRange& out) {
         for (int64_t col = r->col1; col <= lastCol; ++col) {
             const Cell& c = s->cell(row, col);
             FormulaValue v = readCellText(c.computedValue(), c.value());
-            if (!v.isEmpty()) out.entries.push_back({(row - r->row1) * out.cols + (col - r->col1), std::move(v)});
+            if (!v.isEmpty())
+                out.entries.push_back({(row - r->row1) * out.cols + (col - r->col1), std::move(v)});
         }
     }
 }

@@ -70,8 +70,8 @@ SumoraDocument openOds(const std::string& bytes) {
     } catch (const FileReadError&) {
         throw;
     } catch (const std::bad_alloc&) {
-        throw FileReadError(FileReadError::Code::corruptFile, std::string("Could not open this ODS file: ") +
-                                                                  std::string(kOutOfMemoryText));
+        throw FileReadError(FileReadError::Code::corruptFile,
+                            std::string("Could not open this ODS file: ") + std::string(kOutOfMemoryText));
     } catch (const std::exception& e) {
         throw FileReadError(FileReadError::Code::corruptFile, std::string("Could not open this ODS file: ") + e.what());
     }
@@ -154,7 +154,8 @@ void writeFileAtomically(const std::filesystem::path& path, std::string_view byt
     writeFileAtomically(path, [bytes](const ByteSink& sink) { sink(bytes); });
 }
 
-void writeFileAtomically(const std::filesystem::path& path, const std::function<void(const ByteSink&)>& produce) {
+void writeFileAtomically(const std::filesystem::path& path,
+                         const std::function<void(const ByteSink&)>& produce) {
     std::filesystem::path dir = path.parent_path().empty() ? std::filesystem::path(".") : path.parent_path();
     std::random_device rd;
     std::filesystem::path temp = dir / ("." + path.filename().string() + ".sumora-" + std::to_string(rd()) + ".tmp");

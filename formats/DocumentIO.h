@@ -42,7 +42,8 @@ void writeFileAtomically(const std::filesystem::path& path, std::string_view byt
 // The same for contents too large to hold: `produce` hands its bytes, piece
 // by piece, to the sink it is given.
 using ByteSink = std::function<void(std::string_view)>;
-void writeFileAtomically(const std::filesystem::path& path, const std::function<void(const ByteSink&)>& produce);
+void writeFileAtomically(const std::filesystem::path& path,
+                         const std::function<void(const ByteSink&)>& produce);
 
 // The four user messages of a failed XLSX open, chosen from the error text.
 std::string xlsxFailureMessage(std::string_view description);

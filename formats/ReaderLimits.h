@@ -14,7 +14,8 @@ namespace sumora {
 inline constexpr int64_t kMaxStoredTextBytes = int64_t{512} << 20;
 
 [[noreturn]] inline void throwTooMuchText() {
-    throw std::runtime_error("The workbook's cells hold more than " + std::to_string(kMaxStoredTextBytes >> 20) +
+    throw std::runtime_error("The workbook's cells hold more than " +
+                             std::to_string(kMaxStoredTextBytes >> 20) +
                              " MB of text, more than can be opened.");
 }
 

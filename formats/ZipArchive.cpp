@@ -156,7 +156,8 @@ class ZipEntryReader {
         // An entry that expands past the size its header declares is damaged
         // or hostile; stop at once rather than at the cap.
         if (entry_.sizeDeclared && entryBytes_ > entry_.uncompressedSize)
-            throw ArchiveError("The ZIP archive entry " + quoted(entry_.path) + " is damaged: it expands beyond the " +
+            throw ArchiveError("The ZIP archive entry " + quoted(entry_.path) +
+                               " is damaged: it expands beyond the " +
                                std::to_string(entry_.uncompressedSize) + " bytes its header declares.");
         if (totalBytesRead_ > limits_.maxTotalBytes) throw totalTooLarge();
         return static_cast<std::size_t>(count);

@@ -57,7 +57,8 @@ class SparseCursor {
     explicit SparseCursor(const SparseRange& range) : range_(range) {}
     const FormulaValue& at(int64_t position) {
         static const FormulaValue empty;
-        while (next_ < range_.entries.size() && range_.entries[next_].position < position) ++next_;
+        while (next_ < range_.entries.size() && range_.entries[next_].position < position)
+            ++next_;
         if (next_ < range_.entries.size() && range_.entries[next_].position == position)
             return range_.entries[next_].value;
         return empty;
@@ -120,8 +121,9 @@ int64_t forEachMatch(const std::vector<CriteriaPair>& pairs, const SparseRange* 
             all = pairs[k].criterion.matches(cursors[k].at(i));
         if (all) f(i);
     }
-    bool emptyMatches = std::all_of(pairs.begin(), pairs.end(),
-                                    [](const CriteriaPair& p) { return p.criterion.matches(FormulaValue::empty()); });
+    bool emptyMatches = std::all_of(pairs.begin(), pairs.end(), [](const CriteriaPair& p) {
+        return p.criterion.matches(FormulaValue::empty());
+    });
     return emptyMatches ? bound - static_cast<int64_t>(positions.size()) : 0;
 }
 

@@ -242,7 +242,8 @@ FormulaValue textJoin(FunctionContext& c) {
         }
         if (!appendEmpties(values.size() - next)) return err(ErrorKind::invalidValue);
     }
-    if (static_cast<double>(CharacterIndex(out).count()) > kMaxTextCharacters) return err(ErrorKind::invalidValue);
+    if (static_cast<double>(CharacterIndex(out).count()) > kMaxTextCharacters)
+        return err(ErrorKind::invalidValue);
     return txt(std::move(out));
 }
 

@@ -380,8 +380,9 @@ static std::string secondsText(double seconds) {
 }
 
 bool SumoraScriptEngine::evaluate(std::string_view script) {
-    RunWatch watch{group_, std::chrono::steady_clock::now(), timeLimitSeconds, stopSwitch.get(), memoryLimitBytes,
-                   processBytes(1)};
+    RunWatch watch{group_,           std::chrono::steady_clock::now(),
+                   timeLimitSeconds, stopSwitch.get(),
+                   memoryLimitBytes, processBytes(1)};
     double interval = kCheckIntervalSeconds;
     if (timeLimitSeconds > 0) interval = std::min(interval, timeLimitSeconds);
     JSContextGroupSetExecutionTimeLimit(group_, interval, shouldTerminate, &watch);
@@ -398,7 +399,8 @@ bool SumoraScriptEngine::evaluate(std::string_view script) {
     std::string message;
     switch (watch.outcome) {
     case RunWatch::Outcome::outOfMemory:
-        message = "Script stopped: it used more than " + std::to_string(memoryLimitBytes >> 20) + " MB of memory";
+        message =
+            "Script stopped: it used more than " + std::to_string(memoryLimitBytes >> 20) + " MB of memory";
         Log::info(message);
         break;
     case RunWatch::Outcome::timedOut:

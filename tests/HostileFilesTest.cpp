@@ -28,7 +28,9 @@ std::string openFailure(const std::string& bytes, std::string_view name, std::st
 // Rewrites the uncompressed size that the local and central headers of the
 // entry `path` declare.
 std::string withDeclaredSize(std::string zip, std::string_view path, uint32_t size) {
-    auto u16 = [&](size_t at) { return static_cast<size_t>(static_cast<uint8_t>(zip[at]) | static_cast<uint8_t>(zip[at + 1]) << 8); };
+    auto u16 = [&](size_t at) {
+        return static_cast<size_t>(static_cast<uint8_t>(zip[at]) | static_cast<uint8_t>(zip[at + 1]) << 8);
+    };
     auto patch = [&](std::string_view signature, size_t sizeAt, size_t nameLengthAt, size_t nameAt) {
         for (size_t at = zip.find(signature); at != std::string::npos; at = zip.find(signature, at + 1))
             if (zip.compare(at + nameAt, path.size(), path) == 0 && u16(at + nameLengthAt) == path.size())
@@ -106,7 +108,8 @@ TEST(HostileFiles, ReaderOutOfMemoryGivesItsMessage) {
         csv += "1,2,3,4,5,6,7,8,9,0,1,2,3,4,5,6,7,8,9,0,1,2,3,4,5,6,7,8,9,0\n";
     const int status = test::runWithMemoryLimit(size_t{128} << 20, [&] {
         const std::string message = openFailure(csv, "big.csv", kCsvContentType);
-        return message == "Could not open this CSV file: the file needs more memory than is available." ? 0 : 1;
+        return message == "Could not open this CSV file: the file needs more memory than is available." ? 0
+                                                                                                        : 1;
     });
     EXPECT_EQ(status, 0);
 }

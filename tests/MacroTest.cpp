@@ -396,7 +396,8 @@ TEST_F(MacroCli, FailingScriptLeavesTheOutputFileAlone) {
 
 TEST_F(MacroCli, EndlessPromiseChainEndsTheRunWithoutWriting) {
     std::string in = file("in.csv", "2\n");
-    std::string script = file("loop.js", "setRef(\"A1\", 5); function f() { Promise.resolve().then(f); } f();");
+    std::string script =
+        file("loop.js", "setRef(\"A1\", 5); function f() { Promise.resolve().then(f); } f();");
     file("out.csv", "previous\n");
     EXPECT_EQ(run(in + " " + script + " --time-limit 0.5 -o " + (dir_ / "out.csv").string()), 2);
     EXPECT_EQ(slurp("stdout"), "Error: Script timed out after 0.5 seconds\n");

@@ -58,7 +58,8 @@ TEST(WholeSheetRanges, RecalculationGivesTheSameResults) {
         book.set("A" + std::to_string(i + 1), kWholeSheetCases[i].formula);
     SheetCalculator(book.doc, 0).recalculateAll();
     for (size_t i = 0; i < kWholeSheetCases.size(); ++i)
-        EXPECT_EQ(book.doc.sheets[0].cell(static_cast<int64_t>(i), 0).displayValue(), kWholeSheetCases[i].expected)
+        EXPECT_EQ(book.doc.sheets[0].cell(static_cast<int64_t>(i), 0).displayValue(),
+                  kWholeSheetCases[i].expected)
             << kWholeSheetCases[i].formula;
 }
 
