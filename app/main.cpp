@@ -19,11 +19,12 @@
 #include "app/MainWindow.h"
 #include "app/SheetGridView.h"
 #include "values/Log.h"
+#include "app/SumoraApplication.h"
 
 int main(int argc, char* argv[]) {
     QElapsedTimer launch;
     launch.start();
-    QApplication app(argc, argv);
+    sumora::app::SumoraApplication app(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Sumora"));
     QApplication::setApplicationName(QStringLiteral("Sumora"));
     QApplication::setApplicationVersion(QStringLiteral("0.1"));

@@ -1,5 +1,6 @@
 #include "editing/DataValidation.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -39,6 +40,24 @@ class CandidateResolver : public WorkbookResolver {
         const auto at =
             static_cast<size_t>((row_ - clipped->row1) * clipped->cols() + (col_ - clipped->col1));
         if (first + at < out.size()) out[first + at] = candidate_;
+    }
+
+    void rangeEntries(const RangeSpec& range, SparseRange& out) override {
+        WorkbookResolver::rangeEntries(range, out);
+        if (!covers(range)) return;
+        auto clipped = clipToGrid(range, own_->rowCount(), own_->columnCount());
+        if (!clipped) return;
+        const int64_t at = (row_ - clipped->row1) * out.cols + (col_ - clipped->col1);
+        auto it = std::lower_bound(out.entries.begin(), out.entries.end(), at,
+                                   [](const RangeEntry& e, int64_t p) { return e.position < p; });
+        bool present = it != out.entries.end() && it->position == at;
+        if (candidate_.isEmpty()) {
+            if (present) out.entries.erase(it);
+        } else if (present) {
+            it->value = candidate_;
+        } else {
+            out.entries.insert(it, {at, candidate_});
+        }
     }
 
     void rangeNumbers(const RangeSpec& range, std::vector<double>& out) override {

@@ -13,6 +13,10 @@ RangeSpec specOf(const CellRange& r) {
 }
 } // namespace
 
+void checkArrayCells(int64_t rows, int64_t cols) {
+    if (rows > 0 && cols > 0 && rows > kMaxArrayCells / cols) throw ArrayTooLarge();
+}
+
 std::vector<FormulaValue> CellResolver::getCellValues(const CellRange& in) {
     std::vector<FormulaValue> out;
     rangeValues(specOf(in), out);

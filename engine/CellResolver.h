@@ -2,6 +2,7 @@
 // How evaluation reads cells: the value of one cell, and the values or
 // numbers of a range, on the sheet being calculated or on a named sheet.
 #include <cstdint>
+#include <new>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,6 +22,33 @@ struct RangeSpec {
     int64_t cols() const { return isBackwards() ? 0 : col2 - col1 + 1; }
 };
 
+// Ranges and arrays that evaluation holds in memory cell by cell stop at this
+// many cells (a full-height column fits); past it a function gives "#NUM!"
+// rather than allocating. Functions that only need the non-empty cells walk
+// ranges of any size through rangeEntries.
+inline constexpr int64_t kMaxArrayCells = 2'000'000;
+
+// Thrown when a range or array would exceed kMaxArrayCells; the evaluator
+// turns it, like any allocation failure, into "#NUM!" in the formula's cell.
+class ArrayTooLarge : public std::bad_alloc {
+  public:
+    const char* what() const noexcept override { return "The range is too large to hold in memory."; }
+};
+// Throws ArrayTooLarge when rows × cols exceeds kMaxArrayCells.
+void checkArrayCells(int64_t rows, int64_t cols);
+
+// The non-empty cells of a range clipped to its grid, each with its row-major
+// position in the clipped range; `rows` × `cols` counts the empty ones too.
+struct RangeEntry {
+    int64_t position;
+    FormulaValue value;
+};
+struct SparseRange {
+    int64_t rows = 0, cols = 0;
+    std::vector<RangeEntry> entries; // ascending positions
+    int64_t size() const { return rows * cols; }
+};
+
 class CellResolver {
 public:
     virtual ~CellResolver() = default;
@@ -29,6 +57,9 @@ public:
     virtual FormulaValue cellValue(int64_t col, int64_t row, std::optional<std::string_view> sheet) = 0;
     // Row-major values of the part of the range inside the grid.
     virtual void rangeValues(const RangeSpec& range, std::vector<FormulaValue>& out) = 0;
+    // The non-empty cells of the range; time and memory grow with the stored
+    // cells, not with the range's area.
+    virtual void rangeEntries(const RangeSpec& range, SparseRange& out) = 0;
     // The numbers of the range (cells that read as numbers), row-major.
     virtual void rangeNumbers(const RangeSpec& range, std::vector<double>& out) = 0;
     // Grid size of a sheet (current when empty); nothing when no such sheet.

@@ -1,6 +1,7 @@
 #include "engine/FormulaEvaluator.h"
 
 #include <cmath>
+#include <new>
 
 #include "engine/FunctionContext.h"
 #include "engine/FunctionRegistry.h"
@@ -101,12 +102,18 @@ FormulaValue FormulaEvaluator::evaluateFunction(const FormulaTree& tree, uint32_
         return FormulaValue::error(FormulaError::unknownFunction(std::string(tree.functionName(n))));
     if (!function->count.accepts(n.call.argCount)) return wrongArgumentCount(*function, n.call.argCount);
     FunctionContext context(*this, tree, callNode, depth);
-    if (!profiler_) return function->impl(context);
-    profiler_->beginFunction();
-    auto start = RecalcProfiler::Clock::now();
-    FormulaValue result = function->impl(context);
-    profiler_->endFunction(function, RecalcProfiler::nanosecondsSince(start));
-    return result;
+    try {
+        if (!profiler_) return function->impl(context);
+        profiler_->beginFunction();
+        auto start = RecalcProfiler::Clock::now();
+        FormulaValue result = function->impl(context);
+        profiler_->endFunction(function, RecalcProfiler::nanosecondsSince(start));
+        return result;
+    } catch (const std::bad_alloc&) {
+        // A range or result too large to hold (ArrayTooLarge), or memory ran
+        // out: the formula fails, the process and the workbook do not.
+        return FormulaValue::error(ErrorKind::invalidNumber);
+    }
 }
 
 FormulaValue FormulaEvaluator::evaluateBinaryOp(const FormulaTree& tree, const FormulaNode& n, int depth) {

@@ -1,5 +1,6 @@
 #include "engine/FunctionContext.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace sumora {
@@ -80,6 +81,39 @@ std::vector<FormulaValue> FunctionContext::resolveValues(size_t i) {
         return out;
     }
     out.push_back(std::move(v));
+    return out;
+}
+
+SparseRange FunctionContext::sparseValues(size_t i) {
+    SparseRange out;
+    if (i >= args_.size()) return out;
+    const FormulaNode& n = tree_.node(args_[i]);
+    if (n.kind == NodeKind::range ||
+        (n.kind == NodeKind::name && !evaluator_.variable(tree_.string(n.stringIndex)))) {
+        if (auto rangeSpec = reference(i)) {
+            resolver().rangeEntries(*rangeSpec, out);
+            return out;
+        }
+    }
+    FormulaValue v = evaluate(i);
+    if (!v.isArray()) {
+        out.rows = out.cols = 1;
+        if (!v.isEmpty()) out.entries.push_back({0, std::move(v)});
+        return out;
+    }
+    // Positions count the elements row-major, as resolveValues lists them
+    // (a ragged array reads as one row).
+    const ValueRows& rows = v.arrayRows();
+    int64_t position = 0;
+    for (const ValueRow& row : rows)
+        for (const FormulaValue& e : row) {
+            if (!e.isEmpty()) out.entries.push_back({position, e});
+            ++position;
+        }
+    bool rectangular =
+        std::all_of(rows.begin(), rows.end(), [&](const ValueRow& r) { return r.size() == rows[0].size(); });
+    out.rows = rectangular ? static_cast<int64_t>(rows.size()) : 1;
+    out.cols = rectangular && !rows.empty() ? static_cast<int64_t>(rows[0].size()) : position;
     return out;
 }
 

@@ -50,6 +50,9 @@ public:
     void appendNumbers(size_t i, std::vector<double>& out);
     // Every value of argument i, row-major for ranges and arrays.
     std::vector<FormulaValue> resolveValues(size_t i);
+    // The non-empty values of argument i with their row-major positions; a
+    // range is walked sparsely, so its area may be the whole sheet.
+    SparseRange sparseValues(size_t i);
     // Argument i as rows of values, keeping its shape.
     ValueRows resolve2DValues(size_t i);
     // The range argument i names (a cell, a range or a workbook name).

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <new>
 #include <stdexcept>
 #include <string>
 
@@ -181,7 +182,12 @@ void SheetCalculator::evaluate(FormulaEvaluator& evaluator, FormulaId id) {
     FormulaValue v = evaluator.evaluate(trees_[id], 0);
     if (profiler_) profiler_->addFormula(p.col, p.row, RecalcProfiler::nanosecondsSince(start));
     if (v.isArray()) {
-        spillArray(v.arrayRows(), p.col, p.row);
+        try {
+            spillArray(v.arrayRows(), p.col, p.row);
+        } catch (const std::bad_alloc&) {
+            // Memory ran out while writing the result: the anchor says so.
+            writeComputed(p.col, p.row, FormulaValue::error(ErrorKind::invalidNumber).description());
+        }
         return;
     }
     if (!spillRanges_.empty()) clearSpill(p.col, p.row);
@@ -327,6 +333,18 @@ void SheetCalculator::rangeValues(const RangeSpec& range, std::vector<FormulaVal
     if (!own) return direct_.rangeValues(range, out);
     if (auto clipped = clipToGrid(range, s->rowCount(), s->columnCount()))
         cache_.appendValues(*s, *clipped, out);
+}
+
+void SheetCalculator::rangeEntries(const RangeSpec& range, SparseRange& out) {
+    bool own;
+    const Sheet* s = sheetNamed(range.sheet, own);
+    if (!own || !s) return direct_.rangeEntries(range, out);
+    out = {};
+    auto clipped = clipToGrid(range, s->rowCount(), s->columnCount());
+    if (!clipped) return;
+    out.rows = clipped->rows();
+    out.cols = clipped->cols();
+    cache_.appendEntries(*s, *clipped, out.entries);
 }
 
 void SheetCalculator::rangeNumbers(const RangeSpec& range, std::vector<double>& out) {

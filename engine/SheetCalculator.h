@@ -73,6 +73,7 @@ class SheetCalculator : public CellResolver {
     // CellResolver
     FormulaValue cellValue(int64_t col, int64_t row, std::optional<std::string_view> sheet) override;
     void rangeValues(const RangeSpec& range, std::vector<FormulaValue>& out) override;
+    void rangeEntries(const RangeSpec& range, SparseRange& out) override;
     void rangeNumbers(const RangeSpec& range, std::vector<double>& out) override;
     std::optional<std::pair<int64_t, int64_t>> gridSize(std::optional<std::string_view> sheet) override;
     std::optional<CellRange> resolveNamedRange(std::string_view name) override;

@@ -29,10 +29,24 @@ SheetValueCache::Chunk& SheetValueCache::chunk(int64_t col, int64_t row) {
     return *chunks[k];
 }
 
+SheetValueCache::Chunk* SheetValueCache::existingChunk(int64_t col, int64_t row) {
+    auto c = static_cast<size_t>(col);
+    auto k = static_cast<size_t>(row) >> kChunkShift;
+    if (c >= columns_.size() || k >= columns_[c].size()) return nullptr;
+    return columns_[c][k].get();
+}
+
 SheetValueCache::Tag SheetValueCache::tagOf(const Sheet& sheet, int64_t col, int64_t row, double& number) {
     // Unstored cells read as empty and get no cache memory.
     if (col >= sheet.storedColumnCount(row)) return Tag::empty;
-    Chunk& ch = chunk(col, row);
+    Chunk* existing = existingChunk(col, row);
+    if (!existing) {
+        // Nor do stored blank cells (the padding of a row that reaches a far
+        // column), so a sparse row costs no chunk per column.
+        const Cell& cell = sheet.cell(row, col);
+        if (cell.value().empty() && cell.computedValue().value_or("").empty()) return Tag::empty;
+    }
+    Chunk& ch = existing ? *existing : chunk(col, row);
     size_t i = static_cast<size_t>(row) & (kChunkRows - 1);
     if (ch.tags[i] == Tag::unknown) ch.tags[i] = decode(sheet.cell(row, col), ch.numbers[i]);
     number = ch.numbers[i];
@@ -64,6 +78,7 @@ FormulaValue SheetValueCache::value(const Sheet& sheet, int64_t col, int64_t row
 }
 
 void SheetValueCache::appendValues(const Sheet& sheet, const RangeSpec& r, std::vector<FormulaValue>& out) {
+    checkArrayCells(r.rows(), r.cols());
     out.reserve(out.size() + static_cast<size_t>(r.rows() * r.cols()));
     for (int64_t row = r.row1; row <= r.row2; ++row)
         for (int64_t col = r.col1; col <= r.col2; ++col)
@@ -93,6 +108,21 @@ void SheetValueCache::appendNumbers(const Sheet& sheet, const RangeSpec& r, std:
             if (!ch) ch = &chunk(col, row);
             if (ch->tags[i] == Tag::unknown) ch->tags[i] = decode(sheet.cell(row, col), ch->numbers[i]);
             if (ch->tags[i] == Tag::number) out.push_back(ch->numbers[i]);
+        }
+    }
+}
+
+void SheetValueCache::appendEntries(const Sheet& sheet, const RangeSpec& r, std::vector<RangeEntry>& out) {
+    const int64_t cols = r.cols();
+    int64_t lastRow = std::min(r.row2, sheet.storedRowCount() - 1);
+    double number = 0;
+    for (int64_t row = r.row1; row <= lastRow; ++row) {
+        int64_t lastCol = std::min(r.col2, sheet.storedColumnCount(row) - 1);
+        for (int64_t col = r.col1; col <= lastCol; ++col) {
+            Tag tag = tagOf(sheet, col, row, number);
+            if (tag != Tag::empty)
+                out.push_back(
+                    {(row - r.row1) * cols + (col - r.col1), materialise(sheet, col, row, tag, number)});
         }
     }
 }

@@ -21,6 +21,8 @@ class SheetValueCache {
     // Row-major values / numbers of a rectangle already clipped to the grid.
     void appendValues(const Sheet& sheet, const RangeSpec& clipped, std::vector<FormulaValue>& out);
     void appendNumbers(const Sheet& sheet, const RangeSpec& clipped, std::vector<double>& out);
+    // The non-empty cells of a clipped rectangle, visiting stored cells only.
+    void appendEntries(const Sheet& sheet, const RangeSpec& clipped, std::vector<RangeEntry>& out);
 
     // The cell's texts changed.
     void forget(int64_t col, int64_t row);
@@ -38,6 +40,7 @@ class SheetValueCache {
     // The chunk holding (col, row), created on demand; rows beyond the stored
     // ones never get one (they read as empty).
     Chunk& chunk(int64_t col, int64_t row);
+    Chunk* existingChunk(int64_t col, int64_t row);
     static Tag decode(const Cell& cell, double& number);
     FormulaValue materialise(const Sheet& sheet, int64_t col, int64_t row, Tag tag, double number) const;
     Tag tagOf(const Sheet& sheet, int64_t col, int64_t row, double& number);

@@ -37,12 +37,34 @@ void WorkbookResolver::rangeValues(const RangeSpec& range, std::vector<FormulaVa
     if (!s) return;
     auto r = clipToGrid(range, s->rowCount(), s->columnCount());
     if (!r) return;
+    checkArrayCells(r->rows(), r->cols());
     out.reserve(out.size() + static_cast<size_t>(r->rows() * r->cols()));
     for (int64_t row = r->row1; row <= r->row2; ++row)
         for (int64_t col = r->col1; col <= r->col2; ++col) {
             const Cell& c = s->cell(row, col);
             out.push_back(readCellText(c.computedValue(), c.value()));
         }
+}
+
+void WorkbookResolver::rangeEntries(const RangeSpec& range, SparseRange& out) {
+    out = {};
+    const Sheet* s = sheetNamed(range.sheet);
+    if (!s) return;
+    auto r = clipToGrid(range, s->rowCount(), s->columnCount());
+    if (!r) return;
+    out.rows = r->rows();
+    out.cols = r->cols();
+    // Cells beyond the stored ones read as empty.
+    int64_t lastRow = std::min(r->row2, s->storedRowCount() - 1);
+    for (int64_t row = r->row1; row <= lastRow; ++row) {
+        int64_t lastCol = std::min(r->col2, s->storedColumnCount(row) - 1);
+        for (int64_t col = r->col1; col <= lastCol; ++col) {
+            const Cell& c = s->cell(row, col);
+            FormulaValue v = readCellText(c.computedValue(), c.value());
+            if (!v.isEmpty())
+                out.entries.push_back({(row - r->row1) * out.cols + (col - r->col1), std::move(v)});
+        }
+    }
 }
 
 void WorkbookResolver::rangeNumbers(const RangeSpec& range, std::vector<double>& out) {

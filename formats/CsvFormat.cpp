@@ -1,5 +1,8 @@
 #include "formats/CsvFormat.h"
 
+#include <algorithm>
+#include <functional>
+
 #include "formats/FileErrors.h"
 #include "formats/Utf8.h"
 
@@ -97,20 +100,47 @@ void appendCsvField(std::string& out, std::string_view text) {
     out += '"';
 }
 
-std::string writeCsv(const SumoraDocument& document) {
-    std::string out;
-    if (document.sheets.empty()) return out;
+void writeCsv(const SumoraDocument& document, const std::function<void(std::string_view)>& sink) {
+    if (document.sheets.empty()) return;
     const Sheet& sheet = document.sheets.front();
-    int64_t cols = sheet.columnCount();
-    out.reserve(static_cast<size_t>(sheet.rowCount() * cols));
+    const int64_t cols = sheet.columnCount();
+    // The grid is written whole, so a sheet reaching a far cell makes a file
+    // of mostly commas: it goes out in pieces, never held in memory at once.
+    constexpr size_t kPieceBytes = size_t{1} << 20;
+    std::string out;
+    out.reserve(kPieceBytes + 4096);
     for (int64_t r = 0; r < sheet.rowCount(); ++r) {
-        int64_t stored = sheet.storedColumnCount(r);
-        for (int64_t c = 0; c < cols; ++c) {
+        const int64_t stored = std::min(sheet.storedColumnCount(r), cols);
+        for (int64_t c = 0; c < stored; ++c) {
             if (c > 0) out += ',';
-            if (c < stored) appendCsvField(out, sheet.cell(r, c).displayValue());
+            appendCsvField(out, sheet.cell(r, c).displayValue());
+            if (out.size() >= kPieceBytes) {
+                sink(out);
+                out.clear();
+            }
+        }
+        // The empty fields after the last stored cell: only their commas.
+        for (int64_t left = cols - std::max<int64_t>(stored, 1); left > 0;) {
+            auto n = static_cast<size_t>(std::min<int64_t>(left, static_cast<int64_t>(kPieceBytes)));
+            out.append(n, ',');
+            left -= static_cast<int64_t>(n);
+            if (out.size() >= kPieceBytes) {
+                sink(out);
+                out.clear();
+            }
         }
         out += '\n';
+        if (out.size() >= kPieceBytes) {
+            sink(out);
+            out.clear();
+        }
     }
+    if (!out.empty()) sink(out);
+}
+
+std::string writeCsv(const SumoraDocument& document) {
+    std::string out;
+    writeCsv(document, [&out](std::string_view piece) { out += piece; });
     return out;
 }
 

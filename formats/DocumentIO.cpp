@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
+#include <new>
 #include <random>
 #include <sstream>
 #include <unistd.h>
@@ -28,6 +29,18 @@ std::string lowerExtension(std::string_view filename) {
     return ext;
 }
 
+// What a reader that ran out of memory reports, inside its format's message.
+constexpr std::string_view kOutOfMemoryText = "the file needs more memory than is available.";
+
+SumoraDocument openCsv(const std::string& bytes) {
+    try {
+        return readCsvDocument(bytes);
+    } catch (const std::bad_alloc&) {
+        throw FileReadError(FileReadError::Code::corruptFile,
+                            "Could not open this CSV file: " + std::string(kOutOfMemoryText));
+    }
+}
+
 bool contains(std::string_view haystack, std::string_view needle) { return haystack.find(needle) != std::string_view::npos; }
 
 SumoraDocument openXlsx(const std::string& bytes) {
@@ -39,6 +52,9 @@ SumoraDocument openXlsx(const std::string& bytes) {
     } catch (const FileReadError& e) {
         Log::progress(std::string("  XLSX parse FAILED (Cocoa): ") + e.what());
         throw;
+    } catch (const std::bad_alloc&) {
+        Log::progress("  XLSX parse FAILED: out of memory");
+        throw FileReadError(FileReadError::Code::corruptFile, xlsxFailureMessage(kOutOfMemoryText));
     } catch (const std::exception& e) {
         Log::progress(std::string("  XLSX parse FAILED: ") + e.what());
         throw FileReadError(FileReadError::Code::corruptFile, xlsxFailureMessage(e.what()));
@@ -53,6 +69,9 @@ SumoraDocument openOds(const std::string& bytes) {
         return doc;
     } catch (const FileReadError&) {
         throw;
+    } catch (const std::bad_alloc&) {
+        throw FileReadError(FileReadError::Code::corruptFile,
+                            std::string("Could not open this ODS file: ") + std::string(kOutOfMemoryText));
     } catch (const std::exception& e) {
         throw FileReadError(FileReadError::Code::corruptFile, std::string("Could not open this ODS file: ") + e.what());
     }
@@ -81,7 +100,7 @@ SumoraDocument readDocument(const std::optional<std::string>& contents, std::str
     std::string ext = lowerExtension(filename);
     Log::progress("  filename: " + std::string(filename) + ", ext: " + ext);
     if (contentType == kXlsxContentType || ext == "xlsx") return openXlsx(*contents);
-    if (contentType == kCsvContentType || ext == "csv") return readCsvDocument(*contents);
+    if (contentType == kCsvContentType || ext == "csv") return openCsv(*contents);
     if (contentType == kOdsContentType || ext == "ods") return openOds(*contents);
     Log::progress("  No match for contentType " + std::string(contentType) + ", ext=" + ext +
                   ", falling back to empty doc");
@@ -146,13 +165,27 @@ SumoraDocument openDocumentFile(const std::filesystem::path& path, OpenMode mode
 }
 
 void writeFileAtomically(const std::filesystem::path& path, std::string_view bytes) {
+    writeFileAtomically(path, [bytes](const ByteSink& sink) { sink(bytes); });
+}
+
+void writeFileAtomically(const std::filesystem::path& path,
+                         const std::function<void(const ByteSink&)>& produce) {
     std::filesystem::path dir = path.parent_path().empty() ? std::filesystem::path(".") : path.parent_path();
     std::random_device rd;
     std::filesystem::path temp = dir / ("." + path.filename().string() + ".sumora-" + std::to_string(rd()) + ".tmp");
     {
         FILE* f = std::fopen(temp.c_str(), "wb");
         if (!f) throw FileWriteError("Could not write \"" + path.string() + "\": the folder is not writable.");
-        bool ok = std::fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();
+        bool ok = true;
+        try {
+            produce([&](std::string_view piece) {
+                if (ok) ok = std::fwrite(piece.data(), 1, piece.size(), f) == piece.size();
+            });
+        } catch (...) {
+            std::fclose(f);
+            std::filesystem::remove(temp);
+            throw;
+        }
         ok = std::fflush(f) == 0 && ok;
         ok = fsync(fileno(f)) == 0 && ok;
         ok = std::fclose(f) == 0 && ok;
@@ -171,6 +204,11 @@ void writeFileAtomically(const std::filesystem::path& path, std::string_view byt
 
 void saveDocumentFile(const SumoraDocument& document, const std::filesystem::path& path, std::optional<FileType> type) {
     FileType t = type ? *type : fileTypeForPath(path).value_or(FileType::csv);
+    if (t == FileType::csv) {
+        // CSV writes the whole grid; it is streamed rather than built.
+        writeFileAtomically(path, [&document](const ByteSink& sink) { writeCsv(document, sink); });
+        return;
+    }
     std::string bytes = documentFileContents(document, t);
     writeFileAtomically(path, bytes);
 }

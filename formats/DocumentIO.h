@@ -4,6 +4,7 @@
 // empty document), the writer by the chosen type. Every read failure becomes
 // a FileReadError whose message is the text the user sees.
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -44,6 +45,11 @@ void saveDocumentFile(const SumoraDocument& document, const std::filesystem::pat
 
 // Replaces `path` with `bytes` atomically; throws FileWriteError.
 void writeFileAtomically(const std::filesystem::path& path, std::string_view bytes);
+// The same for contents too large to hold: `produce` hands its bytes, piece
+// by piece, to the sink it is given.
+using ByteSink = std::function<void(std::string_view)>;
+void writeFileAtomically(const std::filesystem::path& path,
+                         const std::function<void(const ByteSink&)>& produce);
 
 // The four user messages of a failed XLSX open, chosen from the error text.
 std::string xlsxFailureMessage(std::string_view description);

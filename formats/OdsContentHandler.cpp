@@ -13,6 +13,7 @@
 #include "document/ColumnLetters.h"
 #include "formats/OdsFormulaTranslation.h"
 #include "values/Log.h"
+#include "formats/ReaderLimits.h"
 
 #if defined(__GLIBC__)
 #include <malloc.h>
@@ -104,7 +105,7 @@ void OdsContentHandler::startElement(std::string_view name, const XmlAttributes&
                 annotationText_.clear();
                 annotationParagraphs_ = 0;
             } else if (inAnnotation_ && foreignDepth_ == 2 && paragraph) {
-                if (annotationParagraphs_++ > 0) annotationText_ += '\n';
+                if (annotationParagraphs_++ > 0) appendText(annotationText_, 1, '\n');
                 inAnnotationP_ = true;
             } else if (inAnnotationP_) {
                 startParagraphPiece(name, a);
@@ -112,7 +113,7 @@ void OdsContentHandler::startElement(std::string_view name, const XmlAttributes&
             return;
         }
         if (paragraph) {
-            if (paragraphs_++ > 0) currentText += '\n';
+            if (paragraphs_++ > 0) appendText(currentText, 1, '\n');
             inTextP = true;
         } else if (inTextP) {
             startParagraphPiece(name, a);
@@ -159,9 +160,9 @@ void OdsContentHandler::endElement(std::string_view name) {
 
 void OdsContentHandler::characters(std::string_view text) {
     if (inTextP && foreignDepth_ == 0) {
-        if (valueSource_ != ValueSource::attribute) currentText.append(text);
+        if (valueSource_ != ValueSource::attribute) appendText(currentText, text);
     } else if (inAnnotationP_) {
-        annotationText_.append(text);
+        appendText(annotationText_, text);
     }
 }
 
@@ -170,11 +171,26 @@ void OdsContentHandler::startParagraphPiece(std::string_view name, const XmlAttr
     if (!inAnnotationP_ && valueSource_ == ValueSource::attribute) return;
     std::string& target = inAnnotationP_ ? annotationText_ : currentText;
     if (name == "s")
-        target.append(static_cast<size_t>(countAttribute(attr(a, "text:c"), kMaxSpaceRun)), ' ');
+        appendText(target, static_cast<size_t>(countAttribute(attr(a, "text:c"), kMaxSpaceRun)), ' ');
     else if (name == "tab")
-        target += '\t';
+        appendText(target, 1, '\t');
     else if (name == "line-break")
-        target += '\n';
+        appendText(target, 1, '\n');
+}
+
+void OdsContentHandler::countText(size_t bytes) {
+    auto n = static_cast<int64_t>(bytes);
+    if (textBytes_->fetch_add(n, std::memory_order_relaxed) + n > kMaxStoredTextBytes) throwTooMuchText();
+}
+
+void OdsContentHandler::appendText(std::string& target, std::string_view text) {
+    countText(text.size());
+    target.append(text);
+}
+
+void OdsContentHandler::appendText(std::string& target, size_t count, char c) {
+    countText(count);
+    target.append(count, c);
 }
 
 // ---------------------------------------------------------------------------

@@ -3,6 +3,7 @@
 // Used whole for most parts; a big part is read in two halves at once, the
 // second half by a continuation handler whose rows the first one then takes
 // over (see OdsReader.cpp).
+#include <atomic>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -43,6 +44,10 @@ class OdsContentHandler : public XmlHandler {
     void absorb(OdsContentHandler& continuation);
 
     std::vector<Sheet> takeSheets() { return std::move(sheets); }
+
+    // Handlers reading parts of one document count their text together
+    // against kMaxStoredTextBytes; by default each counts its own.
+    void shareTextCount(std::atomic<int64_t>& counter) { textBytes_ = &counter; }
 
   private:
     struct ColumnRun {
@@ -88,8 +93,14 @@ class OdsContentHandler : public XmlHandler {
         return std::max<int64_t>(0, col + 1 - currentSheet_.storedColumnCount(row));
     }
     Cell& storeCell(int64_t row, int64_t col);
+    // Appends cell or comment text, counting it against the document's bound.
+    void appendText(std::string& target, std::string_view text);
+    void appendText(std::string& target, size_t count, char c);
+    void countText(size_t bytes);
 
     Role role_;
+    std::atomic<int64_t> ownTextBytes_{0};
+    std::atomic<int64_t>* textBytes_ = &ownTextBytes_;
     std::vector<Sheet> sheets;
     StyleCollector styles_;
 

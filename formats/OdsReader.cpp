@@ -184,7 +184,9 @@ std::optional<std::vector<Sheet>> readInHalves(ZipReader& archive, std::string_v
     // A little past the middle: the second half also decompresses the first.
     uint64_t cutFrom = declaredSize / 100 * 54;
     std::atomic<bool> cancelled{false};
+    std::atomic<int64_t> textBytes{0};
     SecondHalf second;
+    second.handler.shareTextCount(textBytes);
     std::thread worker;
     try {
         worker = std::thread([&] { readSecondHalf(package, cutFrom, cancelled, second); });
@@ -200,6 +202,7 @@ std::optional<std::vector<Sheet>> readInHalves(ZipReader& archive, std::string_v
     std::optional<std::vector<Sheet>> sheets;
     try {
         OdsContentHandler first;
+        first.shareTextCount(textBytes);
         XmlReader xml(first);
         StreamCut cut(kRowStarts, cutFrom);
         auto parse = [&](std::string_view piece) {

@@ -1,5 +1,8 @@
 #include "formats/XlsxWorkbookReader.h"
 
+#include <string_view>
+#include <unordered_map>
+
 #include "document/ColumnLetters.h"
 #include "formats/XlsxPackage.h"
 #include "formats/XlsxText.h"
@@ -142,12 +145,17 @@ WorkbookInfo readWorkbook(ZipReader& archive) {
     info.stylesPath = pathOf(relationships, "styles", inFolder("styles.xml"));
     info.themePath = pathOf(relationships, "theme", inFolder("theme/theme1.xml"));
 
+    // By id, the last internal one winning as before; a workbook of many
+    // sheets must not search the list once per sheet.
+    std::unordered_map<std::string_view, const Relationship*> byId;
+    byId.reserve(relationships.size());
+    for (const Relationship& r : relationships)
+        if (!r.isExternal) byId[r.id] = &r;
     for (size_t i = 0; i < handler.sheets.size(); ++i) {
         const ParsedSheet& parsed = handler.sheets[i];
         WorksheetEntry entry;
-        const Relationship* target = nullptr;
-        for (const Relationship& r : relationships)
-            if (r.id == parsed.relationshipId && !r.isExternal) target = &r;
+        auto found = byId.find(parsed.relationshipId);
+        const Relationship* target = found == byId.end() ? nullptr : found->second;
         if (target) {
             if (!hasType(*target, "worksheet")) continue; // chart sheets, dialog and macro sheets
             entry.path = target->target;

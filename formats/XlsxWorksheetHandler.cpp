@@ -289,9 +289,7 @@ void WorksheetHandler::countText(size_t bytes) {
     countedTextBytes_ += static_cast<int64_t>(bytes);
     if (context_.storedTextBytes->fetch_add(static_cast<int64_t>(bytes)) + static_cast<int64_t>(bytes) >
         kMaxStoredTextBytes)
-        throw std::runtime_error("The workbook's cells hold more than " +
-                                 std::to_string(kMaxStoredTextBytes >> 20) +
-                                 " MB of text, more than can be opened.");
+        throwTooMuchText();
 }
 
 Cell& WorksheetHandler::writableCell(int64_t row, int64_t col) {

@@ -226,16 +226,10 @@ bool readInHalves(ZipReader& archive, std::string_view path, uint64_t declaredSi
     return false;
 }
 
-const ZipEntry* findEntry(const ZipReader& archive, std::string_view path) {
-    for (const ZipEntry& e : archive.entries())
-        if (e.path == path) return &e;
-    return nullptr;
-}
-
 } // namespace
 
 void readWorksheet(ZipReader& archive, std::string_view path, const WorksheetContext& context, Sheet& sheet) {
-    const ZipEntry* entry = findEntry(archive, path);
+    const ZipEntry* entry = archive.entry(path);
     if (entry && entry->uncompressedSize >= context.splitThreshold && !context.packageBytes.empty() &&
         std::thread::hardware_concurrency() >= 2) {
         Sheet fresh(sheet.name, 0, 0);

@@ -10,12 +10,16 @@
 #include <string_view>
 #include <vector>
 
+#include "formats/ReaderLimits.h"
+
 namespace sumora {
 class Sheet;
 class ZipReader;
 } // namespace sumora
 
 namespace sumora::xlsx {
+
+using sumora::kMaxStoredTextBytes;
 
 class ColorResolver;
 struct StyleTable;
@@ -39,11 +43,6 @@ struct WorksheetContext {
     // Counts the parts that were read in halves (for diagnostics and tests).
     int* partsReadInHalves = nullptr;
 };
-
-// A workbook whose cells would hold more text than this fails to open: the
-// bound that keeps one long shared string repeated in millions of cells from
-// taking the machine's memory.
-inline constexpr int64_t kMaxStoredTextBytes = int64_t{512} << 20;
 
 // The largest grid a worksheet may address (XFD1048576).
 inline constexpr int64_t kMaxRows = 1048576;

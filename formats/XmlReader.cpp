@@ -27,6 +27,8 @@ XML_Parser asParser(void* parser) {
 // threshold; real package parts never declare entities at all.
 constexpr float maxEntityAmplification = 100.0f;
 constexpr unsigned long long amplificationThresholdBytes = 4ull << 20;
+// Longer runs of text reach the handler in pieces of about this size.
+constexpr std::size_t kTextPieceBytes = std::size_t{1} << 20;
 
 } // namespace
 
@@ -103,7 +105,10 @@ struct XmlReader::Callbacks {
     static void text(void* userData, const XML_Char* data, int length) {
         XmlReader& reader = self(userData);
         if (!active(reader)) return;
-        deliver(reader, [&] { reader.text_.append(data, static_cast<std::size_t>(length)); });
+        deliver(reader, [&] {
+            reader.text_.append(data, static_cast<std::size_t>(length));
+            if (reader.text_.size() >= kTextPieceBytes) reader.flushText();
+        });
     }
 };
 

@@ -47,7 +47,9 @@ class XmlAttributes {
 std::string_view xmlLocalName(std::string_view qualifiedName);
 
 // Receives the events. Text between two tags arrives as one characters() call
-// (entities decoded), however the input was cut into pieces.
+// (entities decoded), however the input was cut into pieces — unless it runs
+// past a megabyte: then it comes in pieces of about that size, so that a part
+// padded with a gigabyte of blanks is never held whole. Handlers append.
 class XmlHandler {
   public:
     virtual ~XmlHandler() = default;

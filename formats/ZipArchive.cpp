@@ -89,7 +89,10 @@ void ZipReader::open() {
         ZipEntry entry;
         entry.path = stat.name;
         entry.isDirectory = !entry.path.empty() && entry.path.back() == '/';
-        if (stat.valid & ZIP_STAT_SIZE) entry.uncompressedSize = stat.size;
+        if (stat.valid & ZIP_STAT_SIZE) {
+            entry.uncompressedSize = stat.size;
+            entry.sizeDeclared = true;
+        }
         if (stat.valid & ZIP_STAT_COMP_SIZE) entry.compressedSize = stat.comp_size;
         std::size_t index = entries_.size();
         exactIndex_.emplace(entry.path, index);
@@ -106,6 +109,11 @@ std::size_t ZipReader::indexOf(std::string_view path) const {
 
 bool ZipReader::contains(std::string_view path) const {
     return indexOf(path) != std::string::npos;
+}
+
+const ZipEntry* ZipReader::entry(std::string_view path) const {
+    std::size_t index = indexOf(path);
+    return index == std::string::npos ? nullptr : &entries_[index];
 }
 
 namespace {
@@ -145,6 +153,12 @@ class ZipEntryReader {
         entryBytes_ += count;
         totalBytesRead_ += count;
         if (entryBytes_ > limits_.maxEntryBytes) throw entryTooLarge();
+        // An entry that expands past the size its header declares is damaged
+        // or hostile; stop at once rather than at the cap.
+        if (entry_.sizeDeclared && entryBytes_ > entry_.uncompressedSize)
+            throw ArchiveError("The ZIP archive entry " + quoted(entry_.path) +
+                               " is damaged: it expands beyond the " +
+                               std::to_string(entry_.uncompressedSize) + " bytes its header declares.");
         if (totalBytesRead_ > limits_.maxTotalBytes) throw totalTooLarge();
         return static_cast<std::size_t>(count);
     }

@@ -27,6 +27,7 @@ struct ZipEntry {
     std::string path; // as stored, directories end in "/"
     bool isDirectory = false;
     std::uint64_t uncompressedSize = 0; // as declared by the archive; reads never trust it
+    bool sizeDeclared = false;          // whether the archive declared uncompressedSize
     std::uint64_t compressedSize = 0;
 };
 
@@ -60,6 +61,8 @@ class ZipReader {
     // In stored order.
     const std::vector<ZipEntry>& entries() const { return entries_; }
     bool contains(std::string_view path) const;
+    // The entry a path names (looked up as by contains), or nullptr.
+    const ZipEntry* entry(std::string_view path) const;
 
     // Reads one entry whole. Throws ArchiveError when the entry is missing,
     // damaged (CRC or deflate errors), encrypted or over a limit.

@@ -8,15 +8,13 @@
 // error, answers "#N/A" for a search that found nothing (FILTER, UNIQUE with
 // exactly_once, TOCOL/TOROW ignoring everything) and "#VALUE!" for a size
 // argument of 0 (SEQUENCE, TAKE, DROP of everything). Results larger than
-// kMaxArrayCells are "#NUM!".
+// kMaxArrayCells (engine/CellResolver.h) are "#NUM!".
 #include <cstdint>
 
 #include "engine/FunctionContext.h"
 #include "functions/ArgumentValues.h"
 
 namespace sumora {
-
-inline constexpr int64_t kMaxArrayCells = 2'000'000;
 
 // Argument i as rectangular rows (short rows padded with empties); a single
 // error value, a missing argument or a range with no cells is the failure.

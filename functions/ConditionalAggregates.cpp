@@ -26,6 +26,13 @@ struct Accumulator {
         max = std::max(max, *x);
         min = std::min(min, *x);
     }
+    // `n` empty cells, each reading as 0.
+    void addEmpties(int64_t n) {
+        if (n <= 0) return;
+        count += static_cast<double>(n);
+        max = std::max(max, 0.0);
+        min = std::min(min, 0.0);
+    }
 };
 
 enum class Aggregate { sum, average, max, min };
@@ -44,8 +51,26 @@ FormulaValue result(const Accumulator& a, Aggregate kind) {
     return num(a.sum);
 }
 
+// Reads a sparse range at ascending positions: empty where it holds nothing.
+class SparseCursor {
+  public:
+    explicit SparseCursor(const SparseRange& range) : range_(range) {}
+    const FormulaValue& at(int64_t position) {
+        static const FormulaValue empty;
+        while (next_ < range_.entries.size() && range_.entries[next_].position < position)
+            ++next_;
+        if (next_ < range_.entries.size() && range_.entries[next_].position == position)
+            return range_.entries[next_].value;
+        return empty;
+    }
+
+  private:
+    const SparseRange& range_;
+    size_t next_ = 0;
+};
+
 struct CriteriaPair {
-    std::vector<FormulaValue> values;
+    SparseRange values;
     CompiledCriterion criterion;
 };
 
@@ -54,51 +79,82 @@ struct CriteriaPair {
 std::vector<CriteriaPair> criteriaPairs(FunctionContext& c, size_t first) {
     std::vector<CriteriaPair> pairs;
     for (size_t i = first; i + 1 < c.argCount(); i += 2) {
-        std::vector<FormulaValue> values = c.resolveValues(i);
+        SparseRange values = c.sparseValues(i);
         pairs.push_back({std::move(values), CompiledCriterion(c.evalStr(i + 1))});
     }
     return pairs;
 }
 
-// Calls f(i) for every position of the first range at which each pair's
-// range has a value that matches the pair's criterion.
-template <class F> void forEachMatch(const std::vector<CriteriaPair>& pairs, F&& f) {
-    if (pairs.empty()) return;
-    size_t n = pairs.front().values.size();
-    for (size_t i = 0; i < n; ++i) {
+// Positions run over the first range and pair up row-major; a position
+// counts when every pair's range reaches it and its value there matches the
+// pair's criterion, and (with `aggregated`) when that range reaches it too.
+// Calls f(position) in ascending order for the matching positions at which
+// some range involved holds a value, and returns how many of the remaining
+// positions — empty in every range — match as well. So the cost follows the
+// stored cells, whatever the ranges' area.
+template <class F>
+int64_t forEachMatch(const std::vector<CriteriaPair>& pairs, const SparseRange* aggregated, F&& f) {
+    if (pairs.empty()) return 0;
+    int64_t bound = pairs.front().values.size();
+    for (const CriteriaPair& p : pairs)
+        bound = std::min(bound, p.values.size());
+    if (aggregated) bound = std::min(bound, aggregated->size());
+
+    std::vector<int64_t> positions;
+    auto collect = [&](const SparseRange& r) {
+        for (const RangeEntry& e : r.entries)
+            if (e.position < bound) positions.push_back(e.position);
+    };
+    for (const CriteriaPair& p : pairs)
+        collect(p.values);
+    if (aggregated) collect(*aggregated);
+    std::sort(positions.begin(), positions.end());
+    positions.erase(std::unique(positions.begin(), positions.end()), positions.end());
+
+    std::vector<SparseCursor> cursors;
+    cursors.reserve(pairs.size());
+    for (const CriteriaPair& p : pairs)
+        cursors.emplace_back(p.values);
+    for (int64_t i : positions) {
         bool all = true;
-        for (const CriteriaPair& p : pairs)
-            if (i >= p.values.size() || !p.criterion.matches(p.values[i])) {
-                all = false;
-                break;
-            }
+        for (size_t k = 0; all && k < pairs.size(); ++k)
+            all = pairs[k].criterion.matches(cursors[k].at(i));
         if (all) f(i);
     }
+    bool emptyMatches = std::all_of(pairs.begin(), pairs.end(), [](const CriteriaPair& p) {
+        return p.criterion.matches(FormulaValue::empty());
+    });
+    return emptyMatches ? bound - static_cast<int64_t>(positions.size()) : 0;
+}
+
+FormulaValue aggregateMatches(const std::vector<CriteriaPair>& pairs, const SparseRange& aggregated,
+                              Aggregate kind) {
+    Accumulator acc;
+    SparseCursor values(aggregated);
+    int64_t emptyMatches = forEachMatch(pairs, &aggregated, [&](int64_t i) { acc.add(values.at(i)); });
+    acc.addEmpties(emptyMatches);
+    return result(acc, kind);
 }
 
 // SUMIF and AVERAGEIF: (range, criteria[, value_range]).
 FormulaValue singleCriterion(FunctionContext& c, Aggregate kind) {
-    std::vector<FormulaValue> values = c.resolveValues(0);
-    CompiledCriterion criterion(c.evalStr(1));
-    std::vector<FormulaValue> separate;
-    if (c.argCount() >= 3) separate = c.resolveValues(2);
-    const std::vector<FormulaValue>& aggregated = c.argCount() >= 3 ? separate : values;
-    Accumulator acc;
-    for (size_t i = 0; i < values.size(); ++i)
-        if (i < aggregated.size() && criterion.matches(values[i])) acc.add(aggregated[i]);
-    return result(acc, kind);
+    std::vector<CriteriaPair> pairs;
+    pairs.push_back({c.sparseValues(0), CompiledCriterion(c.evalStr(1))});
+    if (c.argCount() >= 3) return aggregateMatches(pairs, c.sparseValues(2), kind);
+    return aggregateMatches(pairs, pairs.front().values, kind);
 }
 
 // SUMIFS, AVERAGEIFS, MAXIFS, MINIFS: (value_range, range1, criteria1, …).
 FormulaValue multipleCriteria(FunctionContext& c, Aggregate kind) {
     if (c.argCount() < 3 || (c.argCount() - 1) % 2 != 0) return err(ErrorKind::invalidValue);
-    std::vector<FormulaValue> aggregated = c.resolveValues(0);
-    std::vector<CriteriaPair> pairs = criteriaPairs(c, 1);
-    Accumulator acc;
-    forEachMatch(pairs, [&](size_t i) {
-        if (i < aggregated.size()) acc.add(aggregated[i]);
-    });
-    return result(acc, kind);
+    SparseRange aggregated = c.sparseValues(0);
+    return aggregateMatches(criteriaPairs(c, 1), aggregated, kind);
+}
+
+double countMatches(const std::vector<CriteriaPair>& pairs) {
+    double count = 0;
+    int64_t emptyMatches = forEachMatch(pairs, nullptr, [&](int64_t) { count += 1; });
+    return count + static_cast<double>(emptyMatches);
 }
 
 } // namespace
@@ -132,18 +188,15 @@ FormulaValue minIfs(FunctionContext& c) {
 
 // COUNTIF(range, criteria) — number of matching values
 FormulaValue countIf(FunctionContext& c) {
-    std::vector<FormulaValue> values = c.resolveValues(0);
-    CompiledCriterion criterion(c.evalStr(1));
-    return num(static_cast<double>(std::count_if(
-        values.begin(), values.end(), [&](const FormulaValue& v) { return criterion.matches(v); })));
+    std::vector<CriteriaPair> pairs;
+    pairs.push_back({c.sparseValues(0), CompiledCriterion(c.evalStr(1))});
+    return num(countMatches(pairs));
 }
 
 // COUNTIFS(range1, criteria1, ...) — positions where every criterion matches
 FormulaValue countIfs(FunctionContext& c) {
     if (c.argCount() < 2 || c.argCount() % 2 != 0) return err(ErrorKind::invalidValue);
-    double count = 0;
-    forEachMatch(criteriaPairs(c, 0), [&](size_t) { count += 1; });
-    return num(count);
+    return num(countMatches(criteriaPairs(c, 0)));
 }
 
 } // namespace conditional

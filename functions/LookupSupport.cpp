@@ -222,31 +222,52 @@ LookupVector::LookupVector(std::vector<FormulaValue> values)
     : size_(values.size()), indexed_(std::make_shared<IndexedValues>(std::move(values))) {}
 
 FormulaValue LookupVector::at(size_t i) const {
-    if (indexed_) return indexed_->values()[i];
+    if (indexed_ && !(resolver_ && indexed_->isCompact())) return indexed_->values()[i];
     auto k = static_cast<int64_t>(i);
     return resolver_->cellValue(col1_ + k % cols_, row1_ + k / cols_, sheet());
 }
 
 IndexedValues& LookupVector::materialized() const {
     if (!indexed_) {
-        std::vector<FormulaValue> values;
+        SparseRange sparse;
         RangeSpec rangeSpec{col1_, row1_, col1_ + cols_ - 1, row1_ + static_cast<int64_t>(size_) / cols_ - 1,
-                       sheet()};
-        if (size_ > 0) resolver_->rangeValues(rangeSpec, values);
-        values.resize(size_);
-        indexed_ = std::make_shared<IndexedValues>(std::move(values));
+                            sheet()};
+        if (size_ > 0) resolver_->rangeEntries(rangeSpec, sparse);
+        std::vector<FormulaValue> values;
+        std::vector<size_t> places;
+        values.reserve(sparse.entries.size());
+        places.reserve(sparse.entries.size());
+        for (RangeEntry& e : sparse.entries) {
+            values.push_back(std::move(e.value));
+            places.push_back(static_cast<size_t>(e.position));
+        }
+        indexed_ = std::make_shared<IndexedValues>(std::move(values), std::move(places));
     }
     return *indexed_;
 }
 
 template <class Pred> std::optional<size_t> LookupVector::scan(bool lastToFirst, Pred&& pred) const {
-    auto test = [&](size_t i) { return indexed_ ? pred(indexed_->values()[i]) : pred(at(i)); };
+    // A short range is cheaper to probe cell by cell, stopping at the match;
+    // a long one is read once, its stored cells only.
+    constexpr size_t kProbedCells = 4096;
+    if (!indexed_ && size_ > kProbedCells) materialized();
+    if (indexed_) {
+        const std::vector<FormulaValue>& values = indexed_->values();
+        if (lastToFirst) {
+            for (size_t k = values.size(); k-- > 0;)
+                if (pred(values[k])) return indexed_->place(k);
+        } else {
+            for (size_t k = 0; k < values.size(); ++k)
+                if (pred(values[k])) return indexed_->place(k);
+        }
+        return std::nullopt;
+    }
     if (lastToFirst) {
         for (size_t i = size_; i-- > 0;)
-            if (test(i)) return i;
+            if (pred(at(i))) return i;
     } else {
         for (size_t i = 0; i < size_; ++i)
-            if (test(i)) return i;
+            if (pred(at(i))) return i;
     }
     return std::nullopt;
 }
@@ -255,7 +276,11 @@ std::optional<size_t> LookupVector::findExact(const LookupKey& key, bool lastToF
     if (key.kind() == LookupKind::none) return std::nullopt;
     // A table shared across calls pays for its hash index once; a one-off
     // search is cheaper as a scan that stops at the first match.
-    if (shared_) return indexed_->findExact(key, lastToFirst);
+    if (shared_) {
+        auto slot = indexed_->findExact(key, lastToFirst);
+        if (!slot) return std::nullopt;
+        return indexed_->place(*slot);
+    }
     return scan(lastToFirst, [&](const FormulaValue& v) { return key.matches(v); });
 }
 
@@ -266,7 +291,8 @@ std::optional<size_t> LookupVector::findWildcard(const LookupKey& key, bool last
 
 std::optional<size_t> LookupVector::findNearest(const LookupKey& key, int direction, bool lastToFirst) const {
     if (auto exact = findExact(key, lastToFirst)) return exact;
-    const std::vector<FormulaValue>& values = materialized().values();
+    const IndexedValues& indexed = materialized();
+    const std::vector<FormulaValue>& values = indexed.values();
     std::optional<size_t> best;
     auto consider = [&](size_t i) {
         auto c = key.compareValue(values[i]);
@@ -277,13 +303,14 @@ std::optional<size_t> LookupVector::findNearest(const LookupKey& key, int direct
             best = i;
     };
     if (lastToFirst) {
-        for (size_t i = size_; i-- > 0;)
+        for (size_t i = values.size(); i-- > 0;)
             consider(i);
     } else {
-        for (size_t i = 0; i < size_; ++i)
+        for (size_t i = 0; i < values.size(); ++i)
             consider(i);
     }
-    return best;
+    if (!best) return std::nullopt;
+    return indexed.place(*best);
 }
 
 const std::vector<uint32_t>& LookupVector::positionsOf(LookupKind kind) const {
@@ -299,7 +326,7 @@ std::optional<size_t> LookupVector::findSortedAtOrBefore(const LookupKey& key, b
         return descending ? c >= 0 : c <= 0;
     });
     if (end == positions.begin()) return std::nullopt;
-    return *(end - 1);
+    return indexed_->place(*(end - 1));
 }
 
 std::optional<size_t> LookupVector::findSortedAtOrAfter(const LookupKey& key, bool descending) const {
@@ -310,7 +337,7 @@ std::optional<size_t> LookupVector::findSortedAtOrAfter(const LookupKey& key, bo
         return descending ? c > 0 : c < 0;
     });
     if (first == positions.end()) return std::nullopt;
-    return *first;
+    return indexed_->place(*first);
 }
 
 } // namespace sumora

@@ -53,14 +53,23 @@ class LookupKey {
 
 // The values of one searched vector held in memory, with indexes built on
 // first use: a hash of the exact-match keys and the positions of each kind.
+//
+// A compact vector holds only the non-empty values of a range, each with its
+// place in the range: no search ever matches an empty value, so leaving them
+// out changes no answer and lets a whole-sheet range cost its stored cells.
+// Indexes into values() are slots; place() turns a slot into a position.
 class IndexedValues {
   public:
     explicit IndexedValues(std::vector<FormulaValue> values) : values_(std::move(values)) {}
+    IndexedValues(std::vector<FormulaValue> values, std::vector<size_t> places)
+        : values_(std::move(values)), places_(std::move(places)) {}
 
     const std::vector<FormulaValue>& values() const { return values_; }
-    // First (or last) position whose value equals the key exactly.
+    bool isCompact() const { return !places_.empty() || values_.empty(); }
+    size_t place(size_t slot) const { return places_.empty() ? slot : places_[slot]; }
+    // First (or last) slot whose value equals the key exactly.
     std::optional<size_t> findExact(const LookupKey& key, bool lastToFirst);
-    // Positions holding values of one kind, in order.
+    // Slots holding values of one kind, in order.
     const std::vector<uint32_t>& positionsOf(LookupKind kind);
 
   private:
@@ -71,6 +80,7 @@ class IndexedValues {
     void buildPositions();
 
     std::vector<FormulaValue> values_;
+    std::vector<size_t> places_; // empty when every position has its slot
     bool exactIndexBuilt_ = false;
     std::unordered_map<double, Span> numbers_;
     std::unordered_map<std::string, Span> texts_;
@@ -106,7 +116,8 @@ class LookupVector {
     std::optional<std::string_view> sheet() const {
         return sheet_ ? std::optional<std::string_view>(*sheet_) : std::nullopt;
     }
-    // Every value in memory (read once per call unless the cache holds them).
+    // The values in memory (read once per call unless the cache holds them);
+    // a range is read compactly, its stored cells only.
     IndexedValues& materialized() const;
     const std::vector<uint32_t>& positionsOf(LookupKind kind) const;
     template <class Pred> std::optional<size_t> scan(bool lastToFirst, Pred&& pred) const;

@@ -65,17 +65,19 @@ FormulaValue count(FunctionContext& c) {
 FormulaValue countA(FunctionContext& c) {
     double n = 0;
     for (size_t i = 0; i < c.argCount(); ++i)
-        for (const FormulaValue& v : c.resolveValues(i))
-            if (!v.isEmpty()) n += 1;
+        n += static_cast<double>(c.sparseValues(i).entries.size());
     return num(n);
 }
 
 // COUNTBLANK(range) — empty cells, and cells whose text is empty
 FormulaValue countBlank(FunctionContext& c) {
     double n = 0;
-    for (size_t i = 0; i < c.argCount(); ++i)
-        for (const FormulaValue& v : c.resolveValues(i))
-            if (v.isEmpty() || (v.isText() && v.textValue().empty())) n += 1;
+    for (size_t i = 0; i < c.argCount(); ++i) {
+        SparseRange values = c.sparseValues(i);
+        n += static_cast<double>(values.size() - static_cast<int64_t>(values.entries.size()));
+        for (const RangeEntry& e : values.entries)
+            if (e.value.isText() && e.value.textValue().empty()) n += 1;
+    }
     return num(n);
 }
 

@@ -12,8 +12,8 @@ namespace sumora {
 
 namespace {
 
-// Longest result REPT builds, in characters.
-constexpr double kMaxRepeatedCharacters = 32767;
+// Longest result REPT and TEXTJOIN build, in characters.
+constexpr int64_t kMaxTextCharacters = 32767;
 
 // Argument i truncated to a whole number; below `least` is "#VALUE!".
 ArgValue<size_t> wholeArgFrom(FunctionContext& c, size_t i, double least, std::optional<double> fallback) {
@@ -187,13 +187,15 @@ FormulaValue proper(FunctionContext& c) {
 // CONCATENATE(text1, text2, ...) and CONCAT — text forms of every value joined
 FormulaValue concat(FunctionContext& c) {
     std::string out;
+    // Empty cells add nothing, so only the stored ones are read.
     for (size_t i = 0; i < c.argCount(); ++i)
-        for (const FormulaValue& v : c.resolveValues(i))
-            v.appendDescription(out);
+        for (const RangeEntry& e : c.sparseValues(i).entries)
+            e.value.appendDescription(out);
     return txt(std::move(out));
 }
 
-// TEXTJOIN(delimiter, ignore_empty, text1, ...) — empty texts optionally left out
+// TEXTJOIN(delimiter, ignore_empty, text1, ...) — empty texts optionally left
+// out; a result longer than 32,767 characters is "#VALUE!"
 FormulaValue textJoin(FunctionContext& c) {
     auto delimiter = textArg(c, 0);
     if (!delimiter) return delimiter.failure;
@@ -201,15 +203,33 @@ FormulaValue textJoin(FunctionContext& c) {
     if (!ignoreEmpty) return ignoreEmpty.failure;
     std::string out;
     bool first = true;
+    auto append = [&](std::string_view piece) {
+        if (*ignoreEmpty && piece.empty()) return;
+        if (!first) out += *delimiter;
+        out += piece;
+        first = false;
+    };
+    // Runs of empty cells between stored ones: each adds a delimiter unless
+    // empties are ignored, so a long run can only overflow.
+    auto appendEmpties = [&](int64_t n) {
+        if (*ignoreEmpty || n <= 0) return true;
+        if (!delimiter->empty() && n > kMaxTextCharacters) return false;
+        for (int64_t k = 0; k < n; ++k)
+            append({});
+        return true;
+    };
     for (size_t i = 2; i < c.argCount(); ++i) {
-        for (const FormulaValue& v : c.resolveValues(i)) {
-            std::string piece = v.description();
-            if (*ignoreEmpty && piece.empty()) continue;
-            if (!first) out += *delimiter;
-            out += piece;
-            first = false;
+        SparseRange values = c.sparseValues(i);
+        int64_t next = 0;
+        for (const RangeEntry& e : values.entries) {
+            if (!appendEmpties(e.position - next)) return err(ErrorKind::invalidValue);
+            append(e.value.description());
+            next = e.position + 1;
         }
+        if (!appendEmpties(values.size() - next)) return err(ErrorKind::invalidValue);
     }
+    if (static_cast<double>(CharacterIndex(out).count()) > kMaxTextCharacters)
+        return err(ErrorKind::invalidValue);
     return txt(std::move(out));
 }
 
@@ -241,7 +261,7 @@ FormulaValue rept(FunctionContext& c) {
     auto times = countArg(c, 1);
     if (!times) return times.failure;
     if (static_cast<double>(CharacterIndex(*text).count()) * static_cast<double>(*times) >
-        kMaxRepeatedCharacters)
+        static_cast<double>(kMaxTextCharacters))
         return err(ErrorKind::invalidValue);
     std::string out;
     out.reserve(text->size() * *times);

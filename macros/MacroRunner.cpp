@@ -91,6 +91,11 @@ MacroRunner::MacroRunner(SumoraEditorView& editor) : editor_(editor) {}
 
 MacroRunResult MacroRunner::run(std::string_view script) {
     stopSwitch_->reset();
+    if (auto reason = SumoraScriptEngine::unavailableReason()) {
+        MacroRunResult refused{{"Error: " + *reason}, false};
+        output.insert(output.end(), refused.lines.begin(), refused.lines.end());
+        return refused;
+    }
     SumoraScriptEngine engine;
     engine.timeLimitSeconds = timeLimitSeconds;
     engine.stopSwitch = stopSwitch_;

@@ -9,6 +9,8 @@
 #include <limits>
 #include <optional>
 #include <stdexcept>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include "values/Log.h"
 
@@ -28,11 +30,13 @@ struct SumoraScriptEngine::Link {
 
 // What one evaluate() call is watched for; lives on its stack.
 struct SumoraScriptEngine::RunWatch {
-    enum class Outcome { running, timedOut, stopped };
+    enum class Outcome { running, timedOut, stopped, outOfMemory };
     JSContextGroupRef group;
     std::chrono::steady_clock::time_point start;
     double limitSeconds;
     ScriptStopSwitch* stopSwitch;
+    size_t memoryLimitBytes;
+    size_t residentAtStart;
     Outcome outcome = Outcome::running;
 };
 
@@ -41,6 +45,24 @@ namespace {
 // How often, in seconds of the script thread's CPU time, a running script is
 // checked for its time limit and the stop switch.
 constexpr double kCheckIntervalSeconds = 0.05;
+
+// Address space the interpreter reserves when its first context is made
+// (a 4 GB structure heap among others), with room for the rest of the
+// process; measured, not documented by the library.
+constexpr uint64_t kInterpreterAddressSpace = uint64_t{6} << 30;
+// Once a context exists the reservation is made; later ones reuse it.
+bool interpreterStarted = false;
+
+// Bytes of the process: resident (which == 1) or mapped (which == 0).
+size_t processBytes(int which) {
+    FILE* f = std::fopen("/proc/self/statm", "r");
+    if (!f) return 0;
+    unsigned long pages[2] = {0, 0};
+    int read = std::fscanf(f, "%lu %lu", &pages[0], &pages[1]);
+    std::fclose(f);
+    if (read != 2) return 0;
+    return static_cast<size_t>(pages[which]) * static_cast<size_t>(sysconf(_SC_PAGESIZE));
+}
 
 // ---- text between UTF-8 and the interpreter's UTF-16 ------------------------
 
@@ -150,7 +172,9 @@ static JSValueRef callHostFunction(JSContextRef ctx, JSObjectRef function, JSObj
     try {
         switch (data->kind) {
         case HostFunction::log:
-            if (auto text = args.text(0)) engine->logOutput.push_back(std::move(*text));
+            // Past the cap a line is not even converted.
+            if (engine->logTruncated()) break;
+            if (auto text = args.text(0)) engine->appendLog(std::move(*text));
             break;
         case HostFunction::getCell: {
             auto col = args.integer(0);
@@ -253,8 +277,31 @@ function num(ref) {
 )JS";
 }
 
+std::optional<std::string> SumoraScriptEngine::unavailableReason() {
+    if (interpreterStarted) return std::nullopt;
+    rlimit limit{};
+    if (getrlimit(RLIMIT_AS, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) return std::nullopt;
+    const uint64_t needed = processBytes(0) + kInterpreterAddressSpace;
+    if (limit.rlim_cur >= needed) return std::nullopt;
+    // Raise the soft limit where the hard one allows.
+    if (limit.rlim_max == RLIM_INFINITY || limit.rlim_max >= needed) {
+        limit.rlim_cur = limit.rlim_max == RLIM_INFINITY ? RLIM_INFINITY : limit.rlim_max;
+        if (setrlimit(RLIMIT_AS, &limit) == 0) return std::nullopt;
+    }
+    return "Macros cannot run under this process's memory limit: the JavaScript engine needs about " +
+           std::to_string(kInterpreterAddressSpace >> 30) +
+           " GB of address space more than the process uses (see ulimit -v).";
+}
+
+static JSContextGroupRef createGroup() {
+    if (auto reason = SumoraScriptEngine::unavailableReason()) throw std::runtime_error(*reason);
+    JSContextGroupRef group = JSContextGroupCreate();
+    interpreterStarted = true;
+    return group;
+}
+
 SumoraScriptEngine::SumoraScriptEngine()
-    : group_(JSContextGroupCreate()), context_(JSGlobalContextCreateInGroup(group_, nullptr)),
+    : group_(createGroup()), context_(JSGlobalContextCreateInGroup(group_, nullptr)),
       link_(std::make_shared<Link>(Link{this})) {
     installHostFunctions();
     for (std::string_view prelude : {consolePrelude(), helperPrelude()}) {
@@ -293,10 +340,28 @@ void SumoraScriptEngine::installHostFunctions() {
     }
 }
 
+void SumoraScriptEngine::appendLog(std::string line) {
+    if (logTruncated_) return;
+    loggedBytes_ += line.size() + 1;
+    if (loggedBytes_ > kMaxLogBytes) {
+        logTruncated_ = true;
+        logOutput.emplace_back(kOutputTruncatedLine);
+        return;
+    }
+    logOutput.push_back(std::move(line));
+}
+
 bool SumoraScriptEngine::shouldTerminate(JSContextRef, void* data) {
     auto& watch = *static_cast<RunWatch*>(data);
+    // Once stopped, every later check stops again: a termination raised in
+    // one queued promise job must not let the next one run on.
+    if (watch.outcome != RunWatch::Outcome::running) return true;
     if (watch.stopSwitch && watch.stopSwitch->requested()) {
         watch.outcome = RunWatch::Outcome::stopped;
+        return true;
+    }
+    if (watch.memoryLimitBytes > 0 && processBytes(1) > watch.residentAtStart + watch.memoryLimitBytes) {
+        watch.outcome = RunWatch::Outcome::outOfMemory;
         return true;
     }
     std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - watch.start;
@@ -315,7 +380,9 @@ static std::string secondsText(double seconds) {
 }
 
 bool SumoraScriptEngine::evaluate(std::string_view script) {
-    RunWatch watch{group_, std::chrono::steady_clock::now(), timeLimitSeconds, stopSwitch.get()};
+    RunWatch watch{group_,           std::chrono::steady_clock::now(),
+                   timeLimitSeconds, stopSwitch.get(),
+                   memoryLimitBytes, processBytes(1)};
     double interval = kCheckIntervalSeconds;
     if (timeLimitSeconds > 0) interval = std::min(interval, timeLimitSeconds);
     JSContextGroupSetExecutionTimeLimit(group_, interval, shouldTerminate, &watch);
@@ -325,10 +392,17 @@ bool SumoraScriptEngine::evaluate(std::string_view script) {
     JSEvaluateScript(context_, source, nullptr, nullptr, 1, &thrown);
     JSStringRelease(source);
     JSContextGroupClearExecutionTimeLimit(group_);
-    if (!thrown) return true;
+    // A script stopped while running its queued promise jobs (after an
+    // await) returns without an exception; the watch still knows.
+    if (!thrown && watch.outcome == RunWatch::Outcome::running) return true;
 
     std::string message;
     switch (watch.outcome) {
+    case RunWatch::Outcome::outOfMemory:
+        message =
+            "Script stopped: it used more than " + std::to_string(memoryLimitBytes >> 20) + " MB of memory";
+        Log::info(message);
+        break;
     case RunWatch::Outcome::timedOut:
         message = "Script timed out after " + secondsText(timeLimitSeconds);
         Log::info(message);

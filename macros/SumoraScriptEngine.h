@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -39,6 +40,19 @@ class SumoraScriptEngine {
     using RecalcHandler = std::function<void()>;
 
     static constexpr double kDefaultTimeLimitSeconds = 10;
+    // What a run may log before its output is cut off with one
+    // kOutputTruncatedLine, and how much the process may grow while a script
+    // runs before the script is stopped.
+    static constexpr size_t kMaxLogBytes = size_t{10} << 20;
+    static constexpr size_t kDefaultMemoryLimitBytes = size_t{1} << 30;
+    static constexpr std::string_view kOutputTruncatedLine = "(output truncated: more than 10 MB logged)";
+
+    // Why macros cannot run in this process, or nothing. The interpreter
+    // reserves several gigabytes of address space when it starts and aborts
+    // the process if it cannot; under a smaller address-space limit
+    // (ulimit -v) this answers a message instead, and the constructor throws
+    // it as std::runtime_error.
+    static std::optional<std::string> unavailableReason();
 
     // Creates the context, installs the host functions and runs the prelude.
     SumoraScriptEngine();
@@ -57,10 +71,17 @@ class SumoraScriptEngine {
     RecalcHandler recalcHandler;
     // Lines logged by scripts, and "Error: …" for each script that failed.
     std::vector<std::string> logOutput;
+    // What log() does: appends the line, unless the run has logged
+    // kMaxLogBytes already (then one kOutputTruncatedLine, then nothing).
+    void appendLog(std::string line);
+    bool logTruncated() const { return logTruncated_; }
 
     // Wall-clock seconds a script may run before it is terminated; a script
     // that waits in a host callback is only stopped once it runs again.
     double timeLimitSeconds = kDefaultTimeLimitSeconds;
+    // Growth of the process's resident memory, in bytes, at which a running
+    // script is stopped ("Script stopped: out of memory"); 0 for none.
+    size_t memoryLimitBytes = kDefaultMemoryLimitBytes;
     // Checked while a script runs; shared so that a caller can hand out the
     // switch before the engine exists.
     std::shared_ptr<ScriptStopSwitch> stopSwitch = std::make_shared<ScriptStopSwitch>();
@@ -81,6 +102,9 @@ class SumoraScriptEngine {
     struct RunWatch;
     static bool shouldTerminate(JSContextRef ctx, void* watch);
     void installHostFunctions();
+
+    size_t loggedBytes_ = 0;
+    bool logTruncated_ = false;
 
     JSContextGroupRef group_ = nullptr;
     JSGlobalContextRef context_ = nullptr;

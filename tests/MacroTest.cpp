@@ -236,6 +236,36 @@ TEST(Macro, StopFromAnotherThreadEndsTheScript) {
     EXPECT_EQ(book.display("A1"), "started");
 }
 
+TEST(Macro, ScriptStoppedAfterAnAwaitFails) {
+    Workbook book;
+    book.runner.timeLimitSeconds = 0.5;
+    // The loop runs as a queued promise job, after the script itself returned.
+    MacroRunResult result = book.runner.run("async function f() { await null; for (;;) {} } f();");
+    EXPECT_FALSE(result.completed);
+    EXPECT_EQ(result.lines, (Lines{"Error: Script timed out after 0.5 seconds"}));
+}
+
+// ---- bounds on what a script may take ----------------------------------------
+
+TEST(ScriptEngine, LoggingStopsAtTenMegabytesWithOneLine) {
+    SumoraScriptEngine engine;
+    ASSERT_TRUE(engine.evaluate("var s = 'x'.repeat(999); for (var i = 0; i < 20000; i++) log(s);"));
+    ASSERT_FALSE(engine.logOutput.empty());
+    EXPECT_EQ(engine.logOutput.back(), SumoraScriptEngine::kOutputTruncatedLine);
+    size_t bytes = 0;
+    for (size_t i = 0; i + 1 < engine.logOutput.size(); ++i)
+        bytes += engine.logOutput[i].size() + 1;
+    EXPECT_LE(bytes, SumoraScriptEngine::kMaxLogBytes);
+    EXPECT_GT(bytes, SumoraScriptEngine::kMaxLogBytes - 1000);
+}
+
+TEST(ScriptEngine, ScriptGrowingWithoutBoundIsStoppedWithAMessage) {
+    SumoraScriptEngine engine;
+    engine.memoryLimitBytes = size_t{64} << 20;
+    EXPECT_FALSE(engine.evaluate("var kept = []; for (;;) kept.push(new Array(100000).fill(1.5));"));
+    EXPECT_EQ(engine.logOutput.back(), "Error: Script stopped: it used more than 64 MB of memory");
+}
+
 // ---- the engine on its own ---------------------------------------------------
 
 TEST(ScriptEngine, WithoutHandlersFunctionsReturnEmptyValues) {
@@ -335,11 +365,12 @@ class MacroCli : public ::testing::Test {
         std::ifstream in(dir_ / name, std::ios::binary);
         return std::string(std::istreambuf_iterator<char>(in), {});
     }
-    // Exit status; standard output lands in "stdout".
-    int run(const std::string& args) {
-        std::string command = std::string(SUMORA_CLI_PATH) + " macro " + args + " >" +
+    // Exit status (-1 after a signal); standard output lands in "stdout".
+    // `limits` are shell commands run first, such as a ulimit.
+    int run(const std::string& args, const std::string& limits = "") {
+        std::string command = limits + std::string(SUMORA_CLI_PATH) + " macro " + args + " >" +
                               (dir_ / "stdout").string() + " 2>" + (dir_ / "stderr").string();
-        int raw = std::system(command.c_str());
+        int raw = std::system(("bash -c '" + command + "'").c_str());
         return WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
     }
     std::filesystem::path dir_;
@@ -361,6 +392,25 @@ TEST_F(MacroCli, FailingScriptLeavesTheOutputFileAlone) {
     EXPECT_EQ(run(in + " " + script + " -o " + (dir_ / "out.csv").string()), 2);
     EXPECT_EQ(slurp("stdout"), "Error: nope\n");
     EXPECT_EQ(slurp("out.csv"), "previous\n");
+}
+
+TEST_F(MacroCli, EndlessPromiseChainEndsTheRunWithoutWriting) {
+    std::string in = file("in.csv", "2\n");
+    std::string script =
+        file("loop.js", "setRef(\"A1\", 5); function f() { Promise.resolve().then(f); } f();");
+    file("out.csv", "previous\n");
+    EXPECT_EQ(run(in + " " + script + " --time-limit 0.5 -o " + (dir_ / "out.csv").string()), 2);
+    EXPECT_EQ(slurp("stdout"), "Error: Script timed out after 0.5 seconds\n");
+    EXPECT_EQ(slurp("out.csv"), "previous\n");
+}
+
+TEST_F(MacroCli, AddressSpaceLimitGivesAMessageNotAnAbort) {
+    std::string in = file("in.csv", "2\n");
+    std::string script = file("log.js", "log(\"ran\");");
+    // The interpreter reserves more address space than 4 GB at its start.
+    EXPECT_EQ(run(in + " " + script, "ulimit -v 4194304; "), 2);
+    EXPECT_TRUE(slurp("stdout").starts_with("Error: Macros cannot run under this process's memory limit"))
+        << slurp("stdout");
 }
 
 } // namespace
