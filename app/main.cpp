@@ -19,10 +19,12 @@
 #include "app/MainWindow.h"
 #include "app/SheetGridView.h"
 #include "engine/Log.h"
+#include "formats/SaveInterruption.h"
 
 int main(int argc, char* argv[]) {
     QElapsedTimer launch;
     launch.start();
+    sumora::installSaveSignalHandlers();
     QApplication app(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Sumora"));
     QApplication::setApplicationName(QStringLiteral("Sumora"));

@@ -13,6 +13,7 @@ void addRecalcCommand(CLI::App& app) {
     cmd->callback([input, output] {
         // Every reader yields at least one sheet, so this only opens and
         // recalculates.
+        reserveOutput(*output);
         SumoraDocument doc = openWorkbookForEditing(*input);
         if (output->empty())
             printFirstSheet(doc);

@@ -38,6 +38,13 @@ public:
         return computed_.view();
     }
     void setComputedValue(std::optional<std::string_view> v);
+    // The formula's last result was an array written over the cells right of
+    // and below it (an array formula). A new computed value clears it.
+    bool isArrayAnchor() const { return computed_.flags() & kArrayAnchor; }
+    void setArrayAnchor(bool anchor) {
+        computed_.setFlags(static_cast<uint8_t>(anchor ? (computed_.flags() | kArrayAnchor)
+                                                       : (computed_.flags() & ~kArrayAnchor)));
+    }
 
     // What every view and exporter shows: computedValue when present, else value.
     std::string_view displayValue() const {
@@ -71,6 +78,7 @@ public:
 
 private:
     static constexpr uint8_t kPresent = 1;  // on computed_
+    static constexpr uint8_t kArrayAnchor = 2; // on computed_
     static constexpr uint8_t kUnlocked = 1; // on value_
     static constexpr uint8_t kSpill = 2;    // on value_
 

@@ -237,7 +237,10 @@ bool SheetCalculator::spillArray(const ValueRows& rows, int64_t col, int64_t row
             written.push_back(CellRef{c, r, std::nullopt});
         }
     writeComputed(col, row, rows.empty() || rows[0].empty() ? std::string() : rows[0][0].description());
-    if (!written.empty()) spillRanges_[CellRef{col, row, std::nullopt}] = std::move(written);
+    if (!written.empty()) {
+        s.cellForWriting(row, col).setArrayAnchor(true);
+        spillRanges_[CellRef{col, row, std::nullopt}] = std::move(written);
+    }
     return true;
 }
 

@@ -1,16 +1,15 @@
 #include "formats/DocumentIO.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <fstream>
-#include <random>
 #include <sstream>
-#include <unistd.h>
 
 #include "engine/Log.h"
 #include "engine/Recalculation.h"
 #include "formats/CsvFormat.h"
+#include "formats/DocumentLock.h"
 #include "formats/FileErrors.h"
+#include "formats/FileReplacement.h"
 #include "formats/OdsFormat.h"
 #include "formats/XlsxFormat.h"
 
@@ -85,9 +84,9 @@ SumoraDocument openDocument(const std::optional<std::string>& contents, std::str
     return SumoraDocument();
 }
 
-std::string documentFileContents(const SumoraDocument& document, FileType type) {
+std::string documentFileContents(const SumoraDocument& document, FileType type, LossReport* losses) {
     switch (type) {
-    case FileType::xlsx: return writeXlsx(document);
+    case FileType::xlsx: return writeXlsx(document, losses);
     case FileType::ods: return writeOds(document.sheets);
     case FileType::csv: return writeCsv(document);
     }
@@ -132,33 +131,26 @@ SumoraDocument openDocumentFile(const std::filesystem::path& path) {
 }
 
 void writeFileAtomically(const std::filesystem::path& path, std::string_view bytes) {
-    std::filesystem::path dir = path.parent_path().empty() ? std::filesystem::path(".") : path.parent_path();
-    std::random_device rd;
-    std::filesystem::path temp = dir / ("." + path.filename().string() + ".sumora-" + std::to_string(rd()) + ".tmp");
-    {
-        FILE* f = std::fopen(temp.c_str(), "wb");
-        if (!f) throw FileWriteError("Could not write \"" + path.string() + "\": the folder is not writable.");
-        bool ok = std::fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();
-        ok = std::fflush(f) == 0 && ok;
-        ok = fsync(fileno(f)) == 0 && ok;
-        ok = std::fclose(f) == 0 && ok;
-        if (!ok) {
-            std::filesystem::remove(temp);
-            throw FileWriteError("Could not write \"" + path.string() + "\": the disk may be full.");
-        }
-    }
-    std::error_code ec;
-    std::filesystem::rename(temp, path, ec);
-    if (ec) {
-        std::filesystem::remove(temp);
-        throw FileWriteError("Could not write \"" + path.string() + "\": " + ec.message());
-    }
+    std::filesystem::path target = resolvedSaveTarget(path);
+    checkSaveTarget(target);
+    DocumentLock lock(target);
+    replaceFileContents(target, bytes);
 }
 
-void saveDocumentFile(const SumoraDocument& document, const std::filesystem::path& path, std::optional<FileType> type) {
-    FileType t = type ? *type : fileTypeForPath(path).value_or(FileType::csv);
-    std::string bytes = documentFileContents(document, t);
+LossReport saveDocumentFile(const SumoraDocument& document, const std::filesystem::path& path,
+                            std::optional<FileType> type) {
+    if (!type) type = fileTypeForPath(path);
+    if (!type) {
+        std::string ext = lowerExtension(path.filename().string());
+        throw FileWriteError("Could not save \"" + path.filename().string() + "\": " +
+                             (ext.empty() ? std::string("the name has no extension")
+                                          : "Sumora cannot write ." + ext + " files") +
+                             ". Use .xlsx, .ods or .csv.");
+    }
+    LossReport losses;
+    std::string bytes = documentFileContents(document, *type, &losses);
     writeFileAtomically(path, bytes);
+    return losses;
 }
 
 } // namespace sumora
