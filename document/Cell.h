@@ -38,8 +38,9 @@ public:
         return computed_.view();
     }
     void setComputedValue(std::optional<std::string_view> v);
-    // The formula's last result was an array written over the cells right of
-    // and below it (an array formula). A new computed value clears it.
+    // The formula is an array formula: its result fills the block of spilled
+    // cells right of and below it. Set by the file readers and the
+    // calculator; kept by new computed values, cleared with the block.
     bool isArrayAnchor() const { return computed_.flags() & kArrayAnchor; }
     void setArrayAnchor(bool anchor) {
         computed_.setFlags(static_cast<uint8_t>(anchor ? (computed_.flags() | kArrayAnchor)

@@ -249,6 +249,7 @@ void SheetCalculator::clearSpill(int64_t col, int64_t row) {
     if (it == spillRanges_.end()) return;
     std::vector<CellRef> cells = std::move(it->second);
     spillRanges_.erase(it);
+    if (Cell* anchor = sheet().storedCell(row, col)) anchor->setArrayAnchor(false);
     for (const CellRef& ref : cells) {
         Cell* cell = sheet().storedCell(ref.row, ref.col);
         if (!cell) continue;

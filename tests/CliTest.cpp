@@ -204,7 +204,7 @@ TEST_F(EditorSetCommand, ChangesTheFormatForcesArePrintedAsWarnings) {
                    shellQuoted((dir_ / "out.xlsx").string()));
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_NE(r.err.find("Warning: Sheet \"Quarterly figures for the north region\" is saved as "
-                         "\"Quarterly figures for the nort\""),
+                         "\"Quarterly figures for the north\""),
               std::string::npos)
         << r.err;
 }

@@ -110,8 +110,8 @@ TEST_F(XlsxSaveFidelity, SheetNamesTheFormatCannotHoldAreMadeValid) {
                                        "print(wb.sheetnames)\n"
                                        "print(wb['Main']['A1'].value)\n");
     EXPECT_EQ(read,
-              "['Main', 'a_b', 'Data', 'DATA (2)', '_x_', 'Quarterly figures for the nort', '_quoted_']\n"
-              "=a_b!A1+Data!A1+'DATA (2)'!A1+_x_!A1+SUM('Quarterly figures for the nort'!A1:A2)+"
+              "['Main', 'a_b', 'Data', 'DATA (2)', '_x_', 'Quarterly figures for the north', '_quoted_']\n"
+              "=a_b!A1+Data!A1+'DATA (2)'!A1+_x_!A1+SUM('Quarterly figures for the north'!A1:A2)+"
               "_quoted_!A1+LEN(\"Data!A1\")*0\n");
 
     if (std::system("command -v soffice >/dev/null 2>&1") != 0) return;
@@ -120,7 +120,7 @@ TEST_F(XlsxSaveFidelity, SheetNamesTheFormatCannotHoldAreMadeValid) {
         std::to_string(::getpid()) + " --headless --convert-to csv book.xlsx >/dev/null 2>&1";
     ASSERT_EQ(std::system(command.c_str()), 0);
     // 2 + 4 + 8 + 16 + 32 + 64
-    EXPECT_EQ(slurp(dir_ / "book.csv").substr(0, 4), "126,");
+    EXPECT_EQ(slurp(dir_ / "book.csv"), "126\n");
 }
 
 } // namespace
