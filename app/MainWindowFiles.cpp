@@ -131,12 +131,20 @@ bool MainWindow::saveTo(const QString& path, FileType type) {
     const auto snapshot = std::make_shared<const SumoraDocument>(*document_);
     const std::string file = path.toStdString();
     const QString name = QFileInfo(path).fileName();
-    std::exception_ptr failure = runWithProgress(this, tr("Saving “%1”…").arg(name), [snapshot, file, type] {
-        saveDocumentFile(*snapshot, file, type);
-    });
+    auto losses = std::make_shared<LossReport>();
+    std::exception_ptr failure =
+        runWithProgress(this, tr("Saving “%1”…").arg(name), [snapshot, file, type, losses] {
+            *losses = saveDocumentFile(*snapshot, file, type);
+        });
     if (failure) {
         showAlert(this, tr("The document “%1” could not be saved.").arg(name), messageOf(failure));
         return false;
+    }
+    if (!losses->empty()) {
+        QStringList lines;
+        for (const std::string& loss : *losses)
+            lines << QString::fromStdString(loss);
+        showAlert(this, tr("“%1” was saved with these changes.").arg(name), lines.join(QLatin1Char('\n')));
     }
     filePath_ = QFileInfo(path).absoluteFilePath();
     fileType_ = type;

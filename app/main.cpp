@@ -20,10 +20,12 @@
 #include "app/SheetGridView.h"
 #include "values/Log.h"
 #include "app/SumoraApplication.h"
+#include "formats/SaveInterruption.h"
 
 int main(int argc, char* argv[]) {
     QElapsedTimer launch;
     launch.start();
+    sumora::installSaveSignalHandlers();
     sumora::app::SumoraApplication app(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Sumora"));
     QApplication::setApplicationName(QStringLiteral("Sumora"));

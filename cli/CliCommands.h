@@ -24,6 +24,12 @@ void addMacroCommand(CLI::App& app);
 // Prints the first sheet's display values as CSV, through the used range.
 void printFirstSheet(const SumoraDocument& document);
 
+// For commands that write a file: checks that its extension names a type
+// that can be written (else the command fails with status 2) and locks it
+// until the process ends, so that another program cannot save it between
+// this command's reading and writing. Nothing for an empty path.
+void reserveOutput(const std::string& path);
+
 // For commands that edit through the editor: opens and recalculates (a file
 // without sheets gets one), or fails the command with the reader's message.
 SumoraDocument openWorkbookForEditing(const std::string& path);
@@ -31,7 +37,8 @@ SumoraDocument openWorkbookForEditing(const std::string& path);
 // workbook of a readable type, recalculated or with its stored results, or
 // prints one line and ends the command with status 2.
 SumoraDocument openWorkbookForReport(const std::string& path, bool recalculate);
-// Writes atomically, or fails the command with the writer's message.
+// Writes atomically, or fails the command with the writer's message. What
+// the format could not keep is listed on stderr.
 void saveEditedWorkbook(const SumoraDocument& document, const std::string& path);
 
 } // namespace sumora::cli

@@ -2,13 +2,16 @@
 // (declared in CliCommands.h). Failures print the reader's or writer's own
 // message and end the command with status 1.
 #include <iostream>
+#include <memory>
 
 #include "cli/CliCommands.h"
 #include "document/SumoraDocument.h"
 #include "formats/CsvFormat.h"
 #include "formats/DocumentIO.h"
+#include "formats/DocumentLock.h"
 #include "formats/FileErrors.h"
 #include "functions/BuiltinFunctions.h"
+#include "formats/FileReplacement.h"
 
 namespace sumora::cli {
 
@@ -29,6 +32,23 @@ void printFirstSheet(const SumoraDocument& document) {
         }
     }
     std::cout << out;
+}
+
+void reserveOutput(const std::string& path) {
+    if (path.empty()) return;
+    if (!fileTypeForPath(path)) {
+        std::cerr << "Cannot write \"" << path << "\": Sumora writes .xlsx, .ods and .csv files.\n";
+        throw CLI::RuntimeError(2);
+    }
+    static std::unique_ptr<DocumentLock> outputLock;
+    try {
+        std::filesystem::path target = resolvedSaveTarget(path);
+        checkSaveTarget(target);
+        outputLock = std::make_unique<DocumentLock>(target);
+    } catch (const std::exception& e) {
+        std::cerr << e.what() << '\n';
+        throw CLI::RuntimeError(1);
+    }
 }
 
 SumoraDocument openWorkbookForEditing(const std::string& path) {
@@ -62,7 +82,8 @@ SumoraDocument openWorkbookForReport(const std::string& path, bool recalculate) 
 
 void saveEditedWorkbook(const SumoraDocument& document, const std::string& path) {
     try {
-        saveDocumentFile(document, path);
+        for (const std::string& loss : saveDocumentFile(document, path))
+            std::cerr << "Warning: " << loss << '\n';
     } catch (const std::exception& e) {
         std::cerr << e.what() << '\n';
         throw CLI::RuntimeError(1);

@@ -21,6 +21,7 @@ void addGoalSeekCommand(CLI::App& app) {
     cmd->add_option("changing", *changingCell, "Input cell to vary, e.g. A1")->required();
     cmd->add_option("-o,--output", *output, "File to write; its extension names the type");
     cmd->callback([input, setCell, target, changingCell, output] {
+        reserveOutput(*output);
         SumoraDocument doc = openWorkbookForEditing(*input);
         SumoraEditorView editor(doc);
         editor.goalSeekSetCell = *setCell;

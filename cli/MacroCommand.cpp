@@ -78,6 +78,7 @@ void addMacroCommand(CLI::App& app) {
         std::ostringstream script;
         script << in.rdbuf();
 
+        reserveOutput(*output);
         SumoraDocument doc = openWorkbookForEditing(*input);
         SumoraEditorView editor(doc);
         editor.activeSheetIndex = 0;

@@ -19,6 +19,7 @@ void addRecalcCommand(CLI::App& app) {
     cmd->add_option("-o,--output", *output, "File to write; its extension names the type");
     cmd->add_flag("--profile", *profile, "Print the slowest formulas and functions and the longest chain");
     cmd->callback([input, output, profile] {
+        reserveOutput(*output);
         SumoraDocument doc;
         if (*profile) {
             // Opened with its stored results, so that the one recalculation is the timed one.

@@ -4,6 +4,7 @@
 #include "document/ColumnLetters.h"
 #include "document/SumoraDocument.h"
 #include "editing/SumoraEditorView.h"
+#include "formats/XlsxWorksheetReader.h"
 
 namespace sumora::cli {
 
@@ -30,8 +31,15 @@ void addSetCommand(CLI::App& app) {
                 std::cerr << "Not a cell assignment: " << a << " (expected REF=TEXT, such as B2=42)\n";
                 throw CLI::RuntimeError(2);
             }
+            if (at->col >= xlsx::kMaxColumns || at->row >= xlsx::kMaxRows) {
+                std::cerr << "Cell " << a.substr(0, eq)
+                          << " is outside the sheet, which ends at column XFD and row " << xlsx::kMaxRows
+                          << ".\n";
+                throw CLI::RuntimeError(2);
+            }
             entries.emplace_back(*at, a.substr(eq + 1));
         }
+        reserveOutput(*output);
         SumoraDocument doc = openWorkbookForEditing(*input);
         SumoraEditorView editor(doc);
         editor.localeIdentifier = *locale;

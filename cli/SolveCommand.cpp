@@ -67,6 +67,7 @@ void addSolveCommand(CLI::App& app) {
             }
             parsed.push_back(std::move(*constraint));
         }
+        reserveOutput(*output);
         SumoraDocument doc = openWorkbookForEditing(*input);
         SumoraEditorView editor(doc);
         editor.solverObjectiveCell = *objective;

@@ -31,6 +31,7 @@ void addSortCommand(CLI::App& app) {
             std::cerr << "Not a column: " << *column << " (expected letters such as B)\n";
             throw CLI::RuntimeError(2);
         }
+        reserveOutput(*output);
         SumoraDocument doc = openWorkbookForEditing(*input);
         SumoraEditorView editor(doc);
         if (*header) {

@@ -6,8 +6,10 @@
 
 #include "cli/CliCommands.h"
 #include "values/Log.h"
+#include "formats/SaveInterruption.h"
 
 int main(int argc, char** argv) {
+    sumora::installSaveSignalHandlers();
     CLI::App app{"Sumora spreadsheet engine, headless"};
     app.require_subcommand(1);
     bool verbose = false;

@@ -27,12 +27,13 @@ void Cell::setFormula(std::optional<std::string_view> f) {
 }
 
 void Cell::setComputedValue(std::optional<std::string_view> v) {
+    const uint8_t anchor = computed_.flags() & kArrayAnchor;
     if (v) {
         computed_.assign(*v);
-        computed_.setFlags(kPresent);
+        computed_.setFlags(kPresent | anchor);
     } else {
         computed_.assign({});
-        computed_.setFlags(0);
+        computed_.setFlags(anchor);
     }
 }
 

@@ -38,6 +38,14 @@ public:
         return computed_.view();
     }
     void setComputedValue(std::optional<std::string_view> v);
+    // The formula is an array formula: its result fills the block of spilled
+    // cells right of and below it. Set by the file readers and the
+    // calculator; kept by new computed values, cleared with the block.
+    bool isArrayAnchor() const { return computed_.flags() & kArrayAnchor; }
+    void setArrayAnchor(bool anchor) {
+        computed_.setFlags(static_cast<uint8_t>(anchor ? (computed_.flags() | kArrayAnchor)
+                                                       : (computed_.flags() & ~kArrayAnchor)));
+    }
 
     // What every view and exporter shows: computedValue when present, else value.
     std::string_view displayValue() const {
@@ -71,6 +79,7 @@ public:
 
 private:
     static constexpr uint8_t kPresent = 1;  // on computed_
+    static constexpr uint8_t kArrayAnchor = 2; // on computed_
     static constexpr uint8_t kUnlocked = 1; // on value_
     static constexpr uint8_t kSpill = 2;    // on value_
 

@@ -253,7 +253,10 @@ bool SheetCalculator::spillArray(const ValueRows& rows, int64_t col, int64_t row
             written.push_back(CellRef{c, r, std::nullopt});
         }
     writeComputed(col, row, rows.empty() || rows[0].empty() ? std::string() : rows[0][0].description());
-    if (!written.empty()) spillRanges_[CellRef{col, row, std::nullopt}] = std::move(written);
+    if (!written.empty()) {
+        s.cellForWriting(row, col).setArrayAnchor(true);
+        spillRanges_[CellRef{col, row, std::nullopt}] = std::move(written);
+    }
     return true;
 }
 
@@ -262,6 +265,7 @@ void SheetCalculator::clearSpill(int64_t col, int64_t row) {
     if (it == spillRanges_.end()) return;
     std::vector<CellRef> cells = std::move(it->second);
     spillRanges_.erase(it);
+    if (Cell* anchor = sheet().storedCell(row, col)) anchor->setArrayAnchor(false);
     for (const CellRef& ref : cells) {
         Cell* cell = sheet().storedCell(ref.row, ref.col);
         if (!cell) continue;

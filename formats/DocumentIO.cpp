@@ -1,17 +1,16 @@
 #include "formats/DocumentIO.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <fstream>
 #include <new>
-#include <random>
 #include <sstream>
-#include <unistd.h>
 
 #include "values/Log.h"
 #include "engine/Recalculation.h"
 #include "formats/CsvFormat.h"
+#include "formats/DocumentLock.h"
 #include "formats/FileErrors.h"
+#include "formats/FileReplacement.h"
 #include "formats/OdsFormat.h"
 #include "formats/XlsxFormat.h"
 #include "functions/BuiltinFunctions.h"
@@ -118,9 +117,9 @@ SumoraDocument openDocument(const std::optional<std::string>& contents, std::str
     return document;
 }
 
-std::string documentFileContents(const SumoraDocument& document, FileType type) {
+std::string documentFileContents(const SumoraDocument& document, FileType type, LossReport* losses) {
     switch (type) {
-    case FileType::xlsx: return writeXlsx(document);
+    case FileType::xlsx: return writeXlsx(document, losses);
     case FileType::ods: return writeOds(document.sheets);
     case FileType::csv: return writeCsv(document);
     }
@@ -168,49 +167,32 @@ void writeFileAtomically(const std::filesystem::path& path, std::string_view byt
     writeFileAtomically(path, [bytes](const ByteSink& sink) { sink(bytes); });
 }
 
-void writeFileAtomically(const std::filesystem::path& path,
-                         const std::function<void(const ByteSink&)>& produce) {
-    std::filesystem::path dir = path.parent_path().empty() ? std::filesystem::path(".") : path.parent_path();
-    std::random_device rd;
-    std::filesystem::path temp = dir / ("." + path.filename().string() + ".sumora-" + std::to_string(rd()) + ".tmp");
-    {
-        FILE* f = std::fopen(temp.c_str(), "wb");
-        if (!f) throw FileWriteError("Could not write \"" + path.string() + "\": the folder is not writable.");
-        bool ok = true;
-        try {
-            produce([&](std::string_view piece) {
-                if (ok) ok = std::fwrite(piece.data(), 1, piece.size(), f) == piece.size();
-            });
-        } catch (...) {
-            std::fclose(f);
-            std::filesystem::remove(temp);
-            throw;
-        }
-        ok = std::fflush(f) == 0 && ok;
-        ok = fsync(fileno(f)) == 0 && ok;
-        ok = std::fclose(f) == 0 && ok;
-        if (!ok) {
-            std::filesystem::remove(temp);
-            throw FileWriteError("Could not write \"" + path.string() + "\": the disk may be full.");
-        }
-    }
-    std::error_code ec;
-    std::filesystem::rename(temp, path, ec);
-    if (ec) {
-        std::filesystem::remove(temp);
-        throw FileWriteError("Could not write \"" + path.string() + "\": " + ec.message());
-    }
+void writeFileAtomically(const std::filesystem::path& path, const ByteProducer& produce) {
+    std::filesystem::path target = resolvedSaveTarget(path);
+    checkSaveTarget(target);
+    DocumentLock lock(target);
+    replaceFileContents(target, produce);
 }
 
-void saveDocumentFile(const SumoraDocument& document, const std::filesystem::path& path, std::optional<FileType> type) {
-    FileType t = type ? *type : fileTypeForPath(path).value_or(FileType::csv);
-    if (t == FileType::csv) {
+LossReport saveDocumentFile(const SumoraDocument& document, const std::filesystem::path& path,
+                            std::optional<FileType> type) {
+    if (!type) type = fileTypeForPath(path);
+    if (!type) {
+        std::string ext = lowerExtension(path.filename().string());
+        throw FileWriteError("Could not save \"" + path.filename().string() + "\": " +
+                             (ext.empty() ? std::string("the name has no extension")
+                                          : "Sumora cannot write ." + ext + " files") +
+                             ". Use .xlsx, .ods or .csv.");
+    }
+    LossReport losses;
+    if (*type == FileType::csv) {
         // CSV writes the whole grid; it is streamed rather than built.
         writeFileAtomically(path, [&document](const ByteSink& sink) { writeCsv(document, sink); });
-        return;
+        return losses;
     }
-    std::string bytes = documentFileContents(document, t);
+    std::string bytes = documentFileContents(document, *type, &losses);
     writeFileAtomically(path, bytes);
+    return losses;
 }
 
 } // namespace sumora

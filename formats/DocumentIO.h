@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "document/SumoraDocument.h"
+#include "formats/LossReport.h"
 
 namespace sumora {
 
@@ -29,27 +30,29 @@ enum class OpenMode { recalculated, asStored };
 // `contents` absent means the file had no regular contents.
 SumoraDocument openDocument(const std::optional<std::string>& contents, std::string_view filename,
                             std::string_view contentType, OpenMode mode = OpenMode::recalculated);
-// The bytes of the document saved as `type`; throws FileWriteError.
-std::string documentFileContents(const SumoraDocument& document, FileType type);
+// The bytes of the document saved as `type`; throws FileWriteError. What
+// the format could not keep as it was is added to `losses` when given.
+std::string documentFileContents(const SumoraDocument& document, FileType type, LossReport* losses = nullptr);
 
 std::optional<FileType> fileTypeForPath(const std::filesystem::path& path);
 std::string_view contentTypeForPath(const std::filesystem::path& path);
 
 // Reads a file from disk and opens it (content type from its extension).
 SumoraDocument openDocumentFile(const std::filesystem::path& path, OpenMode mode = OpenMode::recalculated);
-// Writes beside the target and renames, so a failure never leaves a
-// half-written file in place of a good one. The type defaults to the
-// extension's (CSV for an unknown extension).
-void saveDocumentFile(const SumoraDocument& document, const std::filesystem::path& path,
-                      std::optional<FileType> type = std::nullopt);
+// Saves through writeFileAtomically (CSV streamed) and returns the loss
+// report. The type defaults to the extension's; an extension that no writer
+// handles is refused (FileWriteError) rather than given bytes of another format.
+LossReport saveDocumentFile(const SumoraDocument& document, const std::filesystem::path& path,
+                            std::optional<FileType> type = std::nullopt);
 
-// Replaces `path` with `bytes` atomically; throws FileWriteError.
+// Replaces the file at `path` with `bytes`; throws FileWriteError. A failure
+// never leaves a half-written file in place of a good one. A symbolic link
+// is followed and the file it names is written; mode and owner are kept;
+// the file is locked against other programs meanwhile (see DocumentLock).
 void writeFileAtomically(const std::filesystem::path& path, std::string_view bytes);
 // The same for contents too large to hold: `produce` hands its bytes, piece
 // by piece, to the sink it is given.
-using ByteSink = std::function<void(std::string_view)>;
-void writeFileAtomically(const std::filesystem::path& path,
-                         const std::function<void(const ByteSink&)>& produce);
+void writeFileAtomically(const std::filesystem::path& path, const ByteProducer& produce);
 
 // The four user messages of a failed XLSX open, chosen from the error text.
 std::string xlsxFailureMessage(std::string_view description);

@@ -417,11 +417,12 @@ void OdsContentHandler::placeCell(int64_t columns) {
                                                        std::min(row + spannedRows_, kMaxRows) - 1});
 
     if (currentCell.hasFormula() && (matrixColumns_ > 1 || matrixRows_ > 1) &&
-        matrixAreas_.size() < kMaxMatrixAreas)
+        matrixAreas_.size() < kMaxMatrixAreas) {
+        currentCell.setArrayAnchor(true);
         matrixAreas_.push_back(MatrixArea{row, col, std::min(row + matrixRows_, kMaxRows) - 1,
                                           std::min(col + matrixColumns_, kMaxColumns) - 1});
-    else if (!matrixAreas_.empty() && !currentCell.hasFormula() && currentCell.hasContent() &&
-             insideMatrix(row, col))
+    } else if (!matrixAreas_.empty() && !currentCell.hasFormula() && currentCell.hasContent() &&
+               insideMatrix(row, col))
         markSpilled(currentCell);
 
     if (!currentCell.hasContent() && !currentCell.isSpillResult()) {

@@ -260,6 +260,8 @@ void appendEmptyCells(std::string& out, int64_t count) {
 // other programs then show the whole result, and reading marks the block's
 // values as the formula's.
 void appendMatrixSpan(std::string& out, const Sheet& sheet, int64_t row, int64_t col) {
+    // Spilled cells beside an ordinary formula belong to another one's block.
+    if (!sheet.cell(row, col).isArrayAnchor()) return;
     auto spilled = [&](int64_t r, int64_t c) {
         const Cell& cell = sheet.cell(r, c);
         return cell.isSpillResult() && !cell.hasFormula();

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "document/SumoraDocument.h"
+#include "formats/LossReport.h"
 
 namespace sumora {
 
@@ -13,9 +14,11 @@ namespace sumora {
 // user's message, and calculates).
 SumoraDocument readXlsxDocument(std::string_view bytes);
 // The package bytes of the sheets; throws FileWriteError on a failed check.
-std::string writeXlsx(const std::vector<Sheet>& sheets);
+// Sheet names the format cannot hold are changed in the file and listed in
+// `losses` when given.
+std::string writeXlsx(const std::vector<Sheet>& sheets, LossReport* losses = nullptr);
 // The same with what the workbook keeps beside its sheets (defined names,
 // workbook protection); saving a document uses this one.
-std::string writeXlsx(const SumoraDocument& document);
+std::string writeXlsx(const SumoraDocument& document, LossReport* losses = nullptr);
 
 } // namespace sumora

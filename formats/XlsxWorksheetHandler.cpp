@@ -180,6 +180,7 @@ void WorksheetHandler::endRow() {
 
 void WorksheetHandler::startCell(const XmlAttributes& a) {
     inCell_ = true;
+    arrayAnchor_ = false;
     kind_ = ValueKind::number;
     style_ = -1;
     position_.reset();
@@ -270,6 +271,7 @@ void WorksheetHandler::endCell() {
         // An empty number is no result at all; an empty string result is one.
         if ((hasValue_ || hasInline_) && !(text.empty() && kind_ == ValueKind::number))
             cell.setComputedValue(text);
+        cell.setArrayAnchor(arrayAnchor_);
     } else if (follower) {
         cell.setComputedValue(text);
         pendingFollowers_.push_back({row, col, sharedIndex_});
@@ -364,8 +366,8 @@ std::optional<std::string> WorksheetHandler::formulaFor(int64_t row, int64_t col
     if (formulaKind_ == FormulaKind::array && pendingArray_) {
         // Results beyond the anchor are marked while their rows stream past;
         // a hostile number of open ranges would make that quadratic.
-        if ((pendingArray_->endRow > row || pendingArray_->endCol > col) && arrays_.size() < kMaxOpenArrays)
-            arrays_.push_back(*pendingArray_);
+        arrayAnchor_ = pendingArray_->endRow > row || pendingArray_->endCol > col;
+        if (arrayAnchor_ && arrays_.size() < kMaxOpenArrays) arrays_.push_back(*pendingArray_);
         pendingArray_.reset();
     }
     return importedFormula(formula_);

@@ -126,6 +126,8 @@ class WorksheetHandler : public XmlHandler {
     FormulaKind formulaKind_ = FormulaKind::normal;
     int64_t sharedIndex_ = -1;
     std::optional<Area> pendingArray_;
+    // The formula of the cell being read fills a block as an array formula.
+    bool arrayAnchor_ = false;
 
     // Position and sizes.
     bool inSheetData_ = false, inRow_ = false;

@@ -145,10 +145,12 @@ class SheetDataWriter {
         std::string_view text = cell.displayValue();
         if (text.empty()) {
             out_ += "/>";
-        } else if (isXmlNumber(text)) {
+        } else if (isExactNumberText(text)) {
             out_ += "><v>";
             out_ += text;
             out_ += "</v></c>";
+        } else if (text == "TRUE" || text == "FALSE") {
+            out_ += text == "TRUE" ? " t=\"b\"><v>1</v></c>" : " t=\"b\"><v>0</v></c>";
         } else {
             out_ += " t=\"s\"><v>";
             appendInt(out_, strings_.index(text));
@@ -174,6 +176,7 @@ class SheetDataWriter {
     // written as an array formula over that block, so that other
     // applications show the whole result.
     void appendArrayRange(int64_t row, int64_t col) {
+        if (!sheet_.cell(row, col).isArrayAnchor()) return;
         auto spilled = [&](int64_t r, int64_t c) {
             const Cell& cell = sheet_.cell(r, c);
             return cell.isSpillResult() && !cell.hasFormula();
@@ -190,7 +193,7 @@ class SheetDataWriter {
     }
 
     void appendResultType(std::string_view text) {
-        if (isXmlNumber(text)) return;
+        if (isExactNumberText(text)) return;
         if (text == "TRUE" || text == "FALSE")
             out_ += " t=\"b\"";
         else if (errorCode(text))
@@ -201,7 +204,7 @@ class SheetDataWriter {
 
     void appendResult(std::string_view text) {
         out_ += "<v>";
-        if (isXmlNumber(text))
+        if (isExactNumberText(text))
             out_ += text;
         else if (text == "TRUE" || text == "FALSE")
             out_ += text == "TRUE" ? '1' : '0';

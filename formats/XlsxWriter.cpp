@@ -10,6 +10,7 @@
 #include "formats/XlsxFormat.h"
 #include "formats/XlsxPackageParts.h"
 #include "formats/XlsxSharedStringsWriter.h"
+#include "formats/XlsxSheetNames.h"
 #include "formats/XlsxStylesWriter.h"
 #include "formats/XlsxWorksheetWriter.h"
 #include "formats/ZipArchive.h"
@@ -76,27 +77,64 @@ std::string buildPackage(const std::vector<Sheet>& sheets, const WorkbookExtras&
     }
 }
 
-std::string checkedPackage(const std::vector<Sheet>& sheets, const WorkbookExtras& extras) {
+// Sheets whose names the format cannot hold are written from a copy that
+// carries the file's names, with the formulas and defined names that refer
+// to them rewritten; the common case writes the document's sheets as they are.
+std::string packageWithFileNames(const std::vector<Sheet>& sheets, WorkbookExtras extras,
+                                 LossReport* losses) {
+    std::vector<std::string> names = fileSheetNames(sheets, losses);
+    bool renamed = false;
+    for (size_t i = 0; i < sheets.size(); ++i)
+        renamed = renamed || names[i] != sheets[i].name;
+    if (!renamed) return buildPackage(sheets, extras);
+
+    std::vector<Sheet> renamedSheets = sheets;
+    for (size_t i = 0; i < renamedSheets.size(); ++i) {
+        renamedSheets[i].name = names[i];
+        renamedSheets[i].forEachStoredCell([&](int64_t, int64_t, Cell& cell) {
+            if (!cell.hasFormula()) return;
+            if (auto formula = renamedSheetReferences(*cell.formula(), sheets, names))
+                cell.setFormula(*formula);
+        });
+    }
+    std::vector<NamedRange> namedRanges;
+    if (extras.namedRanges) {
+        namedRanges = *extras.namedRanges;
+        for (NamedRange& range : namedRanges) {
+            if (!range.sheetName) continue;
+            for (size_t i = 0; i < sheets.size(); ++i)
+                if (sheets[i].name == *range.sheetName) {
+                    range.sheetName = names[i];
+                    break;
+                }
+        }
+        extras.namedRanges = &namedRanges;
+    }
+    return buildPackage(renamedSheets, extras);
+}
+
+std::string checkedPackage(const std::vector<Sheet>& sheets, const WorkbookExtras& extras,
+                           LossReport* losses) {
     // A workbook needs a sheet; a document always has one, a bare list may not.
     std::vector<Sheet> fallback;
     if (sheets.empty()) fallback.push_back(SumoraDocument::makeNewSheet("Sheet 1"));
-    std::string bytes = buildPackage(sheets.empty() ? fallback : sheets, extras);
+    std::string bytes = packageWithFileNames(sheets.empty() ? fallback : sheets, extras, losses);
     verifyPackageBytes(bytes);
     return bytes;
 }
 
 } // namespace
 
-std::string writeXlsx(const std::vector<Sheet>& sheets) {
-    return checkedPackage(sheets, {});
+std::string writeXlsx(const std::vector<Sheet>& sheets, LossReport* losses) {
+    return checkedPackage(sheets, {}, losses);
 }
 
-std::string writeXlsx(const SumoraDocument& document) {
+std::string writeXlsx(const SumoraDocument& document, LossReport* losses) {
     WorkbookExtras extras;
     extras.namedRanges = &document.namedRanges;
     extras.isProtected = document.isWorkbookProtected;
     extras.password = document.workbookPassword;
-    return checkedPackage(document.sheets, extras);
+    return checkedPackage(document.sheets, extras, losses);
 }
 
 } // namespace sumora

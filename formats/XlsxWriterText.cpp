@@ -155,6 +155,38 @@ bool isXmlNumber(std::string_view text) {
     return value && std::isfinite(*value);
 }
 
+bool isExactNumberText(std::string_view text) {
+    if (!isXmlNumber(text) || text.front() == '+') return false;
+    size_t i = text.front() == '-' ? 1 : 0;
+    size_t intStart = i;
+    while (i < text.size() && isDigit(text[i]))
+        ++i;
+    if (i == intStart || (i - intStart > 1 && text[intStart] == '0')) return false;
+    if (i < text.size() && text[i] == '.') {
+        size_t fractionStart = ++i;
+        while (i < text.size() && isDigit(text[i]))
+            ++i;
+        if (i == fractionStart || text[i - 1] == '0') return false;
+    }
+    // The significant digits must be those of the double the text denotes.
+    std::string digits;
+    for (char c : text.substr(0, i))
+        if (isDigit(c)) digits += c;
+    digits.erase(0, std::min(digits.find_first_not_of('0'), digits.size()));
+    digits.erase(digits.find_last_not_of('0') + 1);
+    if (digits.empty()) return true;
+    if (digits.size() > 17) return false;
+    auto value = parseStrictNumber(text);
+    if (!value) return false;
+    char buffer[40];
+    auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, std::fabs(*value),
+                                   std::chars_format::scientific, static_cast<int>(digits.size()) - 1);
+    std::string shown;
+    for (const char* p = buffer; p < end && *p != 'e'; ++p)
+        if (isDigit(*p)) shown += *p;
+    return shown == digits;
+}
+
 void appendStringText(std::string& out, std::string_view text) {
     bool plain = std::none_of(text.begin(), text.end(), [](char c) {
         return c == '_' || isForbiddenControl(static_cast<unsigned char>(c));

@@ -46,6 +46,11 @@ std::string hexColor(std::string_view text);
 // hexadecimal, infinity or "nan" spellings, nothing that overflows).
 bool isXmlNumber(std::string_view text);
 
+// True when writing the text as a number loses nothing: reading the number
+// back and showing it gives the same text. "00123", "+5", "1.50", "1." and
+// a 20-digit identifier fail, so cells holding them stay texts.
+bool isExactNumberText(std::string_view text);
+
 // Appends string content (shared strings, formula results, comments) as XML
 // element text. Characters XML cannot carry become "_xHHHH_" escapes and a
 // literal "_xHHHH_" in the text has its underscore escaped, which is how

@@ -11,6 +11,8 @@
 #include <unistd.h>
 
 #include "tests/CliTestSupport.h"
+#include "formats/OdsFormat.h"
+#include "tests/TestSupport.h"
 
 namespace {
 
@@ -77,11 +79,10 @@ TEST_F(Cli, FailedWriteKeepsThePreviousFile) {
     fs::path in = file("book.csv", "=1+1,abc\n");
     fs::path out = file("out.csv", "previous\n");
     // A file-size limit makes the write fail part-way even for root; the
-    // signal it raises is ignored so that write() reports the error.
-    CliRun r = run("recalc " + shellQuoted(in.string()) + " -o " + shellQuoted(out.string()),
-                   "trap '' XFSZ; ulimit -f 4;");
+    // signal it raises must not end the process.
+    CliRun r = run("recalc " + shellQuoted(in.string()) + " -o " + shellQuoted(out.string()), "ulimit -f 4;");
     EXPECT_EQ(r.status, 1);
-    EXPECT_FALSE(r.err.empty());
+    EXPECT_NE(r.err.find("larger than this system allows"), std::string::npos) << r.err;
     EXPECT_EQ(slurp(out), "previous\n");
     EXPECT_EQ(entries(), (std::vector<std::string>{"book.csv", "out.csv"}));
 
@@ -136,6 +137,49 @@ TEST_F(EditorSetCommand, EntersEachAssignmentAndWritesTheResult) {
     ASSERT_EQ(r.status, 0);
     EXPECT_EQ(slurp(out).substr(0, 16), "1234.5,2,1236.5,");
     EXPECT_NE(run("set " + in + " nonsense").status, 0);
+}
+
+TEST_F(EditorSetCommand, RefusesCellsOutsideTheSheetAndTypesItCannotWrite) {
+    const std::string in = shellQuoted(file("in.csv", "1,2\n").string());
+    const struct {
+        const char* args;
+        const char* message;
+    } cases[] = {
+        {"XFE1=1", "outside the sheet"},
+        {"A2000000=1", "outside the sheet"},
+        {"A1=1 -o out.xls", "Sumora writes .xlsx, .ods and .csv"},
+        {"A1=1 -o out", "Sumora writes .xlsx, .ods and .csv"},
+    };
+    for (const auto& c : cases) {
+        CliRun r = run("set " + in + " " + c.args, "cd " + shellQuoted(dir_.string()) + ";");
+        EXPECT_EQ(r.status, 2) << c.args;
+        EXPECT_NE(r.err.find(c.message), std::string::npos) << r.err;
+    }
+    EXPECT_EQ(run("set " + in + " XFD1=1").status, 0); // the last column is inside
+    EXPECT_EQ(entries(), std::vector<std::string>{"in.csv"});
+}
+
+TEST_F(EditorSetCommand, AFileInUseElsewhereIsNotOverwritten) {
+    const std::string in = shellQuoted(file("in.csv", "1,2\n").string());
+    file(".~lock.out.csv#", "Jane Doe,jane,host,25.11.2026 10:00,file:///home/jane;");
+    const fs::path out = file("out.csv", "theirs\n");
+    CliRun r = run("set " + in + " A1=3 -o " + shellQuoted(out.string()));
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.err.find("in use by Jane Doe"), std::string::npos) << r.err;
+    EXPECT_EQ(slurp(out), "theirs\n");
+}
+
+TEST_F(EditorSetCommand, ChangesTheFormatForcesArePrintedAsWarnings) {
+    sumora::SumoraDocument doc;
+    doc.sheets[0].name = "Quarterly figures for the north region";
+    std::ofstream(dir_ / "in.ods", std::ios::binary) << sumora::writeOds(doc.sheets);
+    CliRun r = run("set " + shellQuoted((dir_ / "in.ods").string()) + " A1=1 -o " +
+                   shellQuoted((dir_ / "out.xlsx").string()));
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.err.find("Warning: Sheet \"Quarterly figures for the north region\" is saved as "
+                         "\"Quarterly figures for the north\""),
+              std::string::npos)
+        << r.err;
 }
 
 } // namespace

@@ -185,8 +185,10 @@ TEST_F(AtomicSave, WritesTheFileAndLeavesNoTemporary) {
     saveDocumentFile(doc, dir_ / "out.csv");
     EXPECT_EQ(slurp(dir_ / "out.csv"), "a,\n");
     EXPECT_EQ(entries(), std::vector<std::string>{"out.csv"});
-    // An unknown extension is written as CSV.
-    saveDocumentFile(doc, dir_ / "out.dat");
+    // An extension no writer handles needs the type named.
+    EXPECT_THROW(saveDocumentFile(doc, dir_ / "out.xls"), FileWriteError);
+    EXPECT_EQ(entries(), std::vector<std::string>{"out.csv"});
+    saveDocumentFile(doc, dir_ / "out.dat", FileType::csv);
     EXPECT_EQ(slurp(dir_ / "out.dat"), "a,\n");
 }
 

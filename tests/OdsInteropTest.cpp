@@ -111,6 +111,8 @@ TEST_F(OdsInterop, LibreOfficeReadsOurValuesAndRecalculatesOurFormulas) {
         .set("E1", "=STDEV.S(A1:A2)*0");
     book.set("F1", "=AND(TRUE,A1>1)");
     book.set("H1", "3").set("H2", "4").set("I1", "=TRANSPOSE(H1:H2)"); // spills into J1
+    // An ordinary formula beside another one's spilled block is no array formula.
+    book.set("M1", "1").set("N1", "2").set("L1", "=TRANSPOSE(M1:N1)").set("K2", "=M1*10");
     recalculateDocument(book.doc, builtinFunctions());
     book.set("A5", "=A1+A2").computed("A5", "999"); // a stale result: LibreOffice computes its own
 
@@ -133,6 +135,10 @@ TEST_F(OdsInterop, LibreOfficeReadsOurValuesAndRecalculatesOurFormulas) {
     ASSERT_GE(rows[0].size(), 10u);
     EXPECT_EQ(rows[0][8], "3");
     EXPECT_EQ(rows[0][9], "4");
+    ASSERT_GE(rows[1].size(), 12u);
+    EXPECT_EQ(rows[1][10], "10");
+    EXPECT_EQ(rows[0][11], "1");
+    EXPECT_EQ(rows[1][11], "2");
 }
 
 // A flat document in LibreOffice's own format; converting it makes

@@ -215,20 +215,20 @@ TEST(XlsxWriter, NumberFormatsUseBuiltInIdsOrCustomRecordsFrom164) {
     EXPECT_EQ(occurrences(styles, "numFmtId=\"164\""), 3u); // the record and the xfs of A2 and A4
 }
 
-TEST(XlsxWriter, CellsAreTypedByTheStrictNumberRule) {
+TEST(XlsxWriter, ConstantsAreNumbersOnlyWhenTheirTextSurvives) {
     struct Case {
         std::string_view ref, text, expected;
     };
     const Case constants[] = {
         {"A1", "42", "<c r=\"A1\"><v>42</v></c>"},
         {"A2", "-1.5e3", "<c r=\"A2\"><v>-1.5e3</v></c>"},
-        {"A3", ".5", "<c r=\"A3\"><v>.5</v></c>"},
-        {"A4", " 5", "<c r=\"A4\" t=\"s\"><v>0</v></c>"},   // leading space: text
-        {"A5", "0x1A", "<c r=\"A5\" t=\"s\"><v>1</v></c>"}, // no hexadecimal in the file
-        {"A6", "inf", "<c r=\"A6\" t=\"s\"><v>2</v></c>"},
-        {"A7", "1e999", "<c r=\"A7\" t=\"s\"><v>3</v></c>"},
-        {"A8", "TRUE", "<c r=\"A8\" t=\"s\"><v>4</v></c>"}, // constants other than numbers are texts
-        {"A9", " 5", "<c r=\"A9\" t=\"s\"><v>0</v></c>"},   // the same text shares its index
+        {"A3", ".5", "<c r=\"A3\" t=\"s\"><v>0</v></c>"},   // a number would read back as 0.5
+        {"A4", " 5", "<c r=\"A4\" t=\"s\"><v>1</v></c>"},   // leading space: text
+        {"A5", "0x1A", "<c r=\"A5\" t=\"s\"><v>2</v></c>"}, // no hexadecimal in the file
+        {"A6", "inf", "<c r=\"A6\" t=\"s\"><v>3</v></c>"},
+        {"A7", "1e999", "<c r=\"A7\" t=\"s\"><v>4</v></c>"},
+        {"A8", "TRUE", "<c r=\"A8\" t=\"b\"><v>1</v></c>"},
+        {"A9", " 5", "<c r=\"A9\" t=\"s\"><v>1</v></c>"},   // the same text shares its index
     };
     Sheet sheet = SumoraDocument::makeNewSheet("Sheet 1");
     for (const Case& c : constants)
@@ -271,6 +271,7 @@ TEST(XlsxWriter, FormulaResultsCarryTheirType) {
 TEST(XlsxWriter, SpilledResultsBecomeAnArrayFormulaRange) {
     Sheet sheet = SumoraDocument::makeNewSheet("Sheet 1");
     putFormula(sheet, "A1", "SEQUENCE(3)", "1");
+    test::at(sheet, "A1").setArrayAnchor(true);
     for (std::string_view ref : {"A2", "A3"}) {
         test::at(sheet, ref).setComputedValue(ref == "A2" ? "2" : "3");
         test::at(sheet, ref).setSpillResult(true);
