@@ -13,16 +13,17 @@ void DependencyGraph::clear() {
 
 void DependencyGraph::collectRefs(const FormulaTree& tree, const std::vector<NamedRange>& names,
                                   std::vector<CellRect>& out) {
-    // Bare names declared by a LET of this formula are its variables.
+    // Bare names declared by a LET or LAMBDA of this formula are its variables.
     std::vector<std::string_view> letNames;
     std::vector<uint32_t> args;
     for (const FormulaNode& n : tree.nodes) {
         if (n.kind != NodeKind::functionCall || !n.call.function ||
-            !n.call.function->is(FunctionFlags::bindsNames))
+            !(n.call.function->is(FunctionFlags::bindsNames) || n.call.function->is(FunctionFlags::bindsParameters)))
             continue;
         args.clear();
         tree.arguments(n, args);
-        for (size_t k = 0; k + 1 < args.size(); k += 2)
+        const size_t step = n.call.function->is(FunctionFlags::bindsParameters) ? 1 : 2;
+        for (size_t k = 0; k + 1 < args.size(); k += step)
             if (tree.node(args[k]).kind == NodeKind::name)
                 letNames.push_back(tree.string(tree.node(args[k]).stringIndex));
     }

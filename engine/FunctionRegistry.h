@@ -51,5 +51,11 @@ void registerFinancialFunctions(FunctionRegistry&);
 void registerLogicalFunctions(FunctionRegistry&);
 void registerInfoFunctions(FunctionRegistry&);
 void registerDatabaseFunctions(FunctionRegistry&);
+void registerTextExtraFunctions(FunctionRegistry&);
+void registerRegexFunctions(FunctionRegistry&);
+void registerInfoExtraFunctions(FunctionRegistry&);
+void registerLambdaFunctions(FunctionRegistry&);
+void registerLookupExtraFunctions(FunctionRegistry&);
+void registerDatabaseExtraFunctions(FunctionRegistry&);
 
 } // namespace sumora

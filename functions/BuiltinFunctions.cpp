@@ -14,6 +14,12 @@ const FunctionRegistry& FunctionRegistry::builtin() {
         registerLogicalFunctions(r);
         registerInfoFunctions(r);
         registerDatabaseFunctions(r);
+        registerTextExtraFunctions(r);
+        registerRegexFunctions(r);
+        registerInfoExtraFunctions(r);
+        registerLambdaFunctions(r);
+        registerLookupExtraFunctions(r);
+        registerDatabaseExtraFunctions(r);
         return r;
     }();
     return registry;
