@@ -144,7 +144,8 @@ uint32_t FormulaParser::parseCall(std::string name) {
         // LET(name1, value1, name2, value2, …, body): a bare name in a name
         // slot declares a variable visible in the arguments that follow;
         // LAMBDA(param1, …, body) declares one in every slot but the last.
-        if ((isLambda || (isLet && call.call.argCount % 2 == 0)) && a && a->kind == TokenKind::functionName && pos_ + 1 < tokens_.size() &&
+        const bool nameSlot = isLambda || (isLet && call.call.argCount % 2 == 0);
+        if (nameSlot && a && a->kind == TokenKind::functionName && pos_ + 1 < tokens_.size() &&
             tokens_[pos_ + 1].kind == TokenKind::comma) {
             FormulaNode n;
             n.kind = NodeKind::name;

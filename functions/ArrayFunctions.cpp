@@ -182,7 +182,7 @@ FormulaValue evaluateMakeArray(FunctionContext& c) {
     if (!(r >= 1) || !(k >= 1)) return err(ErrorKind::invalidValue);
     if (r * k > static_cast<double>(kMaxArrayCells)) return err(ErrorKind::invalidNumber);
     const auto height = static_cast<size_t>(r), width = static_cast<size_t>(k);
-    if (auto lambda = lambdaArg(c, 2)) {
+    if (auto lambda = lambdaArg(c, 2, 2)) {
         ValueRows out(height, ValueRow(width));
         for (size_t row = 0; row < height; ++row)
             for (size_t col = 0; col < width; ++col) {

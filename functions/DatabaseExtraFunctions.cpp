@@ -34,10 +34,12 @@ FormulaValue variance(FunctionContext& c, bool sample, bool root) {
     const size_t least = sample ? 2 : 1;
     if (x.size() < least) return err(ErrorKind::divisionByZero);
     double mean = 0;
-    for (double v : x) mean += v;
+    for (double v : x)
+        mean += v;
     mean /= static_cast<double>(x.size());
     double squares = 0;
-    for (double v : x) squares += (v - mean) * (v - mean);
+    for (double v : x)
+        squares += (v - mean) * (v - mean);
     double result = squares / static_cast<double>(x.size() - (sample ? 1 : 0));
     return finiteOrNumError(root ? std::sqrt(result) : result);
 }
@@ -72,7 +74,8 @@ FormulaValue dProduct(FunctionContext& c) {
     if (field.failure) return *field.failure;
     if (field.numbers.empty()) return num(0);
     double product = 1;
-    for (double v : field.numbers) product *= v;
+    for (double v : field.numbers)
+        product *= v;
     return finiteOrNumError(product);
 }
 

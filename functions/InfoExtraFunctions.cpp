@@ -37,9 +37,10 @@ ReferenceResult referenceOrCurrent(FunctionContext& c, size_t i) {
 const Sheet* sheetOf(FunctionContext& c, const Reference& ref) {
     const SumoraDocument* book = c.resolver().workbook();
     if (!book) return nullptr;
-    if (!ref.sheet) return c.resolver().currentSheetIndex() < book->sheets.size()
-                               ? &book->sheets[c.resolver().currentSheetIndex()]
-                               : nullptr;
+    if (!ref.sheet)
+        return c.resolver().currentSheetIndex() < book->sheets.size()
+                   ? &book->sheets[c.resolver().currentSheetIndex()]
+                   : nullptr;
     auto index = book->sheetIndex(*ref.sheet);
     return index ? &book->sheets[*index] : nullptr;
 }
@@ -58,16 +59,21 @@ std::string firstSection(std::string_view code) {
     bool quoted = false;
     for (size_t i = 0; i < code.size(); ++i) {
         char ch = code[i];
-        if (ch == '"') quoted = !quoted;
-        else if (quoted) continue;
-        else if (ch == '\\') ++i;
-        else if (ch == ';') break;
+        if (ch == '"')
+            quoted = !quoted;
+        else if (quoted)
+            continue;
+        else if (ch == '\\')
+            ++i;
+        else if (ch == ';')
+            break;
         else if (ch == '[') {
             size_t close = code.find(']', i);
             if (close == std::string_view::npos) break;
             if (code.substr(i + 1, 1) == "$") out += '$'; // [$€-407] is a currency
             i = close;
-        } else out += static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+        } else
+            out += static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
     }
     return out;
 }
@@ -83,28 +89,42 @@ std::string cellFormatCode(std::string_view code) {
     bool date = has("y") || has("d") || (has("m") && !has("0") && !has("#")) || has("h") || has("s");
     if (date && !has("e+")) {
         bool ampm = has("am/pm") || has("a/p");
-        if (has("h") || (has("s") && !has("d"))) result = ampm ? (has("s") ? "D6" : "D7") : (has("s") ? "D8" : "D9");
-        else if (has("mmm") && has("d") && has("y")) result = "D1";
-        else if (has("mmm") && has("d")) result = "D2";
-        else if (has("mmm") && has("y")) result = "D3";
-        else if (has("y")) result = "D4";
-        else result = "D5";
+        if (has("h") || (has("s") && !has("d")))
+            result = ampm ? (has("s") ? "D6" : "D7") : (has("s") ? "D8" : "D9");
+        else if (has("mmm") && has("d") && has("y"))
+            result = "D1";
+        else if (has("mmm") && has("d"))
+            result = "D2";
+        else if (has("mmm") && has("y"))
+            result = "D3";
+        else if (has("y"))
+            result = "D4";
+        else
+            result = "D5";
         return result;
     }
     size_t decimals = 0;
     if (size_t point = section.find('.'); point != std::string::npos)
-        for (size_t i = point + 1; i < section.size() && (section[i] == '0' || section[i] == '#'); ++i) ++decimals;
-    if (has("e+") || has("e-")) result = "S";
-    else if (has("%")) result = "P";
-    else if (has("$") || section.find("\xe2\x82\xac") != std::string::npos || section.find("\xc2\xa3") != std::string::npos)
+        for (size_t i = point + 1; i < section.size() && (section[i] == '0' || section[i] == '#'); ++i)
+            ++decimals;
+    if (has("e+") || has("e-"))
+        result = "S";
+    else if (has("%"))
+        result = "P";
+    else if (has("$") || section.find("\xe2\x82\xac") != std::string::npos ||
+             section.find("\xc2\xa3") != std::string::npos)
         result = "C";
-    else if (has(",")) result = ",";
-    else if (has("0") || has("#")) result = "F";
-    else return "G";
+    else if (has(","))
+        result = ",";
+    else if (has("0") || has("#"))
+        result = "F";
+    else
+        return "G";
     result += std::to_string(decimals);
     // A colour name in brackets ("[Red]") in a later section colours negatives.
     const size_t semicolon = code.find(';');
-    const std::string_view rest = semicolon == std::string_view::npos ? std::string_view() : code.substr(semicolon + 1);
+    const std::string_view rest =
+        semicolon == std::string_view::npos ? std::string_view() : code.substr(semicolon + 1);
     for (size_t at = rest.find('['); at != std::string_view::npos; at = rest.find('[', at + 1))
         if (at + 1 < rest.size() && std::isalpha(static_cast<unsigned char>(rest[at + 1]))) {
             result += '-';
@@ -119,7 +139,8 @@ void appendSheetPrefix(std::string& out, std::string_view sheet) {
         out += sheet;
     } else {
         out += '\'';
-        for (char ch : sheet) out += ch == '\'' ? std::string("''") : std::string(1, ch);
+        for (char ch : sheet)
+            out += ch == '\'' ? std::string("''") : std::string(1, ch);
         out += '\'';
     }
     out += '!';
@@ -154,7 +175,8 @@ FormulaValue cell(FunctionContext& c) {
     if (kind == "width") {
         double pixels = kDefaultColumnPixels;
         if (sheet)
-            if (auto it = sheet->columnWidths.find(ref.col1); it != sheet->columnWidths.end()) pixels = it->second;
+            if (auto it = sheet->columnWidths.find(ref.col1); it != sheet->columnWidths.end())
+                pixels = it->second;
         // Characters of the default font: 7 pixels each after 5 of padding.
         return num(std::max(0.0, std::trunc((pixels - 5) / 7)));
     }
@@ -162,11 +184,16 @@ FormulaValue cell(FunctionContext& c) {
     if (kind == "prefix") {
         if (!value.isText()) return txt("");
         switch (record.format().alignment) {
-        case CellAlignment::left: return txt("'");
-        case CellAlignment::right: return txt("\"");
-        case CellAlignment::center: return txt("^");
-        case CellAlignment::fill: return txt("\\");
-        default: return txt(value.isText() ? "'" : "");
+        case CellAlignment::left:
+            return txt("'");
+        case CellAlignment::right:
+            return txt("\"");
+        case CellAlignment::center:
+            return txt("^");
+        case CellAlignment::fill:
+            return txt("\\");
+        default:
+            return txt(value.isText() ? "'" : "");
         }
     }
     std::string code = cellFormatCode(formatCodeOf(record));

@@ -12,7 +12,7 @@
 
 namespace sumora {
 
-std::optional<LambdaCall> lambdaArg(FunctionContext& c, size_t i) {
+std::optional<LambdaCall> lambdaArg(FunctionContext& c, size_t i, size_t parameters) {
     if (!c.hasArg(i)) return std::nullopt;
     const FormulaNode& node = c.argNode(i);
     if (node.kind != NodeKind::functionCall || !node.call.function ||
@@ -20,7 +20,7 @@ std::optional<LambdaCall> lambdaArg(FunctionContext& c, size_t i) {
         return std::nullopt;
     std::vector<uint32_t> args;
     c.tree().arguments(node, args);
-    if (args.empty()) return std::nullopt;
+    if (args.size() != parameters + 1) return std::nullopt;
     LambdaCall lambda;
     for (size_t k = 0; k + 1 < args.size(); ++k) {
         const FormulaNode& parameter = c.tree().node(args[k]);
@@ -35,7 +35,8 @@ FormulaValue applyLambda(FunctionContext& c, const LambdaCall& lambda, std::span
     if (values.size() != lambda.parameters.size()) return err(ErrorKind::invalidValue);
     FormulaEvaluator& evaluator = c.evaluator();
     const size_t mark = evaluator.variableCount();
-    for (size_t k = 0; k < values.size(); ++k) evaluator.pushVariable(std::string(lambda.parameters[k]), values[k]);
+    for (size_t k = 0; k < values.size(); ++k)
+        evaluator.pushVariable(std::string(lambda.parameters[k]), values[k]);
     FormulaValue result = evaluator.evaluate(c.tree(), lambda.body, c.depth() + 1);
     evaluator.popVariables(mark);
     return result;
@@ -66,7 +67,7 @@ FormulaValue isOmitted(FunctionContext& c) {
 // each position; a single value stands for every position
 FormulaValue map(FunctionContext& c) {
     const size_t arrays = c.argCount() - 1;
-    auto lambda = lambdaArg(c, arrays);
+    auto lambda = lambdaArg(c, arrays, arrays);
     if (!lambda) return err(ErrorKind::invalidValue);
     std::vector<ValueRows> inputs;
     size_t height = 1, width = 1;
@@ -98,7 +99,7 @@ FormulaValue map(FunctionContext& c) {
 // argument is left empty) and takes the lambda's value at each array value,
 // row by row.
 FormulaValue accumulate(FunctionContext& c, bool keepSteps) {
-    auto lambda = lambdaArg(c, 2);
+    auto lambda = lambdaArg(c, 2, 2);
     if (!lambda) return err(ErrorKind::invalidValue);
     FormulaValue accumulator = scalarOf(c.evaluate(0));
     auto rows = rowsArg(c, 1);
@@ -127,7 +128,7 @@ FormulaValue scan(FunctionContext& c) {
 // BYROW and BYCOL: the lambda applied to each row (column) as an array,
 // one result per line.
 FormulaValue byLine(FunctionContext& c, bool rowsWise) {
-    auto lambda = lambdaArg(c, 1);
+    auto lambda = lambdaArg(c, 1, 1);
     if (!lambda) return err(ErrorKind::invalidValue);
     auto data = rowsArg(c, 0);
     if (!data) return data.failure;
@@ -135,8 +136,8 @@ FormulaValue byLine(FunctionContext& c, bool rowsWise) {
     ValueRow results;
     results.reserve(lines.size());
     for (ValueRow& line : lines) {
-        const FormulaValue values[] = {FormulaValue::array(rowsWise ? ValueRows{std::move(line)}
-                                                                    : transposeRows(ValueRows{std::move(line)}))};
+        const FormulaValue values[] = {FormulaValue::array(
+            rowsWise ? ValueRows{std::move(line)} : transposeRows(ValueRows{std::move(line)}))};
         results.push_back(cellResult(applyLambda(c, *lambda, values)));
     }
     ValueRows out{std::move(results)};

@@ -17,9 +17,9 @@ struct LambdaCall {
     uint32_t body = 0;
 };
 
-// Argument i when it is a LAMBDA(param1, ..., body) call with bare parameter
-// names; nothing otherwise.
-std::optional<LambdaCall> lambdaArg(FunctionContext& c, size_t i);
+// Argument i when it is a LAMBDA(param1, ..., body) call with `parameters`
+// bare parameter names; nothing otherwise.
+std::optional<LambdaCall> lambdaArg(FunctionContext& c, size_t i, size_t parameters);
 
 // The body's value with the parameters bound to `values` in order; "#VALUE!"
 // when the counts differ.

@@ -54,7 +54,8 @@ FormulaValue sortBy(FunctionContext& c) {
     });
     ValueRows sorted;
     sorted.reserve(lines.size());
-    for (size_t k : order) sorted.push_back(std::move(lines[k]));
+    for (size_t k : order)
+        sorted.push_back(std::move(lines[k]));
     return FormulaValue::array(byColumns.value_or(false) ? transposeRows(sorted) : std::move(sorted));
 }
 

@@ -4,6 +4,7 @@
 // recalculation.
 #include <cmath>
 #include <memory>
+#include <optional>
 
 #include <unicode/regex.h>
 #include <unicode/unistr.h>
@@ -34,29 +35,29 @@ ArgValue<bool> ignoreCaseArg(FunctionContext& c, size_t i) {
     return {n == 1, {}};
 }
 
-// A matcher of the pattern (argument 1) over the text (argument 0).
+// A matcher of the pattern (argument 1) over the text (argument 0). The
+// matcher keeps a pointer to `text`, so a Compiled is filled in place.
 struct Compiled {
     icu::UnicodeString text;
     std::unique_ptr<icu::RegexMatcher> matcher;
-    FormulaValue failure;
 };
 
-Compiled compile(FunctionContext& c, size_t caseArg) {
-    Compiled out;
+// Nothing when the pattern compiled, else the call's result.
+std::optional<FormulaValue> compile(FunctionContext& c, size_t caseArg, Compiled& re) {
     auto text = textArg(c, 0);
-    if (!text) return {{}, nullptr, text.failure};
+    if (!text) return text.failure;
     auto pattern = textArg(c, 1);
-    if (!pattern) return {{}, nullptr, pattern.failure};
+    if (!pattern) return pattern.failure;
     auto ignoreCase = ignoreCaseArg(c, caseArg);
-    if (!ignoreCase) return {{}, nullptr, ignoreCase.failure};
-    out.text = icu::UnicodeString::fromUTF8(*text);
+    if (!ignoreCase) return ignoreCase.failure;
+    re.text = icu::UnicodeString::fromUTF8(*text);
     UErrorCode status = U_ZERO_ERROR;
-    out.matcher = std::make_unique<icu::RegexMatcher>(icu::UnicodeString::fromUTF8(*pattern),
-                                                      *ignoreCase ? UREGEX_CASE_INSENSITIVE : 0, status);
-    if (U_FAILURE(status)) return {{}, nullptr, err(ErrorKind::invalidValue)};
-    out.matcher->setTimeLimit(kMatchTimeLimit, status);
-    out.matcher->reset(out.text);
-    return out;
+    re.matcher = std::make_unique<icu::RegexMatcher>(icu::UnicodeString::fromUTF8(*pattern),
+                                                     *ignoreCase ? UREGEX_CASE_INSENSITIVE : 0, status);
+    if (U_FAILURE(status)) return err(ErrorKind::invalidValue);
+    re.matcher->setTimeLimit(kMatchTimeLimit, status);
+    re.matcher->reset(re.text);
+    return std::nullopt;
 }
 
 // The next match, or false at the end or when ICU gave up.
@@ -66,8 +67,8 @@ bool findNext(icu::RegexMatcher& m, UErrorCode& status) {
 
 // REGEXTEST(text, pattern, [case_sensitivity]) — whether any part matches
 FormulaValue regexTest(FunctionContext& c) {
-    Compiled re = compile(c, 2);
-    if (!re.matcher) return re.failure;
+    Compiled re;
+    if (auto failure = compile(c, 2, re)) return *failure;
     UErrorCode status = U_ZERO_ERROR;
     bool found = findNext(*re.matcher, status);
     if (U_FAILURE(status)) return err(ErrorKind::invalidValue);
@@ -82,14 +83,16 @@ FormulaValue regexExtract(FunctionContext& c) {
     if (!mode) return mode.failure;
     const double m = std::trunc(*mode);
     if (m != 0 && m != 1 && m != 2) return err(ErrorKind::invalidValue);
-    Compiled re = compile(c, 3);
-    if (!re.matcher) return re.failure;
+    Compiled re;
+    if (auto failure = compile(c, 3, re)) return *failure;
     UErrorCode status = U_ZERO_ERROR;
-    if (!findNext(*re.matcher, status)) return err(U_FAILURE(status) ? ErrorKind::invalidValue : ErrorKind::notAvailable);
+    if (!findNext(*re.matcher, status))
+        return err(U_FAILURE(status) ? ErrorKind::invalidValue : ErrorKind::notAvailable);
     if (m == 0) return txt(utf8(re.matcher->group(status)));
     if (m == 2) {
         ValueRow groups;
-        for (int32_t g = 1; g <= re.matcher->groupCount(); ++g) groups.push_back(txt(utf8(re.matcher->group(g, status))));
+        for (int32_t g = 1; g <= re.matcher->groupCount(); ++g)
+            groups.push_back(txt(utf8(re.matcher->group(g, status))));
         if (groups.empty()) groups.push_back(txt(utf8(re.matcher->group(status))));
         return FormulaValue::array({std::move(groups)});
     }
@@ -110,8 +113,8 @@ FormulaValue regexReplace(FunctionContext& c) {
     if (!replacement) return replacement.failure;
     auto occurrence = numberArgOr(c, 3, 0);
     if (!occurrence) return occurrence.failure;
-    Compiled re = compile(c, 4);
-    if (!re.matcher) return re.failure;
+    Compiled re;
+    if (auto failure = compile(c, 4, re)) return *failure;
     const icu::UnicodeString with = icu::UnicodeString::fromUTF8(*replacement);
     UErrorCode status = U_ZERO_ERROR;
     const double n = std::trunc(*occurrence);
@@ -122,7 +125,8 @@ FormulaValue regexReplace(FunctionContext& c) {
     }
     // Count the matches, then rewrite only the chosen one.
     double count = 0;
-    while (findNext(*re.matcher, status)) ++count;
+    while (findNext(*re.matcher, status))
+        ++count;
     if (U_FAILURE(status)) return err(ErrorKind::invalidValue);
     const double target = n > 0 ? n : count + n + 1;
     if (target < 1 || target > count) return txt(utf8(re.text));

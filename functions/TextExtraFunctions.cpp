@@ -59,8 +59,9 @@ FormulaValue jis(FunctionContext& c) {
 FormulaValue phonetic(FunctionContext& c) {
     ReferenceResult r = referenceArg(c, 0);
     if (r.error) return *r.error;
-    FormulaValue v = r.reference ? c.resolver().cellValue(r.reference->col1, r.reference->row1, r.reference->sheetView())
-                                 : scalarOf(c.evaluate(0));
+    FormulaValue v =
+        r.reference ? c.resolver().cellValue(r.reference->col1, r.reference->row1, r.reference->sheetView())
+                    : scalarOf(c.evaluate(0));
     if (v.isError()) return v;
     return txt(v.description());
 }
@@ -74,12 +75,16 @@ void appendThaiBelowMillion(std::string& out, int64_t n, bool afterHigher) {
     const int64_t whole = n;
     for (int place = 5; place >= 0; --place) {
         int64_t power = 1;
-        for (int k = 0; k < place; ++k) power *= 10;
+        for (int k = 0; k < place; ++k)
+            power *= 10;
         int digit = static_cast<int>(n / power % 10);
         if (digit == 0) continue;
-        if (place == 1 && digit == 1) out += "สิบ";
-        else if (place == 1 && digit == 2) out += "ยี่สิบ";
-        else if (place == 0 && digit == 1 && (whole > 1 || afterHigher)) out += "เอ็ด";
+        if (place == 1 && digit == 1)
+            out += "สิบ";
+        else if (place == 1 && digit == 2)
+            out += "ยี่สิบ";
+        else if (place == 0 && digit == 1 && (whole > 1 || afterHigher))
+            out += "เอ็ด";
         else {
             out += kDigits[digit];
             out += kPlaces[place];

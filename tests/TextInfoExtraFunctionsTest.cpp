@@ -57,9 +57,10 @@ TEST(TextInfoExtraFunctions, MatchTheReferenceTable) {
 TEST(TextInfoExtraFunctions, CellFormatCodesFollowTheNumberFormat) {
     test::TestBook book = textInfoBook();
     const std::pair<const char*, const char*> formats[] = {
-        {"0.00", "F2"},     {"#,##0", ",0"},        {"0%", "P0"},         {"0.00E+00", "S2"},
-        {"$#,##0.00", "C2"}, {"#,##0;[Red]-#,##0", ",0-"}, {"d-mmm-yy", "D1"}, {"h:mm", "D9"},
-        {"@", "@"},          {"0.0_);(0.0)", "F1"},   {"(0.0)", "F1()"}};
+        {"0.00", "F2"},        {"#,##0", ",0"},     {"0%", "P0"},
+        {"0.00E+00", "S2"},    {"$#,##0.00", "C2"}, {"#,##0;[Red]-#,##0", ",0-"},
+        {"d-mmm-yy", "D1"},    {"h:mm", "D9"},      {"@", "@"},
+        {"0.0_);(0.0)", "F1"}, {"(0.0)", "F1()"}};
     Sheet& sheet = book.doc.sheets[0];
     for (const auto& [code, expected] : formats) {
         CellFormat format;
@@ -73,7 +74,8 @@ TEST(TextInfoExtraFunctions, LambdaParametersAreNotWorkbookNames) {
     // The parameters parse as variables although no workbook name exists.
     test::TestBook book = textInfoBook();
     EXPECT_EQ(test::renderValue(book.evalValue("=MAP(C2:C3,LAMBDA(x,LET(y,x+1,y*x)))")), "110;420");
-    EXPECT_EQ(test::renderValue(book.evalValue("=MAKEARRAY(2,1,LAMBDA(r,c,REDUCE(0,SEQUENCE(r),LAMBDA(a,v,a+v))))")),
+    EXPECT_EQ(test::renderValue(
+                  book.evalValue("=MAKEARRAY(2,1,LAMBDA(r,c,REDUCE(0,SEQUENCE(r),LAMBDA(a,v,a+v))))")),
               "1;3");
 }
 
@@ -87,8 +89,10 @@ TEST(TextInfoExtraFunctions, OdsPrefixedNamesReadAsKnownFunctions) {
         {"CHISQDIST(1;2)", "CHISQ.DIST(1,2,TRUE)"},
         {"CHISQDIST(CHISQDIST(1;2);2;FALSE())", "CHISQ.DIST(CHISQ.DIST(1,2,TRUE),2,FALSE)"},
     };
-    for (const auto& [odf, engine] : cases) EXPECT_EQ(ods::formulaFromOpenFormula(odf), engine) << odf;
-    EXPECT_EQ(ods::openFormulaFromFormula("CHIDIST(3,2)+NORMSDIST(1)"), "LEGACY.CHIDIST(3;2)+LEGACY.NORMSDIST(1)");
+    for (const auto& [odf, engine] : cases)
+        EXPECT_EQ(ods::formulaFromOpenFormula(odf), engine) << odf;
+    EXPECT_EQ(ods::openFormulaFromFormula("CHIDIST(3,2)+NORMSDIST(1)"),
+              "LEGACY.CHIDIST(3;2)+LEGACY.NORMSDIST(1)");
 }
 
 } // namespace
