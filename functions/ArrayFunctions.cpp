@@ -191,6 +191,7 @@ FormulaValue evaluateMakeArray(FunctionContext& c) {
             }
         return FormulaValue::array(std::move(out));
     }
+    if (isLambdaArg(c, 2)) return err(ErrorKind::invalidValue); // a LAMBDA of the wrong shape
     FormulaValue value = scalarOf(c.evaluate(2));
     return FormulaValue::array(ValueRows(height, ValueRow(width, value)));
 }

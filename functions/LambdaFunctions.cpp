@@ -12,12 +12,16 @@
 
 namespace sumora {
 
-std::optional<LambdaCall> lambdaArg(FunctionContext& c, size_t i, size_t parameters) {
-    if (!c.hasArg(i)) return std::nullopt;
+bool isLambdaArg(FunctionContext& c, size_t i) {
+    if (!c.hasArg(i)) return false;
     const FormulaNode& node = c.argNode(i);
-    if (node.kind != NodeKind::functionCall || !node.call.function ||
-        !node.call.function->is(FunctionFlags::bindsParameters))
-        return std::nullopt;
+    return node.kind == NodeKind::functionCall && node.call.function &&
+           node.call.function->is(FunctionFlags::bindsParameters);
+}
+
+std::optional<LambdaCall> lambdaArg(FunctionContext& c, size_t i, size_t parameters) {
+    if (!isLambdaArg(c, i)) return std::nullopt;
+    const FormulaNode& node = c.argNode(i);
     std::vector<uint32_t> args;
     c.tree().arguments(node, args);
     if (args.size() != parameters + 1) return std::nullopt;

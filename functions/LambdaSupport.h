@@ -20,6 +20,8 @@ struct LambdaCall {
 // Argument i when it is a LAMBDA(param1, ..., body) call with `parameters`
 // bare parameter names; nothing otherwise.
 std::optional<LambdaCall> lambdaArg(FunctionContext& c, size_t i, size_t parameters);
+// Whether argument i is a LAMBDA call at all (of whatever shape).
+bool isLambdaArg(FunctionContext& c, size_t i);
 
 // The body's value with the parameters bound to `values` in order; "#VALUE!"
 // when the counts differ.
