@@ -13,6 +13,8 @@
 
 namespace sumora {
 
+class SumoraDocument;
+
 // A rectangle as evaluation sees it; `sheet` empty means the current sheet.
 struct RangeSpec {
     int64_t col1 = 0, row1 = 0, col2 = 0, row2 = 0;
@@ -70,6 +72,11 @@ public:
     virtual CellRef currentCell() const = 0;
     // The formula text of a cell, for ISFORMULA; nothing for a constant.
     virtual std::optional<std::string> cellFormula(int64_t col, int64_t row, std::optional<std::string_view> sheet) = 0;
+    // The workbook behind the cells and the position of the current sheet in
+    // it, for the information functions (SHEET, SHEETS, CELL); none when the
+    // resolver stands alone.
+    virtual const SumoraDocument* workbook() const { return nullptr; }
+    virtual size_t currentSheetIndex() const { return 0; }
 
     // The interface under the names the rest of the system uses.
     FormulaValue getCellValue(const CellRef& at) {

@@ -41,11 +41,15 @@ void DependencyGraph::collectRefs(const FormulaTree& tree, const std::vector<Nam
 
 void DependencyGraph::collectLetVariables(const FormulaTree& tree, std::vector<std::string_view>& out) {
     std::vector<uint32_t> args;
+    // Bare names declared by a LET or LAMBDA of this formula are its variables.
     for (const FormulaNode& n : tree.nodes) {
-        if (n.kind != NodeKind::functionCall || tree.functionName(n) != "LET") continue;
+        if (n.kind != NodeKind::functionCall || !n.call.function) continue;
+        const bool parameters = n.call.function->is(FunctionFlags::bindsParameters);
+        if (!parameters && !n.call.function->is(FunctionFlags::bindsNames)) continue;
         args.clear();
         tree.arguments(n, args);
-        for (size_t k = 0; k + 1 < args.size(); k += 2)
+        const size_t step = parameters ? 1 : 2;
+        for (size_t k = 0; k + 1 < args.size(); k += step)
             if (tree.node(args[k]).kind == NodeKind::name)
                 out.push_back(tree.string(tree.node(args[k]).stringIndex));
     }

@@ -129,6 +129,7 @@ uint32_t FormulaParser::parseCall(std::string name) {
     call.call.function = registry_->find(name);
     call.call.argCount = 0;
     const bool isLet = call.call.function && call.call.function->is(FunctionFlags::bindsNames);
+    const bool isLambda = call.call.function && call.call.function->is(FunctionFlags::bindsParameters);
     call.call.nameIndex = addString(std::move(name));
     size_t scopeMark = letScope_.size();
     const Token* t = peek();
@@ -141,8 +142,10 @@ uint32_t FormulaParser::parseCall(std::string name) {
         uint32_t arg;
         const Token* a = peek();
         // LET(name1, value1, name2, value2, …, body): a bare name in a name
-        // slot declares a variable visible in the arguments that follow.
-        if (isLet && call.call.argCount % 2 == 0 && a && a->kind == TokenKind::functionName && pos_ + 1 < tokens_.size() &&
+        // slot declares a variable visible in the arguments that follow;
+        // LAMBDA(param1, …, body) declares one in every slot but the last.
+        const bool nameSlot = isLambda || (isLet && call.call.argCount % 2 == 0);
+        if (nameSlot && a && a->kind == TokenKind::functionName && pos_ + 1 < tokens_.size() &&
             tokens_[pos_ + 1].kind == TokenKind::comma) {
             FormulaNode n;
             n.kind = NodeKind::name;

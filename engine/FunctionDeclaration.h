@@ -27,7 +27,7 @@
 //       no numbers through declaredNumber; logical, information, lookup).
 //     - flags, joined with `|`: `none`, `listed` (has a catalogue entry: only
 //       the catalogue's fixed entries carry it), `volatileResult` (RAND, NOW),
-//       `bindsNames` (LET), `producesArray` (spills), `countReported` (a wrong
+//       `bindsNames` (LET), `bindsParameters` (LAMBDA), `producesArray` (spills), `countReported` (a wrong
 //       count is "#VALUE! (NAME expects 3-6 args, got 2)").
 //     - signature and description: the call shape and one sentence ending in a
 //       full stop. `listed` rows are shown in table order, the families in the
@@ -75,6 +75,7 @@ enum class FunctionFlags : uint8_t {
     bindsNames = 1 << 2,     // bare names in its arguments are its own variables
     producesArray = 1 << 3,  // result is an array that spills
     countReported = 1 << 4,  // a wrong count is wrongArgumentCount, not plain "#VALUE!"
+    bindsParameters = 1 << 5, // every argument but the last is a parameter name (LAMBDA)
 };
 constexpr FunctionFlags operator|(FunctionFlags a, FunctionFlags b) {
     return static_cast<FunctionFlags>(static_cast<uint8_t>(a) | static_cast<uint8_t>(b));
@@ -133,6 +134,7 @@ constexpr auto volatileResult = FunctionFlags::volatileResult;
 constexpr auto bindsNames = FunctionFlags::bindsNames;
 constexpr auto producesArray = FunctionFlags::producesArray;
 constexpr auto countReported = FunctionFlags::countReported;
+constexpr auto bindsParameters = FunctionFlags::bindsParameters;
 } // namespace declare
 
 } // namespace sumora

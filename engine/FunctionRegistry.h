@@ -63,5 +63,11 @@ void registerEngineeringFunctions(FunctionRegistry&);
 void registerComplexFunctions(FunctionRegistry&);
 void registerMatrixFunctions(FunctionRegistry&);
 void registerUnitConversionFunctions(FunctionRegistry&);
+void registerTextExtraFunctions(FunctionRegistry&);
+void registerRegexFunctions(FunctionRegistry&);
+void registerInfoExtraFunctions(FunctionRegistry&);
+void registerLambdaFunctions(FunctionRegistry&);
+void registerLookupExtraFunctions(FunctionRegistry&);
+void registerDatabaseExtraFunctions(FunctionRegistry&);
 
 } // namespace sumora

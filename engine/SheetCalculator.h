@@ -80,6 +80,8 @@ class SheetCalculator : public CellResolver {
     CellRef currentCell() const override { return current_; }
     std::optional<std::string> cellFormula(int64_t col, int64_t row,
                                            std::optional<std::string_view> sheet) override;
+    const SumoraDocument* workbook() const override { return &document_; }
+    size_t currentSheetIndex() const override { return sheetIndex_; }
 
   private:
     using FormulaId = DependencyGraph::FormulaId;

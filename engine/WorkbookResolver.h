@@ -21,6 +21,8 @@ public:
     std::optional<CellRange> resolveNamedRange(std::string_view name) override;
     CellRef currentCell() const override { return current_; }
     std::optional<std::string> cellFormula(int64_t col, int64_t row, std::optional<std::string_view> sheet) override;
+    const SumoraDocument* workbook() const override { return &document_; }
+    size_t currentSheetIndex() const override { return sheetIndex_; }
 
     void setCurrentCell(CellRef cell) { current_ = std::move(cell); }
     // The sheet a reference names (current when empty), or nullptr.

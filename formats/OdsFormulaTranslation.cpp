@@ -210,8 +210,27 @@ void appendEngineReference(std::string& out, std::string_view ref) {
 }
 
 // Prefixes that mark function names outside OpenDocument's own set.
-constexpr std::array<std::string_view, 4> kForeignFunctionPrefixes = {"COM.MICROSOFT.", "_XLFN.", "_XLWS.",
-                                                                      "LEGACY."};
+constexpr std::array<std::string_view, 6> kForeignFunctionPrefixes = {
+    "COM.MICROSOFT.", "_XLFN.", "_XLWS.", "LEGACY.", "ORG.OPENOFFICE.", "ORG.LIBREOFFICE."};
+
+// The closing parenthesis of the call whose "(" is at `open` (npos when it
+// never closes), with the count of ";" between its arguments.
+size_t closingParenthesis(std::string_view f, size_t open, size_t& separators) {
+    int depth = 0;
+    separators = 0;
+    for (size_t i = open; i < f.size();) {
+        char c = f[i];
+        if (c == '"' || c == '\'') {
+            i = endOfQuoted(f, i, c);
+            continue;
+        }
+        if (c == '(' || c == '{') ++depth;
+        if ((c == ')' || c == '}') && --depth == 0) return i;
+        if (c == ';' && depth == 1) ++separators;
+        ++i;
+    }
+    return std::string_view::npos;
+}
 
 } // namespace
 
@@ -232,9 +251,14 @@ std::string formulaFromOpenFormula(std::string_view f) {
     out.reserve(f.size());
     int braces = 0;
     size_t i = 0;
+    std::vector<size_t> appendTrueAt; // closing parentheses of CHISQDIST(x; df)
     while (i < f.size()) {
         char c = f[i];
-        if (c == '"') {
+        if (c == ')' && !appendTrueAt.empty() && appendTrueAt.back() == i) {
+            appendTrueAt.pop_back();
+            out += ",TRUE)";
+            ++i;
+        } else if (c == '"') {
             size_t end = endOfQuoted(f, i, '"');
             out.append(f.substr(i, end - i));
             i = end;
@@ -275,6 +299,15 @@ std::string formulaFromOpenFormula(std::string_view f) {
                     continue;
                 }
                 if (upper == "FORMULA") name = "FORMULATEXT";
+                // The OpenFormula chi-square functions are the left-tailed
+                // ones; CHISQDIST's cumulative argument defaults to TRUE.
+                if (upper == "CHISQINV") name = "CHISQ.INV";
+                if (upper == "CHISQDIST") {
+                    name = "CHISQ.DIST";
+                    size_t separators = 0;
+                    size_t close = closingParenthesis(f, open, separators);
+                    if (close != std::string_view::npos && separators == 1) appendTrueAt.push_back(close);
+                }
             }
             out.append(name);
             i = end;
@@ -299,6 +332,10 @@ constexpr std::array<std::string_view, 19> kPrefixedUndottedFunctions = {
     "AGGREGATE", "CEILING",  "CONCAT", "ENCODEURL", "FILTER",   "FLOOR", "IFS",
     "LET",       "MAXIFS",   "MINIFS", "RANDARRAY", "SEQUENCE", "SORT",  "SORTBY",
     "SWITCH",    "TEXTJOIN", "UNIQUE", "XLOOKUP",   "XMATCH"};
+// Functions that OpenDocument files name with the "LEGACY." prefix: the
+// right-tailed distributions whose OpenFormula names mean something else.
+constexpr std::array<std::string_view, 8> kLegacyFunctions = {
+    "CHIDIST", "CHIINV", "CHITEST", "FDIST", "FINV", "NORMSDIST", "NORMSINV", "TDIST"};
 // Dotted names that OpenDocument has under the same name.
 constexpr std::array<std::string_view, 2> kNativeDottedFunctions = {"ERROR.TYPE", "ISO.CEILING"};
 
@@ -306,6 +343,11 @@ void appendOdfFunctionName(std::string& out, std::string_view name) {
     std::string upper = upperAscii(name);
     if (upper == "FORMULATEXT") {
         out += "FORMULA";
+        return;
+    }
+    if (std::find(kLegacyFunctions.begin(), kLegacyFunctions.end(), upper) != kLegacyFunctions.end()) {
+        out += "LEGACY.";
+        out.append(name);
         return;
     }
     bool dotted = upper.find('.') != std::string::npos;

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "functions/LambdaSupport.h"
 #include "functions/ReferenceSupport.h"
 
 namespace sumora {
@@ -172,19 +173,27 @@ FormulaValue evaluateTranspose(FunctionContext& c) {
     return FormulaValue::array(transposeRows(*data));
 }
 
-// MAKEARRAY(rows, cols, value) — a rows × cols array of one value. Formulas
-// cannot define a LAMBDA here, so a LAMBDA argument is "#VALUE!".
+// MAKEARRAY(rows, cols, lambda(row, col)) — a rows × cols array of the
+// lambda's values at each 1-based position; a plain value fills every cell.
 FormulaValue evaluateMakeArray(FunctionContext& c) {
     auto rows = c.evalNum(0), cols = c.evalNum(1);
     if (!rows || !cols) return err(ErrorKind::invalidValue);
     double r = std::trunc(*rows), k = std::trunc(*cols);
     if (!(r >= 1) || !(k >= 1)) return err(ErrorKind::invalidValue);
     if (r * k > static_cast<double>(kMaxArrayCells)) return err(ErrorKind::invalidNumber);
-    const FormulaNode& fill = c.argNode(2);
-    if (fill.kind == NodeKind::functionCall && c.tree().functionName(fill) == "LAMBDA")
-        return err(ErrorKind::invalidValue);
+    const auto height = static_cast<size_t>(r), width = static_cast<size_t>(k);
+    if (auto lambda = lambdaArg(c, 2, 2)) {
+        ValueRows out(height, ValueRow(width));
+        for (size_t row = 0; row < height; ++row)
+            for (size_t col = 0; col < width; ++col) {
+                const FormulaValue position[] = {num(static_cast<double>(row + 1)), num(static_cast<double>(col + 1))};
+                out[row][col] = scalarOf(applyLambda(c, *lambda, position));
+            }
+        return FormulaValue::array(std::move(out));
+    }
+    if (isLambdaArg(c, 2)) return err(ErrorKind::invalidValue); // a LAMBDA of the wrong shape
     FormulaValue value = scalarOf(c.evaluate(2));
-    return FormulaValue::array(ValueRows(static_cast<size_t>(r), ValueRow(static_cast<size_t>(k), value)));
+    return FormulaValue::array(ValueRows(height, ValueRow(width, value)));
 }
 
 } // namespace sumora

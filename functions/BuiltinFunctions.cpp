@@ -29,6 +29,12 @@ const FunctionRegistry& builtinFunctions() {
         registerComplexFunctions(r);
         registerMatrixFunctions(r);
         registerUnitConversionFunctions(r);
+        registerTextExtraFunctions(r);
+        registerRegexFunctions(r);
+        registerInfoExtraFunctions(r);
+        registerLambdaFunctions(r);
+        registerLookupExtraFunctions(r);
+        registerDatabaseExtraFunctions(r);
         return r;
     }();
     return registry;

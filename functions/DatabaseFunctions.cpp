@@ -9,6 +9,7 @@
 #include "engine/FunctionContext.h"
 #include "engine/FunctionRegistry.h"
 #include "functions/Criteria.h"
+#include "functions/DatabaseSupport.h"
 
 namespace sumora {
 
@@ -150,6 +151,37 @@ constexpr FunctionDeclaration kDatabaseFunctions[] = {
 // clang-format on
 
 } // namespace
+
+std::optional<DatabaseSelection> selectDatabaseRecords(FunctionContext& c) {
+    ValueRows database = c.resolve2DValues(0);
+    if (database.empty()) return std::nullopt;
+    const ValueRow& fields = database.front();
+    DatabaseSelection selection;
+    FormulaValue field = scalarOf(c.evaluate(1));
+    if (field.isError()) {
+        selection.failure = field;
+        return selection;
+    }
+    if (field.isNumber()) {
+        double index = std::trunc(field.numberValue());
+        if (index < 1 || index > static_cast<double>(fields.size())) return std::nullopt;
+        selection.column = static_cast<size_t>(index) - 1;
+    } else if (!field.description().empty()) {
+        selection.column = fieldColumn(fields, field.description());
+        if (!selection.column) return std::nullopt;
+    }
+    auto criteria = compileCriteria(c.resolve2DValues(2), fields);
+    if (!criteria) return std::nullopt;
+    for (size_t r = 1; r < database.size(); ++r) {
+        const ValueRow& record = database[r];
+        if (!recordMatches(record, *criteria)) continue;
+        ++selection.records;
+        if (selection.column)
+            selection.values.push_back(*selection.column < record.size() ? record[*selection.column]
+                                                                         : FormulaValue::empty());
+    }
+    return selection;
+}
 
 void registerDatabaseFunctions(FunctionRegistry& r) {
     r.add(FunctionFamily::database, kDatabaseFunctions);

@@ -324,6 +324,17 @@ constexpr FunctionDeclaration kTextFunctions[] = {
     {"TEXTBEFORE", textfn::textBefore, atLeast(2), numberArgRule, none},
     {"TEXTAFTER", textfn::textAfter, atLeast(2), numberArgRule, none},
     {"TEXTSPLIT", textfn::textSplit, atLeast(2), numberArgRule, producesArray},
+    // Unicode code points, and the byte forms: texts are counted in
+    // characters, as in single-byte locales where a character is a byte.
+    {"UNICHAR", charFromCode, exactly(1), numberArgRule, none, "UNICHAR(number)", "Returns the Unicode character of a code point."},
+    {"UNICODE", codeOfText, exactly(1), numberArgRule, none, "UNICODE(text)", "Returns the code point of the first character."},
+    {"LEFTB", left, between(1, 2), numberArgRule, none, "LEFTB(text, num_bytes)", "Returns characters from the start of a string."},
+    {"RIGHTB", right, between(1, 2), numberArgRule, none, "RIGHTB(text, num_bytes)", "Returns characters from the end of a string."},
+    {"MIDB", mid, exactly(3), numberArgRule, none, "MIDB(text, start, num_bytes)", "Returns characters from the middle of a string."},
+    {"LENB", len, exactly(1), numberArgRule, none, "LENB(text)", "Returns the number of characters in a string."},
+    {"FINDB", find, between(2, 3), numberArgRule, none, "FINDB(find_text, within_text, start)", "Finds text within another string (case-sensitive)."},
+    {"SEARCHB", search, between(2, 3), numberArgRule, none, "SEARCHB(find_text, within_text, start)", "Finds text within another string (case-insensitive)."},
+    {"REPLACEB", replace, exactly(4), numberArgRule, none, "REPLACEB(old_text, start, num_bytes, new_text)", "Replaces part of a text string."},
 };
 // clang-format on
 
