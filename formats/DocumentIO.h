@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "document/SumoraDocument.h"
+#include "formats/FileReplacement.h"
 #include "formats/LossReport.h"
 
 namespace sumora {

@@ -8,6 +8,7 @@
 #include "engine/WorkbookDependencies.h"
 #include "formats/XlsxWorksheetReader.h"
 #include "functions/BuiltinFunctions.h"
+#include "values/StrictNumber.h"
 
 namespace sumora {
 

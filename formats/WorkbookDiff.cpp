@@ -7,6 +7,7 @@
 #include "document/CellFormat.h"
 #include "engine/FormulaValue.h"
 #include "formats/XlsxWorksheetReader.h"
+#include "values/StrictNumber.h"
 
 namespace sumora {
 
