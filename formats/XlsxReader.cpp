@@ -107,7 +107,7 @@ void readSheetComments(ZipReader& archive, const std::string& path, Sheet& sheet
 
 } // namespace
 
-SumoraDocument readXlsxDocument(std::string_view bytes, bool recalculate) {
+SumoraDocument readXlsxDocument(std::string_view bytes) {
     Package package = openPackage(bytes);
     std::unique_ptr<ZipReader>& archive = package.archive;
     WorkbookInfo workbook = readWorkbook(*archive);
