@@ -8,6 +8,7 @@
 #include "engine/SheetCalculator.h"
 #include "formats/CsvFormat.h"
 #include "formats/DocumentIO.h"
+#include "functions/BuiltinFunctions.h"
 #include "tests/MemoryLimitSupport.h"
 #include "tests/TestSupport.h"
 
@@ -56,7 +57,7 @@ TEST(WholeSheetRanges, RecalculationGivesTheSameResults) {
     test::TestBook book = wholeSheetBook();
     for (size_t i = 0; i < kWholeSheetCases.size(); ++i)
         book.set("A" + std::to_string(i + 1), kWholeSheetCases[i].formula);
-    SheetCalculator(book.doc, 0).recalculateAll();
+    SheetCalculator(book.doc, 0, builtinFunctions()).recalculateAll();
     for (size_t i = 0; i < kWholeSheetCases.size(); ++i)
         EXPECT_EQ(book.doc.sheets[0].cell(static_cast<int64_t>(i), 0).displayValue(),
                   kWholeSheetCases[i].expected)
