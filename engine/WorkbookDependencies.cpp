@@ -146,8 +146,9 @@ std::vector<SheetCell> WorkbookDependencies::formulasIn(const SheetArea& area) c
 
 std::vector<SheetCell> WorkbookDependencies::dependents(const SheetCell& cell) const {
     std::vector<SheetCell> out;
-    for (const auto& [sheets, index] : indexes_) {
-        if (sheets.second != cell.sheet) continue;
+    for (const auto& entry : indexes_) {
+        if (entry.first.second != cell.sheet) continue;
+        const Index& index = entry.second;
         index.graph.forEachDependent(cell.col, cell.row, [&](DependencyGraph::FormulaId id) {
             out.push_back(formulas_[index.formulaOf[id]].at);
         });
