@@ -27,6 +27,10 @@ public:
     std::vector<Scenario> scenarios;
     bool isWorkbookProtected = false;
     std::optional<std::string> workbookPassword;
+    // What the reader found in the file but could not keep (a part that did
+    // not parse, a row beyond the grid…), one sentence each. Logged once when
+    // read; every save's loss report repeats them. Not part of equality.
+    std::vector<std::string> droppedOnOpen;
 
     // Grows a sheet so it holds at least `rows` × `cols`; never shrinks; an
     // invalid index does nothing.
