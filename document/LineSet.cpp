@@ -13,6 +13,11 @@ bool LineSet::contains(int64_t line) const {
 
 void LineSet::add(int64_t first, int64_t last) {
     if (first > last) return;
+    // Readers add lines in order: extending the last span is the common case.
+    if (!spans_.empty() && spans_.rbegin()->first <= first && spans_.rbegin()->second >= first - 1) {
+        spans_.rbegin()->second = std::max(spans_.rbegin()->second, last);
+        return;
+    }
     // Swallow every span that overlaps or touches [first, last].
     auto it = spans_.upper_bound(first);
     if (it != spans_.begin()) {

@@ -81,7 +81,8 @@ void WorksheetHandler::startElement(std::string_view name, const XmlAttributes& 
         hasValue_ = inCell_;
         return;
     }
-    if (name == "row") return startRow(a);
+    // Drawing anchors inside the part (xdr:row) are no rows of the sheet.
+    if (name == "row" && inSheetData_) return startRow(a);
     if (name == "f") return startFormula(a);
     if (name == "t") {
         inText_ = inInline_ && phoneticDepth_ == 0;
@@ -114,7 +115,7 @@ void WorksheetHandler::endElement(std::string_view name) {
         inInline_ = false;
     else if (name == "rPh")
         phoneticDepth_ = std::max(0, phoneticDepth_ - 1);
-    else if (name == "row") {
+    else if (name == "row" && inSheetData_) {
         endRow();
         inRow_ = false;
     } else if (name == "sheetData")
@@ -187,7 +188,10 @@ void WorksheetHandler::startRow(const XmlAttributes& a) {
         return;
     }
     if (sized) sheet_.rowHeights[currentRow_] = rowPixelsFromPoints(*height);
-    if (hidden) sheet_.hiddenRows.add(currentRow_);
+    if (hidden)
+        sheet_.hiddenRows.add(currentRow_);
+    else
+        listedRows_.add(currentRow_);
     if (level > 0) rowLevels_[currentRow_] = level;
     if (collapsed) collapsedRows_.insert(currentRow_);
 }
@@ -426,6 +430,8 @@ void WorksheetHandler::startOther(std::string_view name, const XmlAttributes& a)
         inSheetData_ = true;
     } else if (name == "sheetPr") {
         inSheetProperties_ = true;
+    } else if (name == "sheetFormatPr") {
+        rowsHiddenByDefault_ = parseBoolean(a.get("zeroHeight").value_or("0")).value_or(false);
     } else if (name == "tabColor" && inSheetProperties_ && context_.colors) {
         if (auto color = context_.colors->resolve(ColorElement::fromAttributes(a)))
             sheet_.tabColorHex = *color;
@@ -589,6 +595,8 @@ void WorksheetHandler::absorb(WorksheetHandler& other, Sheet& otherSheet) {
         sheet_.rowHeights[row] = height;
     for (const auto& [first, last] : otherSheet.hiddenRows.spans())
         sheet_.hiddenRows.add(first, last);
+    for (const auto& [first, last] : other.listedRows_.spans())
+        listedRows_.add(first, last);
     rowLevels_.insert(other.rowLevels_.begin(), other.rowLevels_.end());
     collapsedRows_.insert(other.collapsedRows_.begin(), other.collapsedRows_.end());
     if (skippedRowProperties_ == 0) firstSkippedRow_ = other.firstSkippedRow_;
@@ -643,6 +651,15 @@ void WorksheetHandler::finish() {
                       std::to_string(unusableGroups_.size()) + "; their cells keep their saved results");
     sheet_.growTo(std::max<int64_t>(usedRows_, 500), std::max<int64_t>(usedCols_, 26));
     applyColumns();
+    if (rowsHiddenByDefault_) {
+        LineSet hidden;
+        hidden.add(0, kMaxRows - 1);
+        for (const auto& [first, last] : listedRows_.spans())
+            hidden.remove(first, last);
+        for (const auto& [first, last] : sheet_.hiddenRows.spans())
+            hidden.add(first, last);
+        sheet_.hiddenRows = std::move(hidden);
+    }
     if (!rowLevels_.empty() || !collapsedRows_.empty())
         setRowOutline(sheet_, outlineSpans(rowLevels_, collapsedRows_));
     reportSkipped();

@@ -13,6 +13,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "document/LineSet.h"
 #include "formats/XlsxConditionalFormats.h"
 #include "formats/XlsxSharedFormula.h"
 #include "formats/XlsxValidations.h"
@@ -152,6 +153,10 @@ class WorksheetHandler : public XmlHandler {
     // Outline levels and collapsed flags of rows, turned into groups at the end.
     std::map<int64_t, int64_t> rowLevels_;
     std::set<int64_t> collapsedRows_;
+    // Rows listed without a hidden flag: the shown ones where rows are
+    // hidden by default (sheetFormatPr zeroHeight).
+    LineSet listedRows_;
+    bool rowsHiddenByDefault_ = false;
     // Rows beyond the grid whose properties were skipped; the first one's number.
     int64_t skippedRowProperties_ = 0;
     std::string firstSkippedRow_;

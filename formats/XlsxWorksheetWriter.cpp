@@ -4,6 +4,7 @@
 #include <array>
 #include <cstring>
 #include <map>
+#include <optional>
 #include <set>
 #include <vector>
 
@@ -45,6 +46,17 @@ std::optional<std::string_view> errorCode(std::string_view text) {
     return std::nullopt;
 }
 
+// Where a run of hidden rows reaching the grid's end starts, when it is
+// longer than the rows above it: such a sheet is written with rows hidden
+// by default (zeroHeight) and its shown rows listed, not a million hidden ones.
+std::optional<int64_t> hiddenToTheEnd(const Sheet& sheet) {
+    const auto& spans = sheet.hiddenRows.spans();
+    if (spans.empty()) return std::nullopt;
+    const auto& [first, last] = *spans.rbegin();
+    if (last < kMaxRows - 1 || first < 0 || kMaxRows - first <= first) return std::nullopt;
+    return first;
+}
+
 bool isBlank(const Cell& cell) {
     return !cell.formatHandle() && cell.isLocked() && !cell.hasFormula() && cell.displayValue().empty();
 }
@@ -80,8 +92,9 @@ class SheetDataWriter {
     struct RowAttributes {
         const double* height = nullptr;
         bool hidden = false, collapsed = false;
+        bool shown = false; // written although plain: rows default to hidden
         int64_t level = 0;
-        bool any() const { return height || hidden || collapsed || level > 0; }
+        bool any() const { return height || hidden || collapsed || shown || level > 0; }
     };
 
     // The rows that carry attributes, visited in order.
@@ -89,10 +102,12 @@ class SheetDataWriter {
       public:
         explicit RowProperties(const Sheet& sheet)
             : sheet_(sheet), levels_(outlineLevels(rowOutlineSpans(sheet))),
-              collapsed_(collapsedSummaryLines(rowOutlineSpans(sheet))) {}
+              collapsed_(collapsedSummaryLines(rowOutlineSpans(sheet))),
+              hiddenFrom_(hiddenToTheEnd(sheet).value_or(kMaxRows)) {}
 
         // The first row at or after `row` with attributes (kMaxRows when none).
         int64_t next(int64_t row) const {
+            if (row < hiddenFrom_ && hiddenFrom_ < kMaxRows) return row;
             int64_t best = kMaxRows;
             if (auto it = sheet_.rowHeights.lower_bound(row); it != sheet_.rowHeights.end())
                 best = std::min(best, std::max<int64_t>(it->first, 0));
@@ -100,11 +115,13 @@ class SheetDataWriter {
             if (auto it = collapsed_.lower_bound(row); it != collapsed_.end()) best = std::min(best, *it);
             const auto& hidden = sheet_.hiddenRows.spans();
             auto it = hidden.upper_bound(row);
+            // Rows hidden by default need no element.
+            int64_t hiddenRow = kMaxRows;
             if (it != hidden.begin() && std::prev(it)->second >= row)
-                best = std::min(best, row);
+                hiddenRow = row;
             else if (it != hidden.end())
-                best = std::min(best, it->first);
-            return best;
+                hiddenRow = it->first;
+            return hiddenRow < hiddenFrom_ ? std::min(best, hiddenRow) : best;
         }
 
         RowAttributes at(int64_t row) const {
@@ -113,6 +130,7 @@ class SheetDataWriter {
             if (auto it = levels_.find(row); it != levels_.end()) a.level = it->second;
             a.collapsed = collapsed_.count(row) > 0;
             a.hidden = sheet_.hiddenRows.contains(row);
+            a.shown = !a.hidden && row < hiddenFrom_ && hiddenFrom_ < kMaxRows;
             return a;
         }
 
@@ -120,6 +138,7 @@ class SheetDataWriter {
         const Sheet& sheet_;
         std::map<int64_t, int64_t> levels_;
         std::set<int64_t> collapsed_;
+        int64_t hiddenFrom_;
     };
 
     void writeRow(int64_t row, const RowAttributes& attributes) {
@@ -314,15 +333,18 @@ void appendSheetViews(std::string& out, const Sheet& sheet) {
     out += "</sheetView></sheetViews>";
 }
 
-// The outline depths Excel needs to size its outline margin.
+// The outline depths Excel needs to size its outline margin, and whether
+// rows are hidden unless listed.
 void appendSheetFormat(std::string& out, const Sheet& sheet) {
     int64_t rowDepth = 0, columnDepth = 0;
     for (const OutlineGroup& g : sheet.outlineGroups)
         rowDepth = std::max(rowDepth, std::clamp<int64_t>(g.level, 0, kMaxOutlineLevel));
     for (const ColumnOutlineGroup& g : sheet.columnOutlineGroups)
         columnDepth = std::max(columnDepth, std::clamp<int64_t>(g.level, 0, kMaxOutlineLevel));
-    if (rowDepth == 0 && columnDepth == 0) return;
+    bool zeroHeight = hiddenToTheEnd(sheet).has_value();
+    if (rowDepth == 0 && columnDepth == 0 && !zeroHeight) return;
     out += "<sheetFormatPr defaultRowHeight=\"15\"";
+    if (zeroHeight) out += " zeroHeight=\"1\"";
     if (rowDepth > 0) {
         out += " outlineLevelRow=\"";
         appendInt(out, rowDepth);

@@ -35,8 +35,13 @@ std::optional<int64_t> attributeNumber(std::string_view tag, std::string_view na
     return digits ? std::optional<int64_t>(n) : std::nullopt;
 }
 
-// Scans a worksheet's markup tag by tag; element prefixes ("x:row") are ignored.
-void count(std::string_view xml, Counts& counts) {
+// Scans a worksheet's markup tag by tag; element prefixes ("x:row") are
+// ignored. Where rows are hidden by default (zeroHeight), every row not
+// listed as shown counts as hidden.
+void count(std::string_view xml, Counts& total) {
+    Counts counts;
+    int64_t hiddenRows = 0, shownRows = 0;
+    bool hiddenByDefault = false;
     for (size_t at = xml.find('<'); at != std::string_view::npos; at = xml.find('<', at + 1)) {
         size_t end = xml.find('>', at);
         if (end == std::string_view::npos) break;
@@ -49,18 +54,28 @@ void count(std::string_view xml, Counts& counts) {
             ++counts.hyperlinks;
             continue;
         }
+        if (name == "sheetFormatPr") {
+            hiddenByDefault = tag.find(" zeroHeight=\"1\"") != std::string_view::npos ||
+                              tag.find(" zeroHeight=\"true\"") != std::string_view::npos;
+            continue;
+        }
         if (name != "row" && name != "col") continue;
         if (tag.find(" hidden=\"1\"") == std::string_view::npos &&
-            tag.find(" hidden=\"true\"") == std::string_view::npos)
+            tag.find(" hidden=\"true\"") == std::string_view::npos) {
+            shownRows += name == "row";
             continue;
+        }
         if (name == "row") {
-            ++counts.hiddenLines;
+            ++hiddenRows;
         } else {
             int64_t first = std::clamp<int64_t>(attributeNumber(tag, "min").value_or(1), 1, 16384);
             int64_t last = std::clamp<int64_t>(attributeNumber(tag, "max").value_or(first), first, 16384);
             counts.hiddenLines += last - first + 1;
         }
     }
+    if (hiddenByDefault) hiddenRows = std::max(hiddenRows, 1048576 - shownRows);
+    total.hiddenLines += counts.hiddenLines + hiddenRows;
+    total.hyperlinks += counts.hyperlinks;
 }
 
 Counts countPackage(const std::string& bytes) {

@@ -289,5 +289,19 @@ TEST(RowColumnDamage, SkippedPropertiesAndLinksAreReportedOnce) {
     EXPECT_TRUE(log.contains(doc.droppedOnOpen[1]));
 }
 
+// Rows hidden by default (all rows below the data, as users hide them) stay
+// one span in the model and in the saved file.
+TEST(RowColumnDamage, RowsHiddenByDefaultStayCheap) {
+    using namespace xlsxtest;
+    std::string rows = R"(<row r="1"><c r="A1"><v>1</v></c></row><row r="2"/><row r="3" hidden="1"/>)";
+    SumoraDocument doc =
+        TestPackage(worksheet(rows, R"(<sheetFormatPr defaultRowHeight="15" zeroHeight="1"/>)")).open();
+    EXPECT_EQ(hiddenText(doc.sheets[0].hiddenRows), "2-1048575");
+    std::string saved = writeXlsx(doc);
+    SumoraDocument reopened = openDocument(saved, "saved.xlsx", kXlsxContentType);
+    EXPECT_EQ(hiddenText(reopened.sheets[0].hiddenRows), "2-1048575");
+    EXPECT_LT(saved.size(), 4096u);
+}
+
 } // namespace
 } // namespace sumora
