@@ -5,10 +5,10 @@
 
 #include "app/FontResolver.h"
 #include "document/ColumnLetters.h"
+#include "document/HexColor.h"
 #include "engine/FormulaValue.h"
 #include "values/NumberFormat.h"
 #include "values/StrictNumber.h"
-#include "document/HexColor.h"
 
 namespace sumora::app {
 
@@ -38,6 +38,9 @@ QString fitGeneralNumber(double number, const QFontMetrics& metrics, int width) 
 }
 
 namespace {
+
+// The link colour of the usual office themes.
+const QColor kLinkColor(0x05, 0x63, 0xC1);
 
 Qt::Alignment horizontalAlignment(CellAlignment alignment, bool isNumber) {
     switch (alignment) {
@@ -83,7 +86,10 @@ const QFont& CellAppearanceBuilder::fontFor(const CellFormat* handle, const Cell
     if (it != fonts_.constEnd()) return *it;
     const QString name = format.fontName ? QString::fromStdString(*format.fontName) : defaults_.fontName;
     const double size = format.fontSize.value_or(defaults_.fontSize) * defaults_.zoom;
-    QFont font = FontResolver::instance().font(name, size);
+    // A file's font is asked for by name; the font system substitutes a
+    // missing one (Calibri → Carlito). The settings' default falls back as it did.
+    QFont font = format.fontName ? FontResolver::instance().cellFont(name, size)
+                                 : FontResolver::instance().font(name, size);
     font.setBold(format.isBold);
     font.setItalic(format.isItalic);
     font.setUnderline(format.isUnderline);
@@ -149,6 +155,11 @@ CellAppearance CellAppearanceBuilder::build(const Sheet& sheet, int64_t row, int
     a.thickBottom = format.borderThickBottom;
     a.isSpillResult = cell.isSpillResult();
     if (!sheet.cellComments.empty()) a.hasComment = sheet.cellComments.count(cellAddress(col, row)) > 0;
+    if (!sheet.hyperlinks.empty() && sheet.hyperlinks.count(cellAddress(col, row)) > 0) {
+        a.isLink = true;
+        a.font.setUnderline(true);
+        if (!format.fontColor && !formatColor.isValid()) a.textColor = kLinkColor;
+    }
 
     if (ConditionalFormatEvaluator* evaluator = evaluatorFor(sheet)) {
         if (auto conditional = evaluator->evaluate(col, row)) {

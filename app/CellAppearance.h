@@ -35,6 +35,7 @@ struct CellAppearance {
     bool borderTop = false, borderBottom = false, borderLeft = false, borderRight = false;
     bool thickBottom = false;
     bool hasComment = false;
+    bool isLink = false; // drawn underlined in the link colour
     bool isSpillResult = false;
     std::optional<double> dataBarFraction; // 0…1 of the cell's width
     QColor dataBarColor;

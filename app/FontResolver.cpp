@@ -33,6 +33,21 @@ QString FontResolver::family(const QString& requested) {
     return family;
 }
 
+QFont FontResolver::cellFont(const QString& requested, double pointSize) {
+    QFont f(requested);
+    f.setPointSizeF(pointSize > 0 ? pointSize : 12.0);
+    if (!substituted_.contains(requested)) {
+        const bool installed = QFontDatabase::hasFamily(requested);
+        substituted_.insert(requested, !installed);
+        if (!installed) {
+            ++fallbacks_;
+            Log::info("Font \"" + requested.toStdString() + "\" is not installed; drawing with \"" +
+                      QFontInfo(f).family().toStdString() + "\"");
+        }
+    }
+    return f;
+}
+
 QFont FontResolver::font(const QString& requested, double pointSize) {
     QFont f(family(requested));
     f.setPointSizeF(pointSize > 0 ? pointSize : 12.0);

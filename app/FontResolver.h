@@ -19,11 +19,17 @@ class FontResolver {
     QString family(const QString& requested);
     // A font of the resolved family at `pointSize`.
     QFont font(const QString& requested, double pointSize);
+    // A cell's font as its file names it: the family is kept (the font
+    // system substitutes a close match for a missing one, so the name
+    // survives saving and draws as well as the system can); a missing
+    // family is logged once.
+    QFont cellFont(const QString& requested, double pointSize);
     // How many names fell back so far (each is logged once).
     int fallbackCount() const { return fallbacks_; }
 
   private:
     QHash<QString, QString> resolved_;
+    QHash<QString, bool> substituted_;
     int fallbacks_ = 0;
 };
 

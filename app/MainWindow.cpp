@@ -23,6 +23,7 @@
 #include "app/SheetTabBar.h"
 #include "app/SheetTableModel.h"
 #include "app/tools/ToolActions.h"
+#include "editing/HyperlinkTarget.h"
 #include "editing/SumoraEditorView.h"
 
 namespace sumora::app {
@@ -117,6 +118,7 @@ void MainWindow::buildLayout() {
         documentChanged();
     });
     connect(grid_, &SheetGridView::layoutEdited, this, &MainWindow::markEdited);
+    connect(grid_, &SheetGridView::internalLinkActivated, this, &MainWindow::followInternalLink);
     connect(model_, &SheetTableModel::cellCommitted, this, [this] {
         markEdited();
         documentChanged();
@@ -204,15 +206,31 @@ void MainWindow::applyLayoutIfChanged() {
             hashCombine(signature, i * 31 + static_cast<int64_t>(w));
         for (const auto& [i, h] : sheet->rowHeights)
             hashCombine(signature, i * 37 + static_cast<int64_t>(h));
+        for (const LineSet* hidden : {&sheet->hiddenRows, &sheet->hiddenColumns})
+            for (const auto& [first, last] : hidden->spans())
+                hashCombine(signature, first * 41 + last);
+        hashCombine(signature, static_cast<int64_t>(editor_->autoFilterEnabled));
         hashCombine(signature, static_cast<int64_t>(model_->rowCount()));
         hashCombine(signature, static_cast<int64_t>(model_->columnCount()));
     }
     // With a filter on, any change of cells may change which rows show.
-    if (signature != layoutSignature_ || editor_->autoFilterEnabled ||
-        grid_->verticalHeader()->hiddenSectionCount() > 0) {
+    if (signature != layoutSignature_ || editor_->autoFilterEnabled) {
         layoutSignature_ = signature;
         grid_->applySheetLayout();
     }
+}
+
+// A link to a place in the workbook: its sheet becomes active and the cell selected.
+void MainWindow::followInternalLink(const QString& location) {
+    const size_t current = static_cast<size_t>(std::max<int64_t>(editor_->activeSheetIndex, 0));
+    auto destination = linkDestination(editor_->document, location.toStdString(), current);
+    if (!destination || editor_->document.sheets[destination->sheetIndex].isHidden) {
+        statusBar()->showMessage(tr("The link's destination \"%1\" does not exist.").arg(location), 5000);
+        return;
+    }
+    if (destination->sheetIndex != current) tabs_->activateSheet(destination->sheetIndex);
+    grid_->selectCell(static_cast<int>(std::min<int64_t>(destination->row, model_->rowCount() - 1)),
+                      static_cast<int>(std::min<int64_t>(destination->col, model_->columnCount() - 1)));
 }
 
 void MainWindow::sheetSwitched() {

@@ -109,6 +109,7 @@ class MainWindow : public QMainWindow, public DocumentContext {
     void freezePanes(int rows, int columns);
     // Re-applies sizes, merges and hidden rows when any of them changed.
     void applyLayoutIfChanged();
+    void followInternalLink(const QString& location);
     void sheetSwitched();
     void replaceDocument(SumoraDocument document);
 

@@ -2,14 +2,17 @@
 // to the data edge, Home/End), type-to-edit, Delete, the fill handle, and
 // picking cells for a function's arguments.
 #include <QApplication>
+#include <QDesktopServices>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QUrl>
 
 #include "app/FrozenPanes.h"
-#include "editing/GridNavigation.h"
 #include "app/SheetGridView.h"
 #include "app/SheetTableModel.h"
 #include "document/ColumnLetters.h"
+#include "editing/GridNavigation.h"
+#include "values/Log.h"
 
 namespace sumora::app {
 
@@ -187,12 +190,31 @@ void SheetGridView::mousePressEvent(QMouseEvent* event) {
     if (event->button() != Qt::LeftButton) return QTableView::mousePressEvent(event);
     const QPoint pos = event->position().toPoint();
     if (picking_) return pickPress(indexAt(pos));
+    if ((event->modifiers() & Qt::ControlModifier) && followLink(indexAt(pos))) return;
     if (fillHandleRect().adjusted(-2, -2, 2, 2).contains(pos) && !isEditing()) {
         fillSource_ = selectedRange();
         fillTarget_ = fillSource_;
         return;
     }
     QTableView::mousePressEvent(event);
+}
+
+// Addresses outside the workbook open in the desktop's handler (browser,
+// mail program); places inside it are the window's to show.
+bool SheetGridView::followLink(const QModelIndex& index) {
+    const Sheet* sheet = model_.sheet();
+    if (!index.isValid() || !sheet || sheet->hyperlinks.empty()) return false;
+    auto it = sheet->hyperlinks.find(cellAddress(index.column(), index.row()));
+    if (it == sheet->hyperlinks.end()) return false;
+    const CellHyperlink& link = it->second;
+    if (!link.target.empty()) {
+        QUrl url(QString::fromStdString(link.target));
+        if (!link.location.empty()) url.setFragment(QString::fromStdString(link.location));
+        if (!QDesktopServices::openUrl(url)) Log::info("Could not open the link " + link.target);
+    } else {
+        emit internalLinkActivated(QString::fromStdString(link.location));
+    }
+    return true;
 }
 
 void SheetGridView::mouseMoveEvent(QMouseEvent* event) {

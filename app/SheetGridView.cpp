@@ -131,9 +131,10 @@ void SheetGridView::applyLayoutTo(QTableView& view) {
     QHeaderView* rows = view.verticalHeader();
     {
         SilentHeaders silent(view);
-        if (rows->hiddenSectionCount() > 0)
-            for (int r = 0; r < rows->count(); ++r)
-                if (rows->isSectionHidden(r)) rows->showSection(r);
+        for (QHeaderView* header : {rows, columns})
+            if (header->hiddenSectionCount() > 0)
+                for (int i = 0; i < header->count(); ++i)
+                    if (header->isSectionHidden(i)) header->showSection(i);
         // Resets every section to the default, dropping the previous sheet's sizes.
         columns->setDefaultSectionSize(scaled(defaultColumnWidth_, zoom_));
         rows->setDefaultSectionSize(scaled(kDefaultRowHeight, zoom_));
@@ -143,6 +144,14 @@ void SheetGridView::applyLayoutTo(QTableView& view) {
                     columns->resizeSection(static_cast<int>(col), scaled(width, zoom_));
             for (const auto& [row, height] : sheet->rowHeights)
                 if (row < rows->count()) rows->resizeSection(static_cast<int>(row), scaled(height, zoom_));
+            // Hidden lines beyond the grid (a file may hide every column right of its data) cost nothing.
+            auto hide = [](QHeaderView* header, const LineSet& hidden) {
+                for (const auto& [first, last] : hidden.spans())
+                    for (int64_t i = first; i <= last && i < header->count(); ++i)
+                        header->hideSection(static_cast<int>(i));
+            };
+            hide(rows, sheet->hiddenRows);
+            hide(columns, sheet->hiddenColumns);
             if (editor().autoFilterEnabled) {
                 const int64_t used = std::min<int64_t>(sheet->usedExtent().rows, rows->count());
                 for (int64_t r = 0; r < used; ++r)

@@ -76,6 +76,8 @@ class SheetGridView : public QTableView {
     void selectionMoved();
     // The user resized a row or column (the document changed).
     void layoutEdited();
+    // Ctrl+click on a cell linked to a place in the workbook ("Sheet2!A1").
+    void internalLinkActivated(const QString& location);
     // A command ran through the editor from the grid (Delete, fill handle).
     void cellsEdited();
     // Picking mode: the cell ("B3") or range ("B3:D9") under the gesture.
@@ -98,6 +100,8 @@ class SheetGridView : public QTableView {
 
   private:
     void syncEditorSelection();
+    // Opens the hyperlink of the cell at `index`; false when it has none.
+    bool followLink(const QModelIndex& index);
     QRect fillHandleRect() const;
     void moveCurrent(int row, int column, bool extend);
     void onSectionResized(Qt::Orientation orientation, int index, int newSize);

@@ -60,10 +60,15 @@ QVariant SheetTableModel::data(const QModelIndex& index, int role) const {
     case Qt::EditRole:
         return editText(index.row(), index.column());
     case Qt::ToolTipRole: {
-        if (s->cellComments.empty()) return {};
-        auto it = s->cellComments.find(cellAddress(index.column(), index.row()));
-        if (it == s->cellComments.end()) return {};
-        return QString::fromStdString(it->second);
+        if (s->cellComments.empty() && s->hyperlinks.empty()) return {};
+        const std::string address = cellAddress(index.column(), index.row());
+        if (auto it = s->cellComments.find(address); it != s->cellComments.end())
+            return QString::fromStdString(it->second);
+        auto link = s->hyperlinks.find(address);
+        if (link == s->hyperlinks.end()) return {};
+        const CellHyperlink& l = link->second;
+        const std::string& where = l.tooltip ? *l.tooltip : (l.target.empty() ? l.location : l.target);
+        return tr("%1\nCtrl+click to follow the link").arg(QString::fromStdString(where));
     }
     default:
         return {};

@@ -1,11 +1,14 @@
 #include "document/Sheet.h"
 
+#include "document/SheetLineEdits.h"
+
 #include <algorithm>
 #include <stdexcept>
 
 namespace sumora {
 
-Sheet::Sheet(std::string n, int64_t rows, int64_t cols) : name(std::move(n)), rowCount_(rows), columnCount_(cols) {}
+Sheet::Sheet(std::string n, int64_t rows, int64_t cols)
+    : name(std::move(n)), rowCount_(rows), columnCount_(cols) {}
 
 const Cell& Sheet::defaultCell() {
     static const Cell d;
@@ -48,7 +51,8 @@ Cell& Sheet::cellForWriting(int64_t row, int64_t col) {
     if (r.size() < need) {
         // Narrow rows grow exactly (a row of ten numbers holds ten cells, not
         // sixteen); wide rows grow geometrically to keep appends linear.
-        if (r.capacity() < need) r.reserve(need <= 32 ? need : std::max(need, r.capacity() + r.capacity() / 2));
+        if (r.capacity() < need)
+            r.reserve(need <= 32 ? need : std::max(need, r.capacity() + r.capacity() / 2));
         r.resize(need);
     }
     return r[static_cast<size_t>(col)];
@@ -69,11 +73,13 @@ void Sheet::clearCell(int64_t row, int64_t col) {
     if (!c) return;
     *c = Cell();
     auto& r = rows_[static_cast<size_t>(row)];
-    while (!r.empty() && r.back().isDefault()) r.pop_back();
+    while (!r.empty() && r.back().isDefault())
+        r.pop_back();
 }
 
 void Sheet::insertRows(int64_t at, int64_t count) {
     if (count <= 0 || at < 0) return;
+    insertRowProperties(*this, at, count);
     if (static_cast<size_t>(at) < rows_.size())
         rows_.insert(rows_.begin() + at, static_cast<size_t>(count), Row());
     rowCount_ += count;
@@ -82,6 +88,7 @@ void Sheet::insertRows(int64_t at, int64_t count) {
 void Sheet::removeRows(int64_t at, int64_t count) {
     if (count <= 0 || at < 0 || at >= rowCount_) return;
     count = std::min(count, rowCount_ - at);
+    removeRowProperties(*this, at, count);
     if (static_cast<size_t>(at) < rows_.size()) {
         auto end = std::min(rows_.size(), static_cast<size_t>(at + count));
         rows_.erase(rows_.begin() + at, rows_.begin() + static_cast<ptrdiff_t>(end));
@@ -91,6 +98,7 @@ void Sheet::removeRows(int64_t at, int64_t count) {
 
 void Sheet::insertColumns(int64_t at, int64_t count) {
     if (count <= 0 || at < 0) return;
+    insertColumnProperties(*this, at, count);
     for (auto& r : rows_)
         if (static_cast<size_t>(at) < r.size()) r.insert(r.begin() + at, static_cast<size_t>(count), Cell());
     columnCount_ += count;
@@ -99,6 +107,7 @@ void Sheet::insertColumns(int64_t at, int64_t count) {
 void Sheet::removeColumns(int64_t at, int64_t count) {
     if (count <= 0 || at < 0 || at >= columnCount_) return;
     count = std::min(count, columnCount_ - at);
+    removeColumnProperties(*this, at, count);
     for (auto& r : rows_) {
         if (static_cast<size_t>(at) >= r.size()) continue;
         auto end = std::min(r.size(), static_cast<size_t>(at + count));
@@ -109,23 +118,29 @@ void Sheet::removeColumns(int64_t at, int64_t count) {
 
 void Sheet::permuteRows(int64_t first, const std::vector<int64_t>& order) {
     if (first < 0 || order.empty()) return;
+    permuteRowProperties(*this, first, order);
     size_t end = static_cast<size_t>(first) + order.size();
     if (rows_.size() < end) rows_.resize(end);
     std::vector<Row> moved;
     moved.reserve(order.size());
-    for (int64_t src : order) moved.push_back(std::move(rows_[static_cast<size_t>(first + src)]));
-    for (size_t i = 0; i < moved.size(); ++i) rows_[static_cast<size_t>(first) + i] = std::move(moved[i]);
-    while (!rows_.empty() && rows_.back().empty()) rows_.pop_back();
+    for (int64_t src : order)
+        moved.push_back(std::move(rows_[static_cast<size_t>(first + src)]));
+    for (size_t i = 0; i < moved.size(); ++i)
+        rows_[static_cast<size_t>(first) + i] = std::move(moved[i]);
+    while (!rows_.empty() && rows_.back().empty())
+        rows_.pop_back();
 }
 
 void Sheet::forEachStoredCell(const std::function<void(int64_t, int64_t, const Cell&)>& f) const {
     for (size_t r = 0; r < rows_.size(); ++r)
-        for (size_t c = 0; c < rows_[r].size(); ++c) f(static_cast<int64_t>(r), static_cast<int64_t>(c), rows_[r][c]);
+        for (size_t c = 0; c < rows_[r].size(); ++c)
+            f(static_cast<int64_t>(r), static_cast<int64_t>(c), rows_[r][c]);
 }
 
 void Sheet::forEachStoredCell(const std::function<void(int64_t, int64_t, Cell&)>& f) {
     for (size_t r = 0; r < rows_.size(); ++r)
-        for (size_t c = 0; c < rows_[r].size(); ++c) f(static_cast<int64_t>(r), static_cast<int64_t>(c), rows_[r][c]);
+        for (size_t c = 0; c < rows_[r].size(); ++c)
+            f(static_cast<int64_t>(r), static_cast<int64_t>(c), rows_[r][c]);
 }
 
 Sheet::Extent Sheet::usedExtent() const {
@@ -150,10 +165,12 @@ void Sheet::reserveRow(int64_t row, int64_t cols) {
 
 void Sheet::compact() {
     for (auto& r : rows_) {
-        while (!r.empty() && r.back().isDefault()) r.pop_back();
+        while (!r.empty() && r.back().isDefault())
+            r.pop_back();
         r.shrink_to_fit();
     }
-    while (!rows_.empty() && rows_.back().empty()) rows_.pop_back();
+    while (!rows_.empty() && rows_.back().empty())
+        rows_.pop_back();
     rows_.shrink_to_fit();
 }
 
@@ -161,7 +178,8 @@ bool Sheet::sameGrid(const Sheet& o) const {
     if (rowCount_ != o.rowCount_ || columnCount_ != o.columnCount_) return false;
     size_t rows = std::max(rows_.size(), o.rows_.size());
     for (size_t r = 0; r < rows; ++r) {
-        int64_t cols = std::max(storedColumnCount(static_cast<int64_t>(r)), o.storedColumnCount(static_cast<int64_t>(r)));
+        int64_t cols = std::max(storedColumnCount(static_cast<int64_t>(r)),
+                                o.storedColumnCount(static_cast<int64_t>(r)));
         for (int64_t c = 0; c < cols; ++c)
             if (!(cell(static_cast<int64_t>(r), c) == o.cell(static_cast<int64_t>(r), c))) return false;
     }
@@ -175,7 +193,9 @@ bool Sheet::operator==(const Sheet& o) const {
            charts == o.charts && sparklines == o.sparklines && isProtected == o.isProtected &&
            protectionPassword == o.protectionPassword && protectionOptions == o.protectionOptions &&
            outlineGroups == o.outlineGroups && pivotTables == o.pivotTables && tabColorHex == o.tabColorHex &&
-           isHidden == o.isHidden && cellComments == o.cellComments && sameGrid(o);
+           isHidden == o.isHidden && cellComments == o.cellComments && hiddenRows == o.hiddenRows &&
+           hiddenColumns == o.hiddenColumns && columnOutlineGroups == o.columnOutlineGroups &&
+           hyperlinks == o.hyperlinks && sameGrid(o);
 }
 
 } // namespace sumora

@@ -11,12 +11,13 @@
 #include <vector>
 
 #include "document/Cell.h"
+#include "document/LineSet.h"
 #include "document/WorkbookRecords.h"
 
 namespace sumora {
 
 class Sheet {
-public:
+  public:
     Sheet() = default;
     // A sheet of `rows` × `cols` default cells, as a new document has.
     Sheet(std::string name, int64_t rows, int64_t cols);
@@ -40,6 +41,11 @@ public:
     std::optional<std::string> tabColorHex;
     bool isHidden = false;
     std::map<std::string, std::string> cellComments;
+    LineSet hiddenRows;
+    LineSet hiddenColumns;
+    std::vector<ColumnOutlineGroup> columnOutlineGroups;
+    // Keyed by the cell's address text ("B7"), as cellComments.
+    std::map<std::string, CellHyperlink> hyperlinks;
 
     int64_t rowCount() const { return rowCount_; }
     int64_t columnCount() const { return columnCount_; }
@@ -68,7 +74,9 @@ public:
     // Back to a default cell (and storage released where the row allows).
     void clearCell(int64_t row, int64_t col);
 
-    // Structural edits; cells move, formulas are not rewritten.
+    // Structural edits; cells move with their row and column properties
+    // (sizes, hidden flags, outline groups, hyperlinks), formulas are not
+    // rewritten.
     void insertRows(int64_t at, int64_t count = 1);
     void removeRows(int64_t at, int64_t count = 1);
     void insertColumns(int64_t at, int64_t count = 1);
@@ -107,7 +115,7 @@ public:
 
     static const Cell& defaultCell();
 
-private:
+  private:
     using Row = std::vector<Cell>;
     Row& rowForWriting(int64_t row);
 

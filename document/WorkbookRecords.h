@@ -21,8 +21,8 @@ struct NamedRange {
     std::optional<std::string> sheetName;
     int64_t startCol = 0, startRow = 0, endCol = 0, endRow = 0;
     bool operator==(const NamedRange& o) const {
-        return name == o.name && sheetName == o.sheetName && startCol == o.startCol && startRow == o.startRow &&
-               endCol == o.endCol && endRow == o.endRow;
+        return name == o.name && sheetName == o.sheetName && startCol == o.startCol &&
+               startRow == o.startRow && endCol == o.endCol && endRow == o.endRow;
     }
 };
 
@@ -52,9 +52,29 @@ struct OutlineGroup {
     bool isCollapsed = false;
     int64_t summaryRow = 0;
     bool operator==(const OutlineGroup& o) const {
-        return startRow == o.startRow && endRow == o.endRow && level == o.level && isCollapsed == o.isCollapsed &&
-               summaryRow == o.summaryRow;
+        return startRow == o.startRow && endRow == o.endRow && level == o.level &&
+               isCollapsed == o.isCollapsed && summaryRow == o.summaryRow;
     }
+};
+
+// Column grouping of the outline, as OutlineGroup is for rows.
+struct ColumnOutlineGroup {
+    std::string id = newIdentifier();
+    int64_t startCol = 0, endCol = 0, level = 0;
+    bool isCollapsed = false;
+    bool operator==(const ColumnOutlineGroup& o) const {
+        return startCol == o.startCol && endCol == o.endCol && level == o.level &&
+               isCollapsed == o.isCollapsed;
+    }
+};
+
+// A cell's link: an address outside the workbook (web, mail, file) or a
+// place inside it, or both (an address with a fragment).
+struct CellHyperlink {
+    std::string target;   // "https://…", "mailto:…"; empty for a link inside the workbook
+    std::string location; // "Sheet2!A1" or a defined name; empty for a plain address
+    std::optional<std::string> tooltip;
+    bool operator==(const CellHyperlink&) const = default;
 };
 
 // What a matching conditional rule applies; absent fields leave the cell as it is.
@@ -67,34 +87,89 @@ struct ConditionalFormat {
 };
 
 namespace rule {
-struct GreaterThan { double value; bool operator==(const GreaterThan&) const = default; };
-struct LessThan { double value; bool operator==(const LessThan&) const = default; };
-struct EqualTo { double value; bool operator==(const EqualTo&) const = default; };
-struct Between { double low, high; bool operator==(const Between&) const = default; };
-struct NotBetween { double low, high; bool operator==(const NotBetween&) const = default; };
-struct TextContains { std::string text; bool operator==(const TextContains&) const = default; };
-struct TextNotContains { std::string text; bool operator==(const TextNotContains&) const = default; };
-struct TextStartsWith { std::string text; bool operator==(const TextStartsWith&) const = default; };
-struct TextEndsWith { std::string text; bool operator==(const TextEndsWith&) const = default; };
-struct TopN { int64_t count; bool operator==(const TopN&) const = default; };
-struct BottomN { int64_t count; bool operator==(const BottomN&) const = default; };
-struct ColorScale2 { std::string low, high; bool operator==(const ColorScale2&) const = default; };
-struct ColorScale3 { std::string low, mid, high; bool operator==(const ColorScale3&) const = default; };
-struct DataBar { std::string color; bool operator==(const DataBar&) const = default; };
-struct DuplicateValues { bool operator==(const DuplicateValues&) const = default; };
-struct UniqueValues { bool operator==(const UniqueValues&) const = default; };
-struct IsBlank { bool operator==(const IsBlank&) const = default; };
-struct IsNotBlank { bool operator==(const IsNotBlank&) const = default; };
-struct AboveAverage { bool operator==(const AboveAverage&) const = default; };
-struct BelowAverage { bool operator==(const BelowAverage&) const = default; };
+struct GreaterThan {
+    double value;
+    bool operator==(const GreaterThan&) const = default;
+};
+struct LessThan {
+    double value;
+    bool operator==(const LessThan&) const = default;
+};
+struct EqualTo {
+    double value;
+    bool operator==(const EqualTo&) const = default;
+};
+struct Between {
+    double low, high;
+    bool operator==(const Between&) const = default;
+};
+struct NotBetween {
+    double low, high;
+    bool operator==(const NotBetween&) const = default;
+};
+struct TextContains {
+    std::string text;
+    bool operator==(const TextContains&) const = default;
+};
+struct TextNotContains {
+    std::string text;
+    bool operator==(const TextNotContains&) const = default;
+};
+struct TextStartsWith {
+    std::string text;
+    bool operator==(const TextStartsWith&) const = default;
+};
+struct TextEndsWith {
+    std::string text;
+    bool operator==(const TextEndsWith&) const = default;
+};
+struct TopN {
+    int64_t count;
+    bool operator==(const TopN&) const = default;
+};
+struct BottomN {
+    int64_t count;
+    bool operator==(const BottomN&) const = default;
+};
+struct ColorScale2 {
+    std::string low, high;
+    bool operator==(const ColorScale2&) const = default;
+};
+struct ColorScale3 {
+    std::string low, mid, high;
+    bool operator==(const ColorScale3&) const = default;
+};
+struct DataBar {
+    std::string color;
+    bool operator==(const DataBar&) const = default;
+};
+struct DuplicateValues {
+    bool operator==(const DuplicateValues&) const = default;
+};
+struct UniqueValues {
+    bool operator==(const UniqueValues&) const = default;
+};
+struct IsBlank {
+    bool operator==(const IsBlank&) const = default;
+};
+struct IsNotBlank {
+    bool operator==(const IsNotBlank&) const = default;
+};
+struct AboveAverage {
+    bool operator==(const AboveAverage&) const = default;
+};
+struct BelowAverage {
+    bool operator==(const BelowAverage&) const = default;
+};
 } // namespace rule
 
 // Cases in declaration order: greaterThan … belowAverage.
 using ConditionalRuleType =
     std::variant<rule::GreaterThan, rule::LessThan, rule::EqualTo, rule::Between, rule::NotBetween,
-                 rule::TextContains, rule::TextNotContains, rule::TextStartsWith, rule::TextEndsWith, rule::TopN,
-                 rule::BottomN, rule::ColorScale2, rule::ColorScale3, rule::DataBar, rule::DuplicateValues,
-                 rule::UniqueValues, rule::IsBlank, rule::IsNotBlank, rule::AboveAverage, rule::BelowAverage>;
+                 rule::TextContains, rule::TextNotContains, rule::TextStartsWith, rule::TextEndsWith,
+                 rule::TopN, rule::BottomN, rule::ColorScale2, rule::ColorScale3, rule::DataBar,
+                 rule::DuplicateValues, rule::UniqueValues, rule::IsBlank, rule::IsNotBlank,
+                 rule::AboveAverage, rule::BelowAverage>;
 
 struct ConditionalFormatRule {
     std::string id = newIdentifier();
@@ -102,18 +177,36 @@ struct ConditionalFormatRule {
     ConditionalFormat format;
     int64_t startCol = 0, startRow = 0, endCol = 0, endRow = 0;
     bool operator==(const ConditionalFormatRule& o) const {
-        return ruleType == o.ruleType && format == o.format && startCol == o.startCol && startRow == o.startRow &&
-               endCol == o.endCol && endRow == o.endRow;
+        return ruleType == o.ruleType && format == o.format && startCol == o.startCol &&
+               startRow == o.startRow && endCol == o.endCol && endRow == o.endRow;
     }
 };
 
 namespace validation {
-struct WholeNumber { std::optional<double> min, max; bool operator==(const WholeNumber&) const = default; };
-struct Decimal { std::optional<double> min, max; bool operator==(const Decimal&) const = default; };
-struct List { std::vector<std::string> entries; bool operator==(const List&) const = default; };
-struct TextLength { std::optional<int64_t> min, max; bool operator==(const TextLength&) const = default; };
-struct Date { std::optional<std::string> after, before; bool operator==(const Date&) const = default; };
-struct Custom { std::string formula; bool operator==(const Custom&) const = default; };
+struct WholeNumber {
+    std::optional<double> min, max;
+    bool operator==(const WholeNumber&) const = default;
+};
+struct Decimal {
+    std::optional<double> min, max;
+    bool operator==(const Decimal&) const = default;
+};
+struct List {
+    std::vector<std::string> entries;
+    bool operator==(const List&) const = default;
+};
+struct TextLength {
+    std::optional<int64_t> min, max;
+    bool operator==(const TextLength&) const = default;
+};
+struct Date {
+    std::optional<std::string> after, before;
+    bool operator==(const Date&) const = default;
+};
+struct Custom {
+    std::string formula;
+    bool operator==(const Custom&) const = default;
+};
 } // namespace validation
 
 using ValidationType = std::variant<validation::WholeNumber, validation::Decimal, validation::List,

@@ -12,8 +12,9 @@
 
 #include "document/ColumnLetters.h"
 #include "formats/OdsFormulaTranslation.h"
-#include "values/Log.h"
+#include "formats/OdsHyperlinks.h"
 #include "formats/ReaderLimits.h"
+#include "values/Log.h"
 
 #if defined(__GLIBC__)
 #include <malloc.h>
@@ -79,6 +80,11 @@ void applyPercentFormat(Cell& cell, std::string_view display) {
     });
 }
 
+// "collapse" hides a row or column; "filter" hides it for an active filter.
+bool isHiddenVisibility(std::optional<std::string_view> visibility) {
+    return visibility && (*visibility == "collapse" || *visibility == "filter");
+}
+
 } // namespace
 
 std::optional<std::string_view> OdsContentHandler::attr(const XmlAttributes& a,
@@ -123,6 +129,7 @@ void OdsContentHandler::startElement(std::string_view name, const XmlAttributes&
     if (name == "table-cell" || name == "covered-table-cell") return startCell(a);
     if (name == "table-row") return startRow(a);
     if (name == "table-column") return startColumn(a);
+    if (name == "table-row-group" || name == "table-column-group") return startGroup(name, a);
     if (name == "table") {
         if (inTable)
             ++nestedTables_;
@@ -153,6 +160,8 @@ void OdsContentHandler::endElement(std::string_view name) {
         if (!inTableRow) return;
         inTableRow = false;
         nextRow_ = std::min(nextRow_ + rowRepeatCount, kMaxRows + 1);
+    } else if (name == "table-row-group" || name == "table-column-group") {
+        endGroup(name);
     } else if (name == "table" && inTable) {
         endTable();
     }
@@ -168,8 +177,13 @@ void OdsContentHandler::characters(std::string_view text) {
 
 // Spaces, tabs and line breaks inside a paragraph are elements.
 void OdsContentHandler::startParagraphPiece(std::string_view name, const XmlAttributes& a) {
-    if (!inAnnotationP_ && valueSource_ == ValueSource::attribute) return;
+    if (!inAnnotationP_ && valueSource_ == ValueSource::attribute && name != "a") return;
     std::string& target = inAnnotationP_ ? annotationText_ : currentText;
+    if (name == "a" && !inAnnotationP_ && !currentLink_) {
+        if (auto href = attr(a, "xlink:href"); href && !href->empty())
+            currentLink_ = hyperlinkFromHref(*href);
+        return;
+    }
     if (name == "s")
         appendText(target, static_cast<size_t>(countAttribute(attr(a, "text:c"), kMaxSpaceRun)), ' ');
     else if (name == "tab")
@@ -212,6 +226,11 @@ void OdsContentHandler::startTable(const XmlAttributes& a) {
     columns_.clear();
     formatRuns_.clear();
     matrixAreas_.clear();
+    rowRuns_.clear();
+    openRowGroups_.clear();
+    openColumnGroups_.clear();
+    rowGroups_.clear();
+    columnGroups_.clear();
     copyBytesLeft_ = kMaxCopyBytes;
     formattedEmptyLeft_ = kMaxFormattedEmptyCells;
 }
@@ -245,10 +264,14 @@ void OdsContentHandler::endTable() {
             }
     }
     for (const ColumnRun& run : columns_) {
+        if (run.hidden) sheet.hiddenColumns.add(run.start, std::min(run.start + run.count, kMaxColumns) - 1);
         if (!run.width) continue;
         for (int64_t c = run.start; c < std::min(run.start + run.count, cols); ++c)
             sheet.columnWidths[c] = *run.width;
     }
+    applyRowRuns(rows);
+    if (!rowGroups_.empty()) setRowOutline(sheet, rowGroups_);
+    if (!columnGroups_.empty()) setColumnOutline(sheet, columnGroups_);
     sheet.compact();
     sheets.push_back(std::move(sheet));
     currentSheet_ = Sheet();
@@ -263,6 +286,7 @@ void OdsContentHandler::startColumn(const XmlAttributes& a) {
     run.count = countAttribute(attr(a, "table:number-columns-repeated"), kMaxColumns);
     if (auto style = attr(a, "table:style-name")) run.width = styles_.columnWidth(*style);
     if (auto style = attr(a, "table:default-cell-style-name")) run.defaultFormat = styles_.cellFormat(*style);
+    run.hidden = isHiddenVisibility(attr(a, "table:visibility"));
     anyColumnFormat_ = anyColumnFormat_ || run.defaultFormat;
     nextColumn_ = std::min(nextColumn_ + run.count, kMaxColumns);
     if (run.start < kMaxColumns) columns_.push_back(run);
@@ -283,10 +307,49 @@ void OdsContentHandler::startRow(const XmlAttributes& a) {
     rowRepeatCount = countAttribute(attr(a, "table:number-rows-repeated"), kMaxRows);
     currentRow_ = nextRow_;
     rowCopies_ = std::max<int64_t>(0, std::min(rowRepeatCount, kMaxRows - currentRow_));
+    RowRun run{currentRow_, rowCopies_, std::nullopt, isHiddenVisibility(attr(a, "table:visibility"))};
+    if (auto style = attr(a, "table:style-name")) run.height = styles_.rowHeight(*style);
+    if ((run.height || run.hidden) && run.count > 0 && rowRuns_.size() < kMaxRuns) rowRuns_.push_back(run);
     nextCol_ = 0;
     rowReserved_ = false;
     if (!matrixAreas_.empty())
         std::erase_if(matrixAreas_, [&](const MatrixArea& m) { return m.endRow < currentRow_; });
+}
+
+// Row and column groups nest; a group shown folded is collapsed.
+void OdsContentHandler::startGroup(std::string_view name, const XmlAttributes& a) {
+    if (!inTable || inTableRow) return;
+    bool collapsed = attr(a, "table:display") == std::optional<std::string_view>("false");
+    if (name == "table-row-group")
+        openRowGroups_.push_back({nextRow_, collapsed});
+    else
+        openColumnGroups_.push_back({nextColumn_, collapsed});
+}
+
+void OdsContentHandler::endGroup(std::string_view name) {
+    bool rows = name == "table-row-group";
+    std::vector<OpenGroup>& open = rows ? openRowGroups_ : openColumnGroups_;
+    // A continuation meets the ends of groups opened before its cut: not its own.
+    if (open.empty()) return;
+    OpenGroup group = open.back();
+    open.pop_back();
+    int64_t end = std::min(rows ? nextRow_ : nextColumn_, rows ? kMaxRows : kMaxColumns) - 1;
+    auto level = static_cast<int64_t>(open.size()) + 1;
+    std::vector<OutlineSpan>& spans = rows ? rowGroups_ : columnGroups_;
+    if (end >= group.start && level <= kMaxOutlineLevel && spans.size() < kMaxRuns)
+        spans.push_back({group.start, end, level, group.collapsed});
+}
+
+// Hidden rows are kept wherever they lie; heights only within the grid the
+// content spans, since files repeat a default row to the sheet's end.
+void OdsContentHandler::applyRowRuns(int64_t rows) {
+    for (const RowRun& run : rowRuns_) {
+        if (run.hidden) currentSheet_.hiddenRows.add(run.start, run.start + run.count - 1);
+        if (run.height)
+            for (int64_t r = run.start; r < std::min(run.start + run.count, rows); ++r)
+                currentSheet_.rowHeights[r] = *run.height;
+    }
+    rowRuns_.clear();
 }
 
 // ---------------------------------------------------------------------------
@@ -309,6 +372,7 @@ void OdsContentHandler::startCell(const XmlAttributes& a) {
     foreignDepth_ = 0;
     inTextP = inAnnotation_ = inAnnotationP_ = false;
     annotationText_.clear();
+    currentLink_.reset();
     repeatCount = 1;
     spannedColumns_ = spannedRows_ = 1;
     matrixColumns_ = matrixRows_ = 1;
@@ -409,6 +473,12 @@ void OdsContentHandler::placeCell(int64_t columns) {
             pendingComments_.push_back({row, col, annotationText_});
         else
             sheet.cellComments[cellAddress(col, row)] = annotationText_;
+    }
+    if (currentLink_) {
+        if (role_ == Role::continuation)
+            pendingLinks_.push_back({row, col, *currentLink_});
+        else
+            sheet.hyperlinks[cellAddress(col, row)] = *currentLink_;
     }
     if ((spannedColumns_ > 1 || spannedRows_ > 1) && sheet.mergedRegions.size() < kMaxMerges)
         for (int64_t c = 0; c < columns && sheet.mergedRegions.size() < kMaxMerges; ++c)
@@ -526,6 +596,18 @@ void OdsContentHandler::absorb(OdsContentHandler& other) {
             }
     for (const PendingComment& c : other.pendingComments_)
         if (shift + c.row < kMaxRows) currentSheet_.cellComments[cellAddress(c.col, shift + c.row)] = c.text;
+    for (const PendingLink& l : other.pendingLinks_)
+        if (shift + l.row < kMaxRows) currentSheet_.hyperlinks[cellAddress(l.col, shift + l.row)] = l.link;
+    for (OutlineSpan group : other.rowGroups_) {
+        group.first += shift;
+        group.last = std::min(group.last + shift, kMaxRows - 1);
+        if (group.first < kMaxRows && rowGroups_.size() < kMaxRuns) rowGroups_.push_back(group);
+    }
+    for (RowRun run : other.rowRuns_) {
+        run.start += shift;
+        run.count = std::min(run.count, kMaxRows - run.start);
+        if (run.count > 0 && rowRuns_.size() < kMaxRuns) rowRuns_.push_back(run);
+    }
     for (MergedRegion m : from.mergedRegions) {
         if (shift + m.startRow >= kMaxRows) continue;
         m.startRow += shift;

@@ -12,6 +12,7 @@
 
 #include "document/SumoraDocument.h"
 #include "formats/OdsStyles.h"
+#include "formats/OutlineLevels.h"
 #include "formats/XmlReader.h"
 
 namespace sumora::ods {
@@ -54,6 +55,7 @@ class OdsContentHandler : public XmlHandler {
         int64_t start = 0, count = 0;
         std::optional<double> width;
         const CellFormat* defaultFormat = nullptr;
+        bool hidden = false;
     };
     // A block of cells: formatted empty cells, or (in a continuation) cells
     // without a style of their own, which take their column's default later.
@@ -72,6 +74,20 @@ class OdsContentHandler : public XmlHandler {
         int64_t row, col;
         std::string text;
     };
+    struct PendingLink {
+        int64_t row, col;
+        CellHyperlink link;
+    };
+    // Rows of one <table:table-row> with their height and visibility.
+    struct RowRun {
+        int64_t start, count;
+        std::optional<double> height;
+        bool hidden;
+    };
+    struct OpenGroup {
+        int64_t start;
+        bool collapsed;
+    };
     enum class ValueSource { text, attribute, percentage };
 
     void startTable(const XmlAttributes& a);
@@ -79,6 +95,9 @@ class OdsContentHandler : public XmlHandler {
     void startColumn(const XmlAttributes& a);
     void startRow(const XmlAttributes& a);
     void startCell(const XmlAttributes& a);
+    void startGroup(std::string_view name, const XmlAttributes& a);
+    void endGroup(std::string_view name);
+    void applyRowRuns(int64_t rows);
     void endCell();
     void startParagraphPiece(std::string_view name, const XmlAttributes& a);
     void placeCell(int64_t columns);
@@ -120,6 +139,10 @@ class OdsContentHandler : public XmlHandler {
     std::vector<CellRun> formatRuns_;
     std::vector<CellRun> unstyledRuns_;
     std::vector<PendingComment> pendingComments_;
+    std::vector<PendingLink> pendingLinks_;
+    std::vector<RowRun> rowRuns_;
+    std::vector<OpenGroup> openRowGroups_, openColumnGroups_;
+    std::vector<OutlineSpan> rowGroups_, columnGroups_;
     std::vector<MatrixArea> matrixAreas_;
 
     // The cell being read.
@@ -136,6 +159,7 @@ class OdsContentHandler : public XmlHandler {
     bool inAnnotation_ = false, inAnnotationP_ = false;
     int annotationParagraphs_ = 0;
     std::string annotationText_;
+    std::optional<CellHyperlink> currentLink_;
 
     // Last style looked up: neighbouring cells mostly share one.
     std::string lastStyleName_;

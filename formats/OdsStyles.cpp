@@ -76,12 +76,20 @@ std::optional<double> modelWidthFromLength(std::string_view length) {
 }
 
 bool StyleCollector::startElement(std::string_view name, const XmlAttributes& a) {
+    if (name == "font-face" && !inStyle_) {
+        auto face = a.get("name");
+        auto family = a.getQualified("svg:font-family");
+        if (!family) family = a.get("font-family");
+        if (face && family) fontFamilies_[std::string(*face)] = unquotedFamily(*family);
+        return true;
+    }
     if (name == "style" && !inStyle_) {
         inStyle_ = true;
         currentStyleName_ = std::string(a.get("name").value_or(""));
         std::string_view family = a.get("family").value_or("");
         family_ = family == "table-cell"     ? Family::cell
                   : family == "table-column" ? Family::column
+                  : family == "table-row"    ? Family::row
                   : family == "table"        ? Family::table
                                              : Family::other;
         currentStyle_ = CellStyle();
@@ -91,6 +99,7 @@ bool StyleCollector::startElement(std::string_view name, const XmlAttributes& a)
             if (it != cellStyles_.end()) currentStyle_ = it->second;
         }
         currentWidth_.reset();
+        currentHeight_.reset();
         currentHidden_ = false;
         return true;
     }
@@ -113,8 +122,10 @@ void StyleCollector::properties(std::string_view name, const XmlAttributes& a) {
             if (auto t = a.get("text-line-through-style")) currentStyle_.strikethrough = *t != "none";
             if (auto family = a.get("font-family"))
                 currentStyle_.fontName = unquotedFamily(*family);
-            else if (auto face = a.get("font-name"))
-                currentStyle_.fontName = unquotedFamily(*face);
+            else if (auto face = a.get("font-name")) {
+                auto known = fontFamilies_.find(std::string(*face));
+                currentStyle_.fontName = known != fontFamilies_.end() ? known->second : unquotedFamily(*face);
+            }
             if (auto size = a.get("font-size")) {
                 if (auto parts = splitNumber(*size); parts && parts->second == "pt")
                     currentStyle_.fontSize = parts->first;
@@ -135,6 +146,14 @@ void StyleCollector::properties(std::string_view name, const XmlAttributes& a) {
     case Family::column:
         if (name == "table-column-properties")
             if (auto width = a.get("column-width")) currentWidth_ = modelWidthFromLength(*width);
+        break;
+    case Family::row:
+        if (name == "table-row-properties") {
+            bool optimal = a.get("use-optimal-row-height") == std::optional<std::string_view>("true");
+            if (auto height = a.get("row-height"); height && !optimal)
+                if (auto cm = centimetresFromLength(*height); cm && *cm >= 0 && *cm < 1000)
+                    currentHeight_ = std::round(*cm / kCentimetresPerPixel * 100) / 100;
+        }
         break;
     case Family::table:
         if (name == "table-properties")
@@ -160,6 +179,9 @@ bool StyleCollector::endElement(std::string_view name) {
     case Family::column:
         if (currentWidth_) columnWidths_[currentStyleName_] = *currentWidth_;
         break;
+    case Family::row:
+        if (currentHeight_) rowHeights_[currentStyleName_] = *currentHeight_;
+        break;
     case Family::table:
         hiddenTables_[currentStyleName_] = currentHidden_;
         break;
@@ -177,6 +199,12 @@ const CellFormat* StyleCollector::cellFormat(std::string_view styleName) const {
 std::optional<double> StyleCollector::columnWidth(std::string_view styleName) const {
     auto it = columnWidths_.find(std::string(styleName));
     if (it == columnWidths_.end()) return std::nullopt;
+    return it->second;
+}
+
+std::optional<double> StyleCollector::rowHeight(std::string_view styleName) const {
+    auto it = rowHeights_.find(std::string(styleName));
+    if (it == rowHeights_.end()) return std::nullopt;
     return it->second;
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 // The automatic styles of an OpenDocument spreadsheet's content part, as the
 // reader needs them: cell styles (character, fill and alignment properties),
-// column styles (widths) and table styles (whether the table is shown).
+// column styles (widths), row styles (heights), font faces and table styles (whether the table is shown).
 // Styles from the package's separate style part are not read.
 #include <optional>
 #include <string>
@@ -35,6 +35,8 @@ struct CellStyle {
 // by the same factor, so a width survives a save and a reopen. Files from
 // other producers are rescaled afterwards (see the reader).
 inline constexpr double kCentimetresPerWidthUnit = 0.264583;
+// Row heights are true lengths: a pixel at 96 per inch.
+inline constexpr double kCentimetresPerPixel = 2.54 / 96;
 
 // "2.258cm", "0.889in", "64.01pt", "22mm", "1pc", "96px" in centimetres.
 std::optional<double> centimetresFromLength(std::string_view length);
@@ -53,18 +55,23 @@ class StyleCollector {
     // style that sets nothing the model keeps.
     const CellFormat* cellFormat(std::string_view styleName) const;
     std::optional<double> columnWidth(std::string_view styleName) const;
+    // A row style's fixed height in pixels; nothing for an optimal (automatic) height.
+    std::optional<double> rowHeight(std::string_view styleName) const;
     bool hidesTable(std::string_view styleName) const;
 
     const std::unordered_map<std::string, CellStyle>& cellStyles() const { return cellStyles_; }
 
   private:
-    enum class Family { other, cell, column, table };
+    enum class Family { other, cell, column, row, table };
 
     void properties(std::string_view name, const XmlAttributes& attributes);
 
     std::unordered_map<std::string, CellStyle> cellStyles_;
     std::unordered_map<std::string, const CellFormat*> cellFormats_;
     std::unordered_map<std::string, double> columnWidths_;
+    std::unordered_map<std::string, double> rowHeights_;
+    // Font faces by the name cell styles use, to the family they stand for.
+    std::unordered_map<std::string, std::string> fontFamilies_;
     std::unordered_map<std::string, bool> hiddenTables_;
 
     bool inStyle_ = false;
@@ -72,6 +79,7 @@ class StyleCollector {
     std::string currentStyleName_;
     CellStyle currentStyle_;
     std::optional<double> currentWidth_;
+    std::optional<double> currentHeight_;
     bool currentHidden_ = false;
 };
 

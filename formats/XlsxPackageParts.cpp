@@ -61,6 +61,8 @@ std::vector<SheetParts> planSheetParts(const std::vector<Sheet>& sheets) {
             parts.commentsId = rid(next++);
             parts.legacyDrawingId = rid(next++);
         }
+        for (const auto& [address, link] : sheets[i].hyperlinks)
+            if (!link.target.empty()) parts.hyperlinks.emplace_back(rid(next++), link.target);
         plan.push_back(std::move(parts));
     }
     return plan;
@@ -216,8 +218,20 @@ std::string sheetRelsXml(const SheetParts& parts) {
     if (parts.legacyDrawingId)
         appendRelationship(out, *parts.legacyDrawingId, std::string(kOfficeRelationships) + "vmlDrawing",
                            "../drawings/vmlDrawing" + n + ".vml");
+    for (const auto& [id, address] : parts.hyperlinks) {
+        out += "<Relationship Id=\"" + id + "\" Type=\"" + std::string(kOfficeRelationships) + "hyperlink\"";
+        appendAttribute(out, "Target", address);
+        out += " TargetMode=\"External\"/>";
+    }
     out += "</Relationships>";
     return out;
+}
+
+std::vector<std::string> SheetParts::hyperlinkIds() const {
+    std::vector<std::string> ids;
+    for (const auto& [id, address] : hyperlinks)
+        ids.push_back(id);
+    return ids;
 }
 
 void verifyPackageBytes(std::string_view bytes) {

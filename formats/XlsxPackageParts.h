@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "document/Sheet.h"
@@ -21,8 +22,11 @@ struct SheetParts {
     std::vector<int64_t> chartNumbers; // K in "chartK.xml", numbered across the workbook
     bool hasComments = false;
     std::optional<std::string> drawingId, commentsId, legacyDrawingId;
+    // Id and address of each hyperlink that leaves the workbook, in the sheet's order.
+    std::vector<std::pair<std::string, std::string>> hyperlinks;
 
-    bool hasRelationships() const { return drawingId || commentsId; }
+    bool hasRelationships() const { return drawingId || commentsId || !hyperlinks.empty(); }
+    std::vector<std::string> hyperlinkIds() const;
 };
 
 // Numbers every sheet's parts in workbook order.

@@ -9,7 +9,6 @@
 #include <optional>
 
 #include "engine/Recalculation.h"
-#include "values/Log.h"
 #include "formats/XlsxColors.h"
 #include "formats/XlsxCommentsReader.h"
 #include "formats/XlsxFormat.h"
@@ -105,6 +104,16 @@ void readSheetComments(ZipReader& archive, const std::string& path, Sheet& sheet
     }
 }
 
+// A damaged relationship part costs the sheet its links, not the sheet.
+std::vector<Relationship> readSheetRelationships(ZipReader& archive, const std::string& path) {
+    try {
+        return readRelationships(archive, path);
+    } catch (const std::exception& e) {
+        Log::progress(std::string("  Worksheet relationships parse failed (non-fatal): ") + e.what());
+        return {};
+    }
+}
+
 } // namespace
 
 SumoraDocument readXlsxDocument(std::string_view bytes) {
@@ -131,13 +140,17 @@ SumoraDocument readXlsxDocument(std::string_view bytes) {
     context.packageBytes = package.bytes;
 
     SumoraDocument document = SumoraDocument::empty();
+    context.dropped = &document.droppedOnOpen;
     document.sheets.reserve(workbook.worksheets.size());
     for (size_t i = 0; i < workbook.worksheets.size(); ++i) {
         const WorksheetEntry& entry = workbook.worksheets[i];
         Log::progress("  Parsing sheet '" + entry.name.value_or("unnamed") + "' at " + entry.path);
         Sheet sheet(entry.name.value_or("Sheet " + std::to_string(i + 1)), 0, 0);
         sheet.isHidden = entry.isHidden;
+        std::vector<Relationship> relationships = readSheetRelationships(*archive, entry.path);
+        context.relationships = &relationships;
         readWorksheet(*archive, entry.path, context, sheet);
+        context.relationships = nullptr;
         readSheetComments(*archive, entry.path, sheet);
         Log::progress("  Sheet parsed, rows=" + std::to_string(sheet.rowCount()));
         document.sheets.push_back(std::move(sheet));

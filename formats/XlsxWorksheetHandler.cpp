@@ -10,7 +10,9 @@
 
 #include "document/ColumnLetters.h"
 #include "document/Sheet.h"
+#include "formats/OutlineLevels.h"
 #include "formats/XlsxColors.h"
+#include "formats/XlsxPackage.h"
 #include "formats/XlsxStylesReader.h"
 #include "formats/XlsxText.h"
 #include "formats/XlsxUnits.h"
@@ -79,7 +81,8 @@ void WorksheetHandler::startElement(std::string_view name, const XmlAttributes& 
         hasValue_ = inCell_;
         return;
     }
-    if (name == "row") return startRow(a);
+    // Drawing anchors inside the part (xdr:row) are no rows of the sheet.
+    if (name == "row" && inSheetData_) return startRow(a);
     if (name == "f") return startFormula(a);
     if (name == "t") {
         inText_ = inInline_ && phoneticDepth_ == 0;
@@ -112,7 +115,7 @@ void WorksheetHandler::endElement(std::string_view name) {
         inInline_ = false;
     else if (name == "rPh")
         phoneticDepth_ = std::max(0, phoneticDepth_ - 1);
-    else if (name == "row") {
+    else if (name == "row" && inSheetData_) {
         endRow();
         inRow_ = false;
     } else if (name == "sheetData")
@@ -144,11 +147,16 @@ void WorksheetHandler::startRow(const XmlAttributes& a) {
     inRow_ = true;
     std::optional<int64_t> row;
     std::optional<double> height;
-    bool customHeight = false;
+    bool customHeight = false, hidden = false, collapsed = false;
+    int64_t level = 0;
+    std::optional<std::string_view> outsideGrid; // a row number the grid cannot hold
     for (size_t i = 0; i < a.size(); ++i) {
         std::string_view n = a.qualifiedName(i);
         if (n == "r") {
-            if (auto r = smallInteger(a.value(i)); r && *r >= 1 && *r <= kMaxRows) row = *r - 1;
+            if (auto r = smallInteger(a.value(i)); r && *r >= 1 && *r <= kMaxRows)
+                row = *r - 1;
+            else
+                outsideGrid = a.value(i);
         } else if (n == "spans") {
             std::string_view spans = a.value(i);
             size_t colon = spans.rfind(':');
@@ -158,6 +166,12 @@ void WorksheetHandler::startRow(const XmlAttributes& a) {
             height = parseDouble(a.value(i));
         } else if (n == "customHeight") {
             customHeight = parseBoolean(a.value(i)).value_or(false);
+        } else if (n == "hidden") {
+            hidden = parseBoolean(a.value(i)).value_or(false);
+        } else if (n == "outlineLevel") {
+            level = std::clamp<int64_t>(smallInteger(a.value(i)).value_or(0), 0, kMaxOutlineLevel);
+        } else if (n == "collapsed") {
+            collapsed = parseBoolean(a.value(i)).value_or(false);
         }
     }
     // A half that starts mid-sheet cannot count rows that carry no number.
@@ -166,8 +180,20 @@ void WorksheetHandler::startRow(const XmlAttributes& a) {
     nextRow_ = currentRow_ + 1;
     nextCol_ = 0;
     rowReserved_ = false;
-    if (customHeight && height && std::isfinite(*height) && *height >= 0 && *height < 10000)
-        sheet_.rowHeights[currentRow_] = rowPixelsFromPoints(*height);
+    bool sized = customHeight && height && std::isfinite(*height) && *height >= 0 && *height < 10000;
+    if (outsideGrid) {
+        if (sized || hidden || level > 0 || collapsed) {
+            if (skippedRowProperties_++ == 0) firstSkippedRow_ = std::string(outsideGrid->substr(0, 24));
+        }
+        return;
+    }
+    if (sized) sheet_.rowHeights[currentRow_] = rowPixelsFromPoints(*height);
+    if (hidden)
+        sheet_.hiddenRows.add(currentRow_);
+    else
+        listedRows_.add(currentRow_);
+    if (level > 0) rowLevels_[currentRow_] = level;
+    if (collapsed) collapsedRows_.insert(currentRow_);
 }
 
 void WorksheetHandler::endRow() {
@@ -399,10 +425,13 @@ std::string_view WorksheetHandler::shiftedFrom1904(std::string_view text) {
 void WorksheetHandler::startOther(std::string_view name, const XmlAttributes& a) {
     if (name == "col") return column(a);
     if (name == "mergeCell") return mergeCell(a);
+    if (name == "hyperlink") return hyperlink(a);
     if (name == "sheetData") {
         inSheetData_ = true;
     } else if (name == "sheetPr") {
         inSheetProperties_ = true;
+    } else if (name == "sheetFormatPr") {
+        rowsHiddenByDefault_ = parseBoolean(a.get("zeroHeight").value_or("0")).value_or(false);
     } else if (name == "tabColor" && inSheetProperties_ && context_.colors) {
         if (auto color = context_.colors->resolve(ColorElement::fromAttributes(a)))
             sheet_.tabColorHex = *color;
@@ -436,11 +465,54 @@ void WorksheetHandler::endInValidation(std::string_view name) {
 void WorksheetHandler::column(const XmlAttributes& a) {
     auto first = parseInteger(a.get("min").value_or(""));
     auto last = parseInteger(a.get("max").value_or(""));
+    if (!first || !last) return;
+    ColumnSpan span;
     auto width = parseDouble(a.get("width").value_or(""));
-    if (!first || !last || !width || !std::isfinite(*width) || *width < 0 || *width > 65535) return;
-    int64_t from = std::clamp<int64_t>(*first, 1, kMaxColumns) - 1;
-    int64_t to = std::clamp<int64_t>(*last, 1, kMaxColumns) - 1;
-    if (to >= from) columns_.push_back({from, to, columnPixelsFromWidth(*width)});
+    if (width && std::isfinite(*width) && *width >= 0 && *width <= 65535)
+        span.pixels = columnPixelsFromWidth(*width);
+    span.hidden = parseBoolean(a.get("hidden").value_or("0")).value_or(false);
+    span.collapsed = parseBoolean(a.get("collapsed").value_or("0")).value_or(false);
+    span.level = std::clamp<int64_t>(parseInteger(a.get("outlineLevel").value_or("0")).value_or(0), 0,
+                                     kMaxOutlineLevel);
+    if (!span.pixels && !span.hidden && !span.collapsed && span.level == 0) return;
+    span.first = std::clamp<int64_t>(*first, 1, kMaxColumns) - 1;
+    span.last = std::clamp<int64_t>(*last, 1, kMaxColumns) - 1;
+    if (span.last >= span.first) columns_.push_back(span);
+}
+
+// A link on a cell or a block: an external address through the worksheet's
+// relationships, a place in the workbook (location), or both.
+void WorksheetHandler::hyperlink(const XmlAttributes& a) {
+    std::string_view ref = a.get("ref").value_or("");
+    std::optional<std::string_view> id;
+    for (size_t i = 0; i < a.size(); ++i)
+        if (a.qualifiedName(i) != "id" && xmlLocalName(a.qualifiedName(i)) == "id") id = a.value(i);
+    auto skip = [&] {
+        if (skippedHyperlinks_++ == 0) firstSkippedHyperlink_ = std::string(ref.substr(0, 32));
+    };
+    auto area = parseArea(ref);
+    if (!area) return skip();
+    CellHyperlink link;
+    link.location = std::string(a.get("location").value_or(""));
+    if (auto tip = a.get("tooltip")) link.tooltip = std::string(*tip);
+    if (id) {
+        const Relationship* target = nullptr;
+        if (context_.relationships)
+            for (const Relationship& r : *context_.relationships)
+                if (r.id == *id && hasType(r, "hyperlink")) target = &r;
+        if (!target) {
+            if (link.location.empty()) return skip();
+        } else {
+            link.target = target->target;
+        }
+    }
+    // Neither address nor place: some producers write a tooltip alone; kept as written.
+    // A link over a block links each of its cells; a huge block only its corner.
+    constexpr int64_t kMaxLinkedCells = 1024;
+    bool whole = (area->endRow - area->startRow + 1) * (area->endCol - area->startCol + 1) <= kMaxLinkedCells;
+    for (int64_t r = area->startRow; r <= (whole ? area->endRow : area->startRow); ++r)
+        for (int64_t c = area->startCol; c <= (whole ? area->endCol : area->startCol); ++c)
+            sheet_.hyperlinks[cellAddress(c, r)] = link;
 }
 
 void WorksheetHandler::mergeCell(const XmlAttributes& a) {
@@ -521,6 +593,14 @@ void WorksheetHandler::absorb(WorksheetHandler& other, Sheet& otherSheet) {
     }
     for (const auto& [row, height] : otherSheet.rowHeights)
         sheet_.rowHeights[row] = height;
+    for (const auto& [first, last] : otherSheet.hiddenRows.spans())
+        sheet_.hiddenRows.add(first, last);
+    for (const auto& [first, last] : other.listedRows_.spans())
+        listedRows_.add(first, last);
+    rowLevels_.insert(other.rowLevels_.begin(), other.rowLevels_.end());
+    collapsedRows_.insert(other.collapsedRows_.begin(), other.collapsedRows_.end());
+    if (skippedRowProperties_ == 0) firstSkippedRow_ = other.firstSkippedRow_;
+    skippedRowProperties_ += other.skippedRowProperties_;
 
     for (const PendingFollower& p : other.pendingFollowers_) {
         Cell* cell = sheet_.storedCell(p.row, p.col);
@@ -567,18 +647,62 @@ const SharedFormula* WorksheetHandler::usableMaster(int64_t sharedIndex) const {
 void WorksheetHandler::finish() {
     endRow();
     if (!unusableGroups_.empty())
-        Log::progress("  Shared formulas without a usable master in '" + sheet_.name +
-                      "': " + std::to_string(unusableGroups_.size()) + "; their cells keep their saved results");
+        Log::progress("  Shared formulas without a usable master in '" + sheet_.name + "': " +
+                      std::to_string(unusableGroups_.size()) + "; their cells keep their saved results");
     sheet_.growTo(std::max<int64_t>(usedRows_, 500), std::max<int64_t>(usedCols_, 26));
-    for (const ColumnSpan& span : columns_)
-        for (int64_t c = span.first; c <= span.last && c < sheet_.columnCount(); ++c)
-            sheet_.columnWidths[c] = span.pixels;
+    applyColumns();
+    if (rowsHiddenByDefault_) {
+        LineSet hidden;
+        hidden.add(0, kMaxRows - 1);
+        for (const auto& [first, last] : listedRows_.spans())
+            hidden.remove(first, last);
+        for (const auto& [first, last] : sheet_.hiddenRows.spans())
+            hidden.add(first, last);
+        sheet_.hiddenRows = std::move(hidden);
+    }
+    if (!rowLevels_.empty() || !collapsedRows_.empty())
+        setRowOutline(sheet_, outlineSpans(rowLevels_, collapsedRows_));
+    reportSkipped();
     if (!validations_.markup().empty()) sheet_.dataValidations = parseDataValidations(validations_.markup());
     sheet_.conditionalFormats = conditionalFormats_.takeRules();
     if (int64_t skipped = conditionalFormats_.skippedCount())
         Log::debug("  Conditional formats: " + std::to_string(skipped) + " rules of '" + sheet_.name +
                    "' have no equivalent and were skipped");
     sheet_.compact();
+}
+
+// Widths apply within the grid; hidden flags and outline levels to every
+// column they name (a file often hides all columns right of its data).
+void WorksheetHandler::applyColumns() {
+    std::map<int64_t, int64_t> levels;
+    std::set<int64_t> collapsed;
+    for (const ColumnSpan& span : columns_) {
+        if (span.pixels)
+            for (int64_t c = span.first; c <= span.last && c < sheet_.columnCount(); ++c)
+                sheet_.columnWidths[c] = *span.pixels;
+        if (span.hidden) sheet_.hiddenColumns.add(span.first, span.last);
+        if (span.level > 0 || span.collapsed)
+            for (int64_t c = span.first; c <= span.last; ++c) {
+                if (span.level > 0) levels[c] = span.level;
+                if (span.collapsed) collapsed.insert(c);
+            }
+    }
+    if (!levels.empty() || !collapsed.empty()) setColumnOutline(sheet_, outlineSpans(levels, collapsed));
+}
+
+void WorksheetHandler::reportSkipped() {
+    auto note = [&](const std::string& sentence) {
+        Log::info(sentence);
+        if (context_.dropped) context_.dropped->push_back(sentence);
+    };
+    if (skippedRowProperties_ > 0)
+        note("Sheet '" + sheet_.name + "': the height, hidden flag or outline level of " +
+             std::to_string(skippedRowProperties_) + " row(s) beyond the grid (first: row " +
+             firstSkippedRow_ + ") was skipped.");
+    if (skippedHyperlinks_ > 0)
+        note("Sheet '" + sheet_.name + "': " + std::to_string(skippedHyperlinks_) +
+             " hyperlink(s) whose target is missing or whose cell lies outside the grid (first: '" +
+             firstSkippedHyperlink_ + "') were skipped.");
 }
 
 // ---------------------------------------------------------------------------

@@ -4,13 +4,16 @@
 // its own handler, and the second half's handler is then absorbed into the
 // first (see readWorksheet).
 #include <cstdint>
+#include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
+#include "document/LineSet.h"
 #include "formats/XlsxConditionalFormats.h"
 #include "formats/XlsxSharedFormula.h"
 #include "formats/XlsxValidations.h"
@@ -69,7 +72,9 @@ class WorksheetHandler : public XmlHandler {
     };
     struct ColumnSpan {
         int64_t first = 0, last = 0;
-        double pixels = 0;
+        std::optional<double> pixels;
+        bool hidden = false, collapsed = false;
+        int64_t level = 0;
     };
     // A cell of a continuation whose shared formula's master lies before it.
     struct PendingFollower {
@@ -108,6 +113,9 @@ class WorksheetHandler : public XmlHandler {
     void column(const XmlAttributes& a);
     void mergeCell(const XmlAttributes& a);
     void pane(const XmlAttributes& a);
+    void hyperlink(const XmlAttributes& a);
+    void applyColumns();
+    void reportSkipped();
     void protection(const XmlAttributes& a);
 
     const WorksheetContext& context_;
@@ -142,6 +150,18 @@ class WorksheetHandler : public XmlHandler {
     std::unordered_set<int64_t> unusableGroups_; // shared indexes whose cells kept their results
     std::vector<Area> arrays_;
     std::vector<ColumnSpan> columns_;
+    // Outline levels and collapsed flags of rows, turned into groups at the end.
+    std::map<int64_t, int64_t> rowLevels_;
+    std::set<int64_t> collapsedRows_;
+    // Rows listed without a hidden flag: the shown ones where rows are
+    // hidden by default (sheetFormatPr zeroHeight).
+    LineSet listedRows_;
+    bool rowsHiddenByDefault_ = false;
+    // Rows beyond the grid whose properties were skipped; the first one's number.
+    int64_t skippedRowProperties_ = 0;
+    std::string firstSkippedRow_;
+    int64_t skippedHyperlinks_ = 0;
+    std::string firstSkippedHyperlink_;
     ValidationMarkup validations_;
     ConditionalFormatReader conditionalFormats_;
     bool inSheetProperties_ = false, inFirstView_ = false, sawView_ = false;

@@ -1,8 +1,8 @@
 #pragma once
 // One worksheet part of an XLSX package, streamed into a Sheet: cells
 // (constants, formulas with their cached results, styles), column widths,
-// row heights, frozen panes, the tab colour, merged cells, protection, data
-// validations and conditional formats.
+// row heights, hidden rows and columns, outline levels, hyperlinks, frozen panes, the tab colour, merged
+// cells, protection, data validations and conditional formats.
 #include <atomic>
 #include <cstdint>
 #include <optional>
@@ -23,6 +23,7 @@ using sumora::kMaxStoredTextBytes;
 
 class ColorResolver;
 struct StyleTable;
+struct Relationship;
 
 struct WorksheetContext {
     const std::vector<std::string>* sharedStrings = nullptr; // nullptr when the table is unreadable
@@ -42,6 +43,11 @@ struct WorksheetContext {
     uint64_t splitThreshold = uint64_t{8} << 20;
     // Counts the parts that were read in halves (for diagnostics and tests).
     int* partsReadInHalves = nullptr;
+    // The worksheet's own relationships, which hyperlinks name by id.
+    const std::vector<Relationship>* relationships = nullptr;
+    // Receives one sentence per kind of thing the sheet's reading skipped
+    // (for the document's droppedOnOpen); nullptr when nobody keeps them.
+    std::vector<std::string>* dropped = nullptr;
 };
 
 // The largest grid a worksheet may address (XFD1048576).

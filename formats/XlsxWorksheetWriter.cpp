@@ -3,10 +3,14 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <map>
+#include <optional>
+#include <set>
 #include <vector>
 
 #include "document/ColumnLetters.h"
 #include "document/Sheet.h"
+#include "formats/OutlineLevels.h"
 #include "formats/XlsxFormulaText.h"
 #include "formats/XlsxSharedStringsWriter.h"
 #include "formats/XlsxSheetRulesWriter.h"
@@ -42,6 +46,17 @@ std::optional<std::string_view> errorCode(std::string_view text) {
     return std::nullopt;
 }
 
+// Where a run of hidden rows reaching the grid's end starts, when it is
+// longer than the rows above it: such a sheet is written with rows hidden
+// by default (zeroHeight) and its shown rows listed, not a million hidden ones.
+std::optional<int64_t> hiddenToTheEnd(const Sheet& sheet) {
+    const auto& spans = sheet.hiddenRows.spans();
+    if (spans.empty()) return std::nullopt;
+    const auto& [first, last] = *spans.rbegin();
+    if (last < kMaxRows - 1 || first < 0 || kMaxRows - first <= first) return std::nullopt;
+    return first;
+}
+
 bool isBlank(const Cell& cell) {
     return !cell.formatHandle() && cell.isLocked() && !cell.hasFormula() && cell.displayValue().empty();
 }
@@ -53,33 +68,85 @@ class SheetDataWriter {
 
     void write() {
         out_ += "<sheetData>";
-        auto height = sheet_.rowHeights.begin();
+        RowProperties properties(sheet_);
         int64_t rows = std::min(sheet_.storedRowCount(), kMaxRows);
-        for (int64_t row = 0; row < rows; ++row) {
-            while (height != sheet_.rowHeights.end() && height->first < row)
-                ++height;
-            bool hasHeight = height != sheet_.rowHeights.end() && height->first == row;
-            writeRow(row, hasHeight ? &height->second : nullptr);
+        int64_t row = 0, nextProperty = properties.next(0);
+        while (true) {
+            if (nextProperty < row) nextProperty = properties.next(row);
+            int64_t next = std::min(row < rows ? row : kMaxRows, nextProperty);
+            if (next >= kMaxRows) break;
+            writeRow(next, properties.at(next));
+            row = next + 1;
         }
-        for (; height != sheet_.rowHeights.end(); ++height)
-            if (height->first >= rows && height->first >= 0 && height->first < kMaxRows)
-                writeRow(height->first, &height->second);
         out_ += "</sheetData>";
-        for (int64_t row = rows; row < sheet_.storedRowCount(); ++row)
-            for (int64_t col = 0; col < sheet_.storedColumnCount(row); ++col)
-                skipped_ += !isBlank(sheet_.cell(row, col));
+        for (int64_t r = rows; r < sheet_.storedRowCount(); ++r)
+            for (int64_t col = 0; col < sheet_.storedColumnCount(r); ++col)
+                skipped_ += !isBlank(sheet_.cell(r, col));
         if (skipped_ > 0)
             Log::info("XLSX export left out " + std::to_string(skipped_) +
                       " cells beyond the format's grid on sheet '" + sheet_.name + "'");
     }
 
   private:
-    void writeRow(int64_t row, const double* height) {
+    // What a <row> element says besides its cells.
+    struct RowAttributes {
+        const double* height = nullptr;
+        bool hidden = false, collapsed = false;
+        bool shown = false; // written although plain: rows default to hidden
+        int64_t level = 0;
+        bool any() const { return height || hidden || collapsed || shown || level > 0; }
+    };
+
+    // The rows that carry attributes, visited in order.
+    class RowProperties {
+      public:
+        explicit RowProperties(const Sheet& sheet)
+            : sheet_(sheet), levels_(outlineLevels(rowOutlineSpans(sheet))),
+              collapsed_(collapsedSummaryLines(rowOutlineSpans(sheet))),
+              hiddenFrom_(hiddenToTheEnd(sheet).value_or(kMaxRows)) {}
+
+        // The first row at or after `row` with attributes (kMaxRows when none).
+        int64_t next(int64_t row) const {
+            if (row < hiddenFrom_ && hiddenFrom_ < kMaxRows) return row;
+            int64_t best = kMaxRows;
+            if (auto it = sheet_.rowHeights.lower_bound(row); it != sheet_.rowHeights.end())
+                best = std::min(best, std::max<int64_t>(it->first, 0));
+            if (auto it = levels_.lower_bound(row); it != levels_.end()) best = std::min(best, it->first);
+            if (auto it = collapsed_.lower_bound(row); it != collapsed_.end()) best = std::min(best, *it);
+            const auto& hidden = sheet_.hiddenRows.spans();
+            auto it = hidden.upper_bound(row);
+            // Rows hidden by default need no element.
+            int64_t hiddenRow = kMaxRows;
+            if (it != hidden.begin() && std::prev(it)->second >= row)
+                hiddenRow = row;
+            else if (it != hidden.end())
+                hiddenRow = it->first;
+            return hiddenRow < hiddenFrom_ ? std::min(best, hiddenRow) : best;
+        }
+
+        RowAttributes at(int64_t row) const {
+            RowAttributes a;
+            if (auto it = sheet_.rowHeights.find(row); it != sheet_.rowHeights.end()) a.height = &it->second;
+            if (auto it = levels_.find(row); it != levels_.end()) a.level = it->second;
+            a.collapsed = collapsed_.count(row) > 0;
+            a.hidden = sheet_.hiddenRows.contains(row);
+            a.shown = !a.hidden && row < hiddenFrom_ && hiddenFrom_ < kMaxRows;
+            return a;
+        }
+
+      private:
+        const Sheet& sheet_;
+        std::map<int64_t, int64_t> levels_;
+        std::set<int64_t> collapsed_;
+        int64_t hiddenFrom_;
+    };
+
+    void writeRow(int64_t row, const RowAttributes& attributes) {
         auto [end, ec] = std::to_chars(rowText_, rowText_ + sizeof rowText_, row + 1);
         rowTextLength_ = static_cast<size_t>(end - rowText_);
         bool open = false;
-        if (height) {
-            openRow(height);
+        if (attributes.any()) {
+            openRow(attributes);
             open = true;
         }
         int64_t width = row < sheet_.storedRowCount() ? sheet_.storedColumnCount(row) : 0;
@@ -92,7 +159,7 @@ class SheetDataWriter {
             const Cell& cell = sheet_.cell(row, col);
             if (isBlank(cell)) continue;
             if (!open) {
-                openRow(nullptr);
+                openRow({});
                 open = true;
             }
             writeCell(row, col, cell);
@@ -100,14 +167,20 @@ class SheetDataWriter {
         if (open) out_ += "</row>";
     }
 
-    void openRow(const double* height) {
+    void openRow(const RowAttributes& attributes) {
         out_ += "<row r=\"";
         out_.append(rowText_, rowTextLength_);
-        if (height) {
+        if (attributes.height) {
             out_ += "\" ht=\"";
-            appendXmlDouble(out_, rowPointsFromPixels(*height));
+            appendXmlDouble(out_, rowPointsFromPixels(*attributes.height));
             out_ += "\" customHeight=\"1";
         }
+        if (attributes.hidden) out_ += "\" hidden=\"1";
+        if (attributes.level > 0) {
+            out_ += "\" outlineLevel=\"";
+            appendInt(out_, attributes.level);
+        }
+        if (attributes.collapsed) out_ += "\" collapsed=\"1";
         out_ += "\">";
     }
 
@@ -260,21 +333,119 @@ void appendSheetViews(std::string& out, const Sheet& sheet) {
     out += "</sheetView></sheetViews>";
 }
 
+// The outline depths Excel needs to size its outline margin, and whether
+// rows are hidden unless listed.
+void appendSheetFormat(std::string& out, const Sheet& sheet) {
+    int64_t rowDepth = 0, columnDepth = 0;
+    for (const OutlineGroup& g : sheet.outlineGroups)
+        rowDepth = std::max(rowDepth, std::clamp<int64_t>(g.level, 0, kMaxOutlineLevel));
+    for (const ColumnOutlineGroup& g : sheet.columnOutlineGroups)
+        columnDepth = std::max(columnDepth, std::clamp<int64_t>(g.level, 0, kMaxOutlineLevel));
+    bool zeroHeight = hiddenToTheEnd(sheet).has_value();
+    if (rowDepth == 0 && columnDepth == 0 && !zeroHeight) return;
+    out += "<sheetFormatPr defaultRowHeight=\"15\"";
+    if (zeroHeight) out += " zeroHeight=\"1\"";
+    if (rowDepth > 0) {
+        out += " outlineLevelRow=\"";
+        appendInt(out, rowDepth);
+        out += '"';
+    }
+    if (columnDepth > 0) {
+        out += " outlineLevelCol=\"";
+        appendInt(out, columnDepth);
+        out += '"';
+    }
+    out += "/>";
+}
+
+// One <col> per run of neighbouring columns that share width, hidden flag
+// and outline level.
 void appendColumns(std::string& out, const Sheet& sheet) {
+    struct ColumnAttributes {
+        std::optional<double> pixels;
+        bool hidden = false, collapsed = false;
+        int64_t level = 0;
+        bool operator==(const ColumnAttributes&) const = default;
+    };
+    std::vector<OutlineSpan> spans = columnOutlineSpans(sheet);
+    std::map<int64_t, int64_t> levels = outlineLevels(spans);
+    std::set<int64_t> collapsed = collapsedSummaryLines(spans);
+    std::set<int64_t> columns;
+    for (const auto& [col, pixels] : sheet.columnWidths)
+        columns.insert(col);
+    for (const auto& [first, last] : sheet.hiddenColumns.spans())
+        for (int64_t c = std::max<int64_t>(first, 0); c <= std::min(last, kMaxColumns - 1); ++c)
+            columns.insert(c);
+    for (const auto& [col, level] : levels)
+        columns.insert(col);
+    columns.insert(collapsed.begin(), collapsed.end());
+    auto attributesOf = [&](int64_t col) {
+        ColumnAttributes a;
+        if (auto it = sheet.columnWidths.find(col); it != sheet.columnWidths.end()) a.pixels = it->second;
+        a.hidden = sheet.hiddenColumns.contains(col);
+        if (auto it = levels.find(col); it != levels.end()) a.level = it->second;
+        a.collapsed = collapsed.count(col) > 0;
+        return a;
+    };
     bool open = false;
-    for (const auto& [col, pixels] : sheet.columnWidths) {
-        if (col < 0 || col >= kMaxColumns) continue;
+    for (auto it = columns.begin(); it != columns.end();) {
+        int64_t first = *it;
+        if (first < 0 || first >= kMaxColumns) {
+            ++it;
+            continue;
+        }
+        ColumnAttributes a = attributesOf(first);
+        int64_t last = first;
+        for (++it; it != columns.end() && *it == last + 1 && *it < kMaxColumns && attributesOf(*it) == a;
+             ++it)
+            last = *it;
         if (!open) out += "<cols>";
         open = true;
         out += "<col min=\"";
-        appendInt(out, col + 1);
+        appendInt(out, first + 1);
         out += "\" max=\"";
-        appendInt(out, col + 1);
-        out += "\" width=\"";
-        appendXmlDouble(out, std::min(columnWidthFromPixels(pixels), kMaxColumnWidth));
-        out += "\" customWidth=\"1\"/>";
+        appendInt(out, last + 1);
+        out += '"';
+        if (a.pixels) {
+            out += " width=\"";
+            appendXmlDouble(out, std::min(columnWidthFromPixels(*a.pixels), kMaxColumnWidth));
+            out += "\" customWidth=\"1\"";
+        }
+        if (a.hidden) out += " hidden=\"1\"";
+        if (a.level > 0) {
+            out += " outlineLevel=\"";
+            appendInt(out, a.level);
+            out += '"';
+        }
+        if (a.collapsed) out += " collapsed=\"1\"";
+        out += "/>";
     }
     if (open) out += "</cols>";
+}
+
+// External links name their address through the relationship ids the
+// package plan gave them, in the order of the sheet's hyperlinks.
+void appendHyperlinks(std::string& out, const Sheet& sheet, const std::vector<std::string>& externalIds) {
+    if (sheet.hyperlinks.empty()) return;
+    size_t external = 0;
+    std::string body;
+    for (const auto& [address, link] : sheet.hyperlinks) {
+        auto at = parseCellAddress(address);
+        bool hasId = !link.target.empty() && external < externalIds.size();
+        const std::string* id = hasId ? &externalIds[external++] : nullptr;
+        if (!at || at->row >= kMaxRows || at->col >= kMaxColumns) continue;
+        body += "<hyperlink ref=\"";
+        appendCellRef(body, at->col, at->row);
+        body += '"';
+        if (id) body += " r:id=\"" + *id + '"';
+        if (!link.location.empty()) appendAttribute(body, "location", link.location);
+        if (link.tooltip) appendAttribute(body, "tooltip", *link.tooltip);
+        body += "/>";
+    }
+    if (body.empty()) return;
+    out += "<hyperlinks>";
+    out += body;
+    out += "</hyperlinks>";
 }
 
 void appendMergeCells(std::string& out, const Sheet& sheet) {
@@ -303,12 +474,14 @@ std::string worksheetXml(const Sheet& sheet, SharedStringTable& strings, StylesW
     if (sheet.tabColorHex)
         out += "<sheetPr><tabColor rgb=\"FF" + hexColor(*sheet.tabColorHex) + "\"/></sheetPr>";
     appendSheetViews(out, sheet);
+    appendSheetFormat(out, sheet);
     appendColumns(out, sheet);
     SheetDataWriter(sheet, strings, styles, out).write();
     appendSheetProtection(out, sheet);
     appendMergeCells(out, sheet);
     appendConditionalFormatting(out, sheet, styles);
     appendDataValidations(out, sheet);
+    appendHyperlinks(out, sheet, links.hyperlinks);
     if (links.drawing) out += "<drawing r:id=\"" + *links.drawing + "\"/>";
     if (links.legacyDrawing) out += "<legacyDrawing r:id=\"" + *links.legacyDrawing + "\"/>";
     out += "</worksheet>";

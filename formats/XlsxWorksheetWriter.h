@@ -4,6 +4,7 @@
 // sheet's part is tens of megabytes and this is the hot path of saving.
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace sumora {
 class Sheet;
@@ -18,6 +19,7 @@ class StylesWriter;
 struct WorksheetLinks {
     std::optional<std::string> drawing;       // the charts
     std::optional<std::string> legacyDrawing; // the comments' note shapes
+    std::vector<std::string> hyperlinks;      // one per hyperlink with an address, in the sheet's order
 };
 
 std::string worksheetXml(const Sheet& sheet, SharedStringTable& strings, StylesWriter& styles,

@@ -39,7 +39,8 @@ std::string buildPackage(const std::vector<Sheet>& sheets, const WorkbookExtras&
     worksheets.reserve(sheets.size());
     for (size_t i = 0; i < sheets.size(); ++i)
         worksheets.push_back(
-            worksheetXml(sheets[i], strings, styles, {plan[i].drawingId, plan[i].legacyDrawingId}));
+            worksheetXml(sheets[i], strings, styles,
+                         {plan[i].drawingId, plan[i].legacyDrawingId, plan[i].hyperlinkIds()}));
 
     ZipWriter zip;
     addPart(zip, "[Content_Types].xml", contentTypesXml(plan));

@@ -184,6 +184,32 @@ class GridRenderingTest : public QObject {
         discardWindow(window);
     }
 
+    void hiddenLinesHideAndLinksFollow() {
+        SumoraDocument doc;
+        doc.sheets.push_back(SumoraDocument::makeNewSheet("Data"));
+        Sheet& sheet = doc.sheets[0];
+        sheet.hiddenRows.add(2, 3);
+        sheet.hiddenColumns.add(1);
+        sheet.hyperlinks["A1"] = {"", "Data!C5", std::nullopt};
+        sheet.hyperlinks["C1"] = {"https://example.org", "", std::nullopt};
+        sheet.cellForWriting(0, 0).setValue("jump");
+        MainWindow* window = openWindow(std::move(doc));
+        SheetGridView* grid = window->grid();
+        QVERIFY(grid->isRowHidden(2) && grid->isRowHidden(3) && !grid->isRowHidden(4));
+        QVERIFY(grid->isColumnHidden(1) && !grid->isColumnHidden(2));
+        const CellAppearance link = window->sheetModel()->appearance(window->sheetModel()->index(0, 0));
+        QVERIFY(link.isLink);
+        QVERIFY(link.font.underline());
+        QVERIFY(!window->sheetModel()->appearance(window->sheetModel()->index(0, 3)).isLink);
+        // Ctrl+click on a link into the workbook shows its sheet and cell.
+        QTest::mouseClick(grid->viewport(), Qt::LeftButton, Qt::ControlModifier,
+                          grid->visualRect(window->sheetModel()->index(0, 0)).center());
+        QCOMPARE(window->editor().activeSheetIndex, int64_t{1});
+        QCOMPARE(grid->currentIndex().row(), 4);
+        QCOMPARE(grid->currentIndex().column(), 2);
+        discardWindow(window);
+    }
+
     void filteredRowsAreHidden() {
         SumoraDocument doc;
         for (int r = 0; r < 4; ++r)
