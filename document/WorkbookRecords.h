@@ -11,6 +11,7 @@
 #include <variant>
 #include <vector>
 
+#include "document/ConditionalRuleParts.h"
 #include "document/Identifier.h"
 
 namespace sumora {
@@ -21,8 +22,8 @@ struct NamedRange {
     std::optional<std::string> sheetName;
     int64_t startCol = 0, startRow = 0, endCol = 0, endRow = 0;
     bool operator==(const NamedRange& o) const {
-        return name == o.name && sheetName == o.sheetName && startCol == o.startCol && startRow == o.startRow &&
-               endCol == o.endCol && endRow == o.endRow;
+        return name == o.name && sheetName == o.sheetName && startCol == o.startCol &&
+               startRow == o.startRow && endCol == o.endCol && endRow == o.endRow;
     }
 };
 
@@ -52,8 +53,8 @@ struct OutlineGroup {
     bool isCollapsed = false;
     int64_t summaryRow = 0;
     bool operator==(const OutlineGroup& o) const {
-        return startRow == o.startRow && endRow == o.endRow && level == o.level && isCollapsed == o.isCollapsed &&
-               summaryRow == o.summaryRow;
+        return startRow == o.startRow && endRow == o.endRow && level == o.level &&
+               isCollapsed == o.isCollapsed && summaryRow == o.summaryRow;
     }
 };
 
@@ -67,34 +68,145 @@ struct ConditionalFormat {
 };
 
 namespace rule {
-struct GreaterThan { double value; bool operator==(const GreaterThan&) const = default; };
-struct LessThan { double value; bool operator==(const LessThan&) const = default; };
-struct EqualTo { double value; bool operator==(const EqualTo&) const = default; };
-struct Between { double low, high; bool operator==(const Between&) const = default; };
-struct NotBetween { double low, high; bool operator==(const NotBetween&) const = default; };
-struct TextContains { std::string text; bool operator==(const TextContains&) const = default; };
-struct TextNotContains { std::string text; bool operator==(const TextNotContains&) const = default; };
-struct TextStartsWith { std::string text; bool operator==(const TextStartsWith&) const = default; };
-struct TextEndsWith { std::string text; bool operator==(const TextEndsWith&) const = default; };
-struct TopN { int64_t count; bool operator==(const TopN&) const = default; };
-struct BottomN { int64_t count; bool operator==(const BottomN&) const = default; };
-struct ColorScale2 { std::string low, high; bool operator==(const ColorScale2&) const = default; };
-struct ColorScale3 { std::string low, mid, high; bool operator==(const ColorScale3&) const = default; };
-struct DataBar { std::string color; bool operator==(const DataBar&) const = default; };
-struct DuplicateValues { bool operator==(const DuplicateValues&) const = default; };
-struct UniqueValues { bool operator==(const UniqueValues&) const = default; };
-struct IsBlank { bool operator==(const IsBlank&) const = default; };
-struct IsNotBlank { bool operator==(const IsNotBlank&) const = default; };
-struct AboveAverage { bool operator==(const AboveAverage&) const = default; };
-struct BelowAverage { bool operator==(const BelowAverage&) const = default; };
+struct GreaterThan {
+    double value;
+    bool operator==(const GreaterThan&) const = default;
+};
+struct LessThan {
+    double value;
+    bool operator==(const LessThan&) const = default;
+};
+struct EqualTo {
+    double value;
+    bool operator==(const EqualTo&) const = default;
+};
+struct Between {
+    double low, high;
+    bool operator==(const Between&) const = default;
+};
+struct NotBetween {
+    double low, high;
+    bool operator==(const NotBetween&) const = default;
+};
+struct TextContains {
+    std::string text;
+    bool operator==(const TextContains&) const = default;
+};
+struct TextNotContains {
+    std::string text;
+    bool operator==(const TextNotContains&) const = default;
+};
+struct TextStartsWith {
+    std::string text;
+    bool operator==(const TextStartsWith&) const = default;
+};
+struct TextEndsWith {
+    std::string text;
+    bool operator==(const TextEndsWith&) const = default;
+};
+struct TopN {
+    int64_t count;
+    bool operator==(const TopN&) const = default;
+};
+struct BottomN {
+    int64_t count;
+    bool operator==(const BottomN&) const = default;
+};
+struct ColorScale2 {
+    std::string low, high;
+    bool operator==(const ColorScale2&) const = default;
+};
+struct ColorScale3 {
+    std::string low, mid, high;
+    bool operator==(const ColorScale3&) const = default;
+};
+struct DataBar {
+    std::string color;
+    bool operator==(const DataBar&) const = default;
+};
+struct DuplicateValues {
+    bool operator==(const DuplicateValues&) const = default;
+};
+struct UniqueValues {
+    bool operator==(const UniqueValues&) const = default;
+};
+struct IsBlank {
+    bool operator==(const IsBlank&) const = default;
+};
+struct IsNotBlank {
+    bool operator==(const IsNotBlank&) const = default;
+};
+struct AboveAverage {
+    bool operator==(const AboveAverage&) const = default;
+};
+struct BelowAverage {
+    bool operator==(const BelowAverage&) const = default;
+};
+struct GreaterOrEqual {
+    double value;
+    bool operator==(const GreaterOrEqual&) const = default;
+};
+struct LessOrEqual {
+    double value;
+    bool operator==(const LessOrEqual&) const = default;
+};
+struct NotEqualTo {
+    double value;
+    bool operator==(const NotEqualTo&) const = default;
+};
+// The highest or lowest `percent` per cent of the range's numbers.
+struct TopPercent {
+    int64_t percent;
+    bool operator==(const TopPercent&) const = default;
+};
+struct BottomPercent {
+    int64_t percent;
+    bool operator==(const BottomPercent&) const = default;
+};
+// A formula written for the range's top-left cell (without "="); its
+// references move with each cell, and a TRUE or non-zero result matches.
+struct Expression {
+    std::string formula;
+    bool operator==(const Expression&) const = default;
+};
+// One icon per cell: icon i (0 for the lowest values) when the value reaches
+// thresholds[i] but not thresholds[i + 1]; thresholds[0] is only a floor.
+struct IconSet {
+    IconSetStyle style = IconSetStyle::arrows3;
+    std::vector<Threshold> thresholds; // one per icon
+    bool reverse = false;              // the last icon for the lowest values
+    bool showValue = true;
+    bool operator==(const IconSet&) const = default;
+};
+// A colour scale whose breakpoints are not simply lowest (median) highest.
+struct ColorStop {
+    Threshold threshold;
+    std::string color;
+    bool operator==(const ColorStop&) const = default;
+};
+struct CustomColorScale {
+    std::vector<ColorStop> stops;
+    bool operator==(const CustomColorScale&) const = default;
+};
+// A data bar whose empty and full ends are placed by thresholds.
+struct CustomDataBar {
+    std::string color;
+    Threshold low, high;
+    bool operator==(const CustomDataBar&) const = default;
+};
 } // namespace rule
 
-// Cases in declaration order: greaterThan … belowAverage.
+// Cases in declaration order: greaterThan … belowAverage, then the kinds
+// that files bring beyond them (inclusive and unequal comparisons, ranks in
+// per cent, expressions, icon sets, scales and bars with placed breakpoints).
 using ConditionalRuleType =
     std::variant<rule::GreaterThan, rule::LessThan, rule::EqualTo, rule::Between, rule::NotBetween,
-                 rule::TextContains, rule::TextNotContains, rule::TextStartsWith, rule::TextEndsWith, rule::TopN,
-                 rule::BottomN, rule::ColorScale2, rule::ColorScale3, rule::DataBar, rule::DuplicateValues,
-                 rule::UniqueValues, rule::IsBlank, rule::IsNotBlank, rule::AboveAverage, rule::BelowAverage>;
+                 rule::TextContains, rule::TextNotContains, rule::TextStartsWith, rule::TextEndsWith,
+                 rule::TopN, rule::BottomN, rule::ColorScale2, rule::ColorScale3, rule::DataBar,
+                 rule::DuplicateValues, rule::UniqueValues, rule::IsBlank, rule::IsNotBlank,
+                 rule::AboveAverage, rule::BelowAverage, rule::GreaterOrEqual, rule::LessOrEqual,
+                 rule::NotEqualTo, rule::TopPercent, rule::BottomPercent, rule::Expression, rule::IconSet,
+                 rule::CustomColorScale, rule::CustomDataBar>;
 
 struct ConditionalFormatRule {
     std::string id = newIdentifier();
@@ -102,18 +214,36 @@ struct ConditionalFormatRule {
     ConditionalFormat format;
     int64_t startCol = 0, startRow = 0, endCol = 0, endRow = 0;
     bool operator==(const ConditionalFormatRule& o) const {
-        return ruleType == o.ruleType && format == o.format && startCol == o.startCol && startRow == o.startRow &&
-               endCol == o.endCol && endRow == o.endRow;
+        return ruleType == o.ruleType && format == o.format && startCol == o.startCol &&
+               startRow == o.startRow && endCol == o.endCol && endRow == o.endRow;
     }
 };
 
 namespace validation {
-struct WholeNumber { std::optional<double> min, max; bool operator==(const WholeNumber&) const = default; };
-struct Decimal { std::optional<double> min, max; bool operator==(const Decimal&) const = default; };
-struct List { std::vector<std::string> entries; bool operator==(const List&) const = default; };
-struct TextLength { std::optional<int64_t> min, max; bool operator==(const TextLength&) const = default; };
-struct Date { std::optional<std::string> after, before; bool operator==(const Date&) const = default; };
-struct Custom { std::string formula; bool operator==(const Custom&) const = default; };
+struct WholeNumber {
+    std::optional<double> min, max;
+    bool operator==(const WholeNumber&) const = default;
+};
+struct Decimal {
+    std::optional<double> min, max;
+    bool operator==(const Decimal&) const = default;
+};
+struct List {
+    std::vector<std::string> entries;
+    bool operator==(const List&) const = default;
+};
+struct TextLength {
+    std::optional<int64_t> min, max;
+    bool operator==(const TextLength&) const = default;
+};
+struct Date {
+    std::optional<std::string> after, before;
+    bool operator==(const Date&) const = default;
+};
+struct Custom {
+    std::string formula;
+    bool operator==(const Custom&) const = default;
+};
 } // namespace validation
 
 using ValidationType = std::variant<validation::WholeNumber, validation::Decimal, validation::List,

@@ -131,6 +131,7 @@ SumoraDocument readXlsxDocument(std::string_view bytes) {
     context.packageBytes = package.bytes;
 
     SumoraDocument document = SumoraDocument::empty();
+    context.droppedOnOpen = &document.droppedOnOpen;
     document.sheets.reserve(workbook.worksheets.size());
     for (size_t i = 0; i < workbook.worksheets.size(); ++i) {
         const WorksheetEntry& entry = workbook.worksheets[i];

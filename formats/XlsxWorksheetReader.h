@@ -42,6 +42,8 @@ struct WorksheetContext {
     uint64_t splitThreshold = uint64_t{8} << 20;
     // Counts the parts that were read in halves (for diagnostics and tests).
     int* partsReadInHalves = nullptr;
+    // Sentences for SumoraDocument::droppedOnOpen: what a sheet could not keep.
+    std::vector<std::string>* droppedOnOpen = nullptr;
 };
 
 // The largest grid a worksheet may address (XFD1048576).

@@ -7,6 +7,7 @@
 
 #include "document/ColumnLetters.h"
 #include "document/Sheet.h"
+#include "formats/XlsxConditionalFormatsWriter.h"
 #include "formats/XlsxFormulaText.h"
 #include "formats/XlsxSharedStringsWriter.h"
 #include "formats/XlsxSheetRulesWriter.h"
