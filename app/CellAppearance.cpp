@@ -75,7 +75,8 @@ void CellAppearanceBuilder::beginPaint(const Sheet* sheet) {
 ConditionalFormatEvaluator* CellAppearanceBuilder::evaluatorFor(const Sheet& sheet) {
     if (sheet.conditionalFormats.empty()) return nullptr;
     if (!evaluator_ || evaluatorSheet_ != &sheet) {
-        evaluator_ = std::make_unique<ConditionalFormatEvaluator>(sheet);
+        evaluator_ = std::make_unique<ConditionalFormatEvaluator>(
+            sheet, formulaSource_ ? formulaSource_(sheet) : ConditionalFormulaNumber{});
         evaluatorSheet_ = &sheet;
     }
     return evaluator_.get();
@@ -169,15 +170,17 @@ CellAppearance CellAppearanceBuilder::build(const Sheet& sheet, int64_t row, int
             if (conditional->isItalic) a.font.setItalic(*conditional->isItalic);
         }
         for (const ConditionalFormatRule& rule : sheet.conditionalFormats) {
-            const auto* bar = std::get_if<rule::DataBar>(&rule.ruleType);
+            const auto bar = dataBarColor(rule.ruleType);
             if (!bar || col < rule.startCol || col > rule.endCol || row < rule.startRow || row > rule.endRow)
                 continue;
             if (auto fraction = evaluator->dataBarFraction(rule, col, row)) {
                 a.dataBarFraction = *fraction;
-                a.dataBarColor = colorFromHex(bar->color);
+                a.dataBarColor = colorFromHex(*bar);
                 if (!a.dataBarColor.isValid()) a.dataBarColor = QColor(0x63, 0x8E, 0xC6);
             }
         }
+        a.icon = evaluator->icon(col, row);
+        if (a.icon && !a.icon->showValue) a.text.clear();
     }
     return a;
 }

@@ -8,6 +8,7 @@
 #include <QFontMetrics>
 #include <QHash>
 #include <QString>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -39,6 +40,7 @@ struct CellAppearance {
     bool isSpillResult = false;
     std::optional<double> dataBarFraction; // 0…1 of the cell's width
     QColor dataBarColor;
+    std::optional<ConditionalIcon> icon; // drawn at the cell's left edge
 };
 
 // What the grid's settings contribute to every cell.
@@ -56,6 +58,10 @@ struct CellRenderDefaults {
 class CellAppearanceBuilder {
   public:
     void setDefaults(const CellRenderDefaults& defaults);
+    // Evaluates the formulas of expression rules and formula thresholds for
+    // a sheet of the window's document; without it such rules match nothing.
+    using FormulaSource = std::function<ConditionalFormulaNumber(const Sheet&)>;
+    void setFormulaSource(FormulaSource source) { formulaSource_ = std::move(source); }
     const CellRenderDefaults& defaults() const { return defaults_; }
 
     // Starts a repaint of `sheet`: forgets the previous frame's evaluator.
@@ -70,6 +76,7 @@ class CellAppearanceBuilder {
     ConditionalFormatEvaluator* evaluatorFor(const Sheet& sheet);
 
     CellRenderDefaults defaults_;
+    FormulaSource formulaSource_;
     QHash<const CellFormat*, QFont> fonts_;
     const Sheet* evaluatorSheet_ = nullptr;
     std::unique_ptr<ConditionalFormatEvaluator> evaluator_;

@@ -6,6 +6,7 @@
 #include <QPainterPath>
 
 #include "app/CellOverlayPainters.h"
+#include "app/ConditionalIconPainter.h"
 #include "app/FormulaAutocomplete.h"
 #include "app/SheetTableModel.h"
 
@@ -73,12 +74,14 @@ void CellDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
         color.setAlpha(170);
         p.fillRect(bar, color);
     }
+    if (a.icon) paintConditionalIcon(p, r, *a.icon);
 
     if (!a.text.isEmpty()) {
         p.save();
         p.setFont(a.font);
         p.setPen(a.textColor);
-        const QRect textRect = r.adjusted(kTextPadding, 0, -kTextPadding, 0);
+        const int iconWidth = a.icon ? conditionalIconWidth(r) : 0;
+        const QRect textRect = r.adjusted(kTextPadding + iconWidth, 0, -kTextPadding, 0);
         QString text = a.text;
         int flags = static_cast<int>(a.alignment);
         if (a.wrap) {

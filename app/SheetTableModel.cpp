@@ -3,6 +3,7 @@
 #include <climits>
 
 #include "document/ColumnLetters.h"
+#include "editing/ConditionalFormulas.h"
 #include "editing/SumoraEditorView.h"
 
 namespace sumora::app {
@@ -17,6 +18,12 @@ int clampedCount(int64_t n) {
 
 SheetTableModel::SheetTableModel(SumoraEditorView& editor, QObject* parent)
     : QAbstractTableModel(parent), editor_(editor) {
+    appearances_.setFormulaSource([this](const Sheet& sheet) -> ConditionalFormulaNumber {
+        const auto& sheets = editor_.document.sheets;
+        for (size_t i = 0; i < sheets.size(); ++i)
+            if (&sheets[i] == &sheet) return conditionalFormulaNumbers(editor_.document, i);
+        return {};
+    });
     if (const Sheet* s = sheet()) {
         rows_ = clampedCount(s->rowCount());
         columns_ = clampedCount(s->columnCount());

@@ -11,6 +11,7 @@
 #include <variant>
 #include <vector>
 
+#include "document/ConditionalRuleParts.h"
 #include "document/Identifier.h"
 
 namespace sumora {
@@ -161,15 +162,71 @@ struct AboveAverage {
 struct BelowAverage {
     bool operator==(const BelowAverage&) const = default;
 };
+struct GreaterOrEqual {
+    double value;
+    bool operator==(const GreaterOrEqual&) const = default;
+};
+struct LessOrEqual {
+    double value;
+    bool operator==(const LessOrEqual&) const = default;
+};
+struct NotEqualTo {
+    double value;
+    bool operator==(const NotEqualTo&) const = default;
+};
+// The highest or lowest `percent` per cent of the range's numbers.
+struct TopPercent {
+    int64_t percent;
+    bool operator==(const TopPercent&) const = default;
+};
+struct BottomPercent {
+    int64_t percent;
+    bool operator==(const BottomPercent&) const = default;
+};
+// A formula written for the range's top-left cell (without "="); its
+// references move with each cell, and a TRUE or non-zero result matches.
+struct Expression {
+    std::string formula;
+    bool operator==(const Expression&) const = default;
+};
+// One icon per cell: icon i (0 for the lowest values) when the value reaches
+// thresholds[i] but not thresholds[i + 1]; thresholds[0] is only a floor.
+struct IconSet {
+    IconSetStyle style = IconSetStyle::arrows3;
+    std::vector<Threshold> thresholds; // one per icon
+    bool reverse = false;              // the last icon for the lowest values
+    bool showValue = true;
+    bool operator==(const IconSet&) const = default;
+};
+// A colour scale whose breakpoints are not simply lowest (median) highest.
+struct ColorStop {
+    Threshold threshold;
+    std::string color;
+    bool operator==(const ColorStop&) const = default;
+};
+struct CustomColorScale {
+    std::vector<ColorStop> stops;
+    bool operator==(const CustomColorScale&) const = default;
+};
+// A data bar whose empty and full ends are placed by thresholds.
+struct CustomDataBar {
+    std::string color;
+    Threshold low, high;
+    bool operator==(const CustomDataBar&) const = default;
+};
 } // namespace rule
 
-// Cases in declaration order: greaterThan … belowAverage.
+// Cases in declaration order: greaterThan … belowAverage, then the kinds
+// that files bring beyond them (inclusive and unequal comparisons, ranks in
+// per cent, expressions, icon sets, scales and bars with placed breakpoints).
 using ConditionalRuleType =
     std::variant<rule::GreaterThan, rule::LessThan, rule::EqualTo, rule::Between, rule::NotBetween,
                  rule::TextContains, rule::TextNotContains, rule::TextStartsWith, rule::TextEndsWith,
                  rule::TopN, rule::BottomN, rule::ColorScale2, rule::ColorScale3, rule::DataBar,
                  rule::DuplicateValues, rule::UniqueValues, rule::IsBlank, rule::IsNotBlank,
-                 rule::AboveAverage, rule::BelowAverage>;
+                 rule::AboveAverage, rule::BelowAverage, rule::GreaterOrEqual, rule::LessOrEqual,
+                 rule::NotEqualTo, rule::TopPercent, rule::BottomPercent, rule::Expression, rule::IconSet,
+                 rule::CustomColorScale, rule::CustomDataBar>;
 
 struct ConditionalFormatRule {
     std::string id = newIdentifier();

@@ -63,7 +63,7 @@ SumoraDocument openXlsx(const std::string& bytes) {
 SumoraDocument openOds(const std::string& bytes) {
     try {
         SumoraDocument doc = SumoraDocument::empty();
-        doc.sheets = readOdsSheets(bytes);
+        doc.sheets = readOdsSheets(bytes, &doc.droppedOnOpen);
         if (doc.sheets.empty()) doc.sheets.push_back(SumoraDocument::makeNewSheet("Sheet 1"));
         return doc;
     } catch (const FileReadError&) {

@@ -102,6 +102,8 @@ void OdsContentHandler::startElement(std::string_view name, const XmlAttributes&
         if (name == "table") ++nestedTables_;
         return;
     }
+    if (conditionalFormats_.inBlock() || (inTable && !inTableCell && name == "conditional-formats"))
+        return conditionalFormats_.startElement(name, a);
     if (inTableCell) {
         bool paragraph = name == "p" || name == "h";
         if (foreignDepth_ > 0 || (!paragraph && isForeignInCell(name))) {
@@ -144,6 +146,7 @@ void OdsContentHandler::endElement(std::string_view name) {
         if (name == "table") --nestedTables_;
         return;
     }
+    if (conditionalFormats_.inBlock()) return conditionalFormats_.endElement(name);
     if (inTableCell) {
         if (foreignDepth_ > 0) {
             if (inAnnotationP_ && foreignDepth_ == 2 && (name == "p" || name == "h")) inAnnotationP_ = false;
@@ -237,6 +240,12 @@ void OdsContentHandler::startTable(const XmlAttributes& a) {
 
 void OdsContentHandler::endTable() {
     inTable = false;
+    for (ConditionalFormatRule& rule : conditionalFormats_.takeRules())
+        currentSheet_.conditionalFormats.push_back(std::move(rule));
+    if (std::string dropped = conditionalFormats_.droppedSentence(currentSheet_.name); !dropped.empty()) {
+        Log::progress("  " + dropped);
+        if (droppedOnOpen_) droppedOnOpen_->push_back(std::move(dropped));
+    }
     if (role_ == Role::continuation) {
         // The first half finishes the table once it has taken these rows over.
         continuationComplete_ = true;
@@ -623,6 +632,8 @@ void OdsContentHandler::absorb(OdsContentHandler& other) {
             run.row += shift;
         applyColumnDefaults(other.unstyledRuns_);
     }
+    for (const ConditionalFormatRule& rule : from.conditionalFormats)
+        currentSheet_.conditionalFormats.push_back(rule);
     nextRow_ = std::min(shift + other.nextRow_, kMaxRows + 1);
 }
 

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "document/SumoraDocument.h"
+#include "formats/OdsConditionalFormats.h"
 #include "formats/OdsStyles.h"
 #include "formats/OutlineLevels.h"
 #include "formats/XmlReader.h"
@@ -45,6 +46,11 @@ class OdsContentHandler : public XmlHandler {
     void absorb(OdsContentHandler& continuation);
 
     std::vector<Sheet> takeSheets() { return std::move(sheets); }
+
+    // The named styles conditional formats apply (from the style part).
+    void setConditionalStyles(const ConditionalStyles* styles) { conditionalFormats_.setStyles(styles); }
+    // Where sentences about what a table could not keep go.
+    void reportDroppedTo(std::vector<std::string>* droppedOnOpen) { droppedOnOpen_ = droppedOnOpen; }
 
     // Handlers reading parts of one document count their text together
     // against kMaxStoredTextBytes; by default each counts its own.
@@ -122,6 +128,8 @@ class OdsContentHandler : public XmlHandler {
     std::atomic<int64_t>* textBytes_ = &ownTextBytes_;
     std::vector<Sheet> sheets;
     StyleCollector styles_;
+    ConditionalFormatCollector conditionalFormats_;
+    std::vector<std::string>* droppedOnOpen_ = nullptr;
 
     // The table being read.
     bool inTable = false;

@@ -8,8 +8,9 @@
 
 namespace sumora {
 
-// The sheets of an ODS package; throws on failure.
-std::vector<Sheet> readOdsSheets(std::string_view bytes);
+// The sheets of an ODS package; throws on failure. What the reader could not
+// keep is described, a sentence each, in `droppedOnOpen` when given.
+std::vector<Sheet> readOdsSheets(std::string_view bytes, std::vector<std::string>* droppedOnOpen = nullptr);
 // The package bytes of the sheets; throws FileWriteError on a failed check.
 std::string writeOds(const std::vector<Sheet>& sheets);
 

@@ -172,21 +172,34 @@ void readSecondHalf(std::string_view package, uint64_t cutFrom, const std::atomi
     }
 }
 
-std::vector<Sheet> readWhole(ZipReader& archive) {
+// What every handler of one package shares besides the content part.
+struct HandlerSetup {
+    const ods::ConditionalStyles* conditionalStyles = nullptr;
+    std::vector<std::string>* droppedOnOpen = nullptr;
+
+    void apply(OdsContentHandler& handler, bool reports) const {
+        handler.setConditionalStyles(conditionalStyles);
+        if (reports) handler.reportDroppedTo(droppedOnOpen);
+    }
+};
+
+std::vector<Sheet> readWhole(ZipReader& archive, const HandlerSetup& setup) {
     OdsContentHandler handler;
+    setup.apply(handler, true);
     parseXmlEntry(archive, kContentPart, handler);
     return handler.takeSheets();
 }
 
 // Reads the part in two halves; nothing when the halves do not fit together.
 std::optional<std::vector<Sheet>> readInHalves(ZipReader& archive, std::string_view package,
-                                               uint64_t declaredSize) {
+                                               uint64_t declaredSize, const HandlerSetup& setup) {
     // A little past the middle: the second half also decompresses the first.
     uint64_t cutFrom = declaredSize / 100 * 54;
     std::atomic<bool> cancelled{false};
     std::atomic<int64_t> textBytes{0};
     SecondHalf second;
     second.handler.shareTextCount(textBytes);
+    setup.apply(second.handler, false);
     std::thread worker;
     try {
         worker = std::thread([&] { readSecondHalf(package, cutFrom, cancelled, second); });
@@ -203,6 +216,7 @@ std::optional<std::vector<Sheet>> readInHalves(ZipReader& archive, std::string_v
     try {
         OdsContentHandler first;
         first.shareTextCount(textBytes);
+        setup.apply(first, true);
         XmlReader xml(first);
         StreamCut cut(kRowStarts, cutFrom);
         auto parse = [&](std::string_view piece) {
@@ -245,30 +259,33 @@ std::optional<std::vector<Sheet>> readInHalves(ZipReader& archive, std::string_v
 // One package; the spreadsheet's sheets in tab order.
 class ODSReader {
   public:
-    explicit ODSReader(std::string_view data, bool splitBigParts = true)
-        : data_(data), split_(splitBigParts) {}
+    explicit ODSReader(std::string_view data, bool splitBigParts = true,
+                       std::vector<std::string>* droppedOnOpen = nullptr)
+        : data_(data), split_(splitBigParts), droppedOnOpen_(droppedOnOpen) {}
 
     std::vector<Sheet> parse() {
         ZipReader archive(data_);
         if (!archive.contains(kContentPart))
             throw std::runtime_error(
                 "the package has no content.xml, so it is not an OpenDocument spreadsheet");
-        std::vector<Sheet> sheets = readSheets(archive);
+        ods::ConditionalStyles conditionalStyles = ods::readConditionalStyles(archive);
+        std::vector<Sheet> sheets = readSheets(archive, {&conditionalStyles, droppedOnOpen_});
         if (!writtenBySumora(archive)) widenToPixels(sheets);
         return sheets;
     }
 
   private:
-    std::vector<Sheet> readSheets(ZipReader& archive) {
+    std::vector<Sheet> readSheets(ZipReader& archive, const HandlerSetup& setup) {
         for (const ZipEntry& entry : archive.entries()) {
             if (!split_ || entry.path != kContentPart || entry.uncompressedSize < kSplitThreshold ||
                 std::thread::hardware_concurrency() < 2)
                 continue;
-            if (auto sheets = readInHalves(archive, data_, entry.uncompressedSize)) return std::move(*sheets);
+            if (auto sheets = readInHalves(archive, data_, entry.uncompressedSize, setup))
+                return std::move(*sheets);
             break;
         }
         try {
-            return readWhole(archive);
+            return readWhole(archive, setup);
         } catch (const XmlError&) {
             if (isEncrypted(archive))
                 throw std::runtime_error(
@@ -311,10 +328,11 @@ class ODSReader {
 
     std::string_view data_;
     bool split_;
+    std::vector<std::string>* droppedOnOpen_;
 };
 
-std::vector<Sheet> readOdsSheets(std::string_view bytes) {
-    return ODSReader(bytes).parse();
+std::vector<Sheet> readOdsSheets(std::string_view bytes, std::vector<std::string>* droppedOnOpen) {
+    return ODSReader(bytes, true, droppedOnOpen).parse();
 }
 
 std::vector<Sheet> ods::readSheets(std::string_view bytes, bool splitBigParts) {

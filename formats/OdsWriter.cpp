@@ -15,6 +15,7 @@
 #include "document/SumoraDocument.h"
 #include "engine/FormulaValue.h"
 #include "formats/FileErrors.h"
+#include "formats/OdsConditionalFormatsWriter.h"
 #include "formats/OdsFormat.h"
 #include "formats/OdsFormulaTranslation.h"
 #include "formats/OdsHyperlinks.h"
@@ -461,7 +462,8 @@ RowsWritten appendRows(std::string& out, const Sheet& sheet, int64_t firstRow, i
 // Rows past which a table's rows are written in two halves at once.
 constexpr int64_t kParallelRows = 20000;
 
-void appendTable(std::string& out, const Sheet& sheet, const StyleTable& styles) {
+void appendTable(std::string& out, const Sheet& sheet, const StyleTable& styles,
+                 const ods::ConditionalStyleNames& conditionalStyles) {
     out += "<table:table table:name=\"";
     appendXmlEscaped(out, sheet.name, XmlContext::attribute);
     out += "\">";
@@ -493,6 +495,7 @@ void appendTable(std::string& out, const Sheet& sheet, const StyleTable& styles)
         }
     }
     if (!first.any && !second.any) appendEmptyRows(out, 1);
+    ods::appendConditionalFormats(out, sheet, conditionalStyles);
     out += "</table:table>";
 }
 
@@ -595,6 +598,7 @@ std::string ODSWriter::metaXML(std::time_t now) {
 
 std::string ODSWriter::contentXML(const std::vector<Sheet>& sheets) {
     StyleTable styles(sheets);
+    ods::ConditionalStyleNames conditionalStyles(sheets);
     size_t estimate = 4096;
     for (const Sheet& sheet : sheets)
         for (int64_t r = 0; r < sheet.storedRowCount(); ++r)
@@ -605,7 +609,7 @@ std::string ODSWriter::contentXML(const std::vector<Sheet>& sheets) {
     appendAutomaticStyles(out, styles);
     out += "<office:body><office:spreadsheet>";
     for (const Sheet& sheet : sheets)
-        appendTable(out, sheet, styles);
+        appendTable(out, sheet, styles, conditionalStyles);
     out += "</office:spreadsheet></office:body></office:document-content>";
     return out;
 }
@@ -617,7 +621,7 @@ std::string ODSWriter::write(const std::vector<Sheet>& sheets) {
         zip.add("mimetype", kMimeType, Compression::store);
         zip.add("META-INF/manifest.xml", kManifest);
         zip.add("meta.xml", metaXML());
-        zip.add("styles.xml", kStyles);
+        zip.add("styles.xml", ods::stylesWithConditionalStyles(kStyles, ods::ConditionalStyleNames(sheets)));
         zip.add("content.xml", contentXML(sheets), Compression::deflate, kContentCompressionLevel);
         bytes = zip.finish();
     } catch (const ArchiveError& e) {

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "document/ColumnLetters.h"
+#include "engine/ReferenceShifter.h"
 #include "formats/XlsxColors.h"
 #include "formats/XlsxText.h"
 #include "formats/XlsxWorksheetReader.h"
@@ -15,28 +17,17 @@ namespace {
 
 // A bound is a short number; longer formula text is kept no further.
 constexpr size_t kMaxFormulaLength = 1024;
-// cellIs needs two formulas and a colour scale three colours; more is no rule.
+// cellIs needs two formulas, a colour scale three colours and an icon set five
+// thresholds; more is no rule.
 constexpr size_t kMaxFormulas = 3;
 constexpr size_t kMaxColors = 3;
+constexpr size_t kMaxValueObjects = 5;
+// Reasons named in the sentence about a sheet; the rest are counted.
+constexpr size_t kMaxNamedReasons = 8;
 
 // The depths of a block's elements: the block, its rules, their children
-// (formula, colorScale, dataBar, extLst) and what a scale holds (cfvo, color).
+// (formula, colorScale, dataBar, iconSet, extLst) and what those hold (cfvo, color).
 constexpr int kBlockDepth = 1, kRuleDepth = 2, kRuleChildDepth = 3, kScaleChildDepth = 4;
-
-// The leading formulas that are plain numbers, as the model's comparisons
-// need; `count` of them at most.
-std::vector<double> plainNumbers(const std::vector<std::string>& formulas, size_t count) {
-    std::vector<double> numbers;
-    for (std::string_view formula : formulas) {
-        if (numbers.size() == count) break;
-        size_t first = formula.find_first_not_of(" \t\r\n");
-        if (first != std::string_view::npos && formula[first] == '=') formula.remove_prefix(first + 1);
-        auto v = parseDouble(formula);
-        if (!v || !std::isfinite(*v)) break;
-        numbers.push_back(*v);
-    }
-    return numbers;
-}
 
 std::optional<bool> flag(const XmlAttributes& a, std::string_view name) {
     auto v = a.get(name);
@@ -61,7 +52,21 @@ void ConditionalFormatReader::startElement(std::string_view name, const XmlAttri
             formula_.clear();
         } else if (name == "colorScale" || name == "dataBar") {
             inScale_ = true;
+        } else if (name == "iconSet") {
+            inScale_ = true;
+            if (auto set = a.get("iconSet")) rule_->iconSet = std::string(*set);
+            rule_->reverse = flag(a, "reverse").value_or(false);
+            rule_->showValue = flag(a, "showValue").value_or(true);
         }
+    } else if (depth_ == kScaleChildDepth && inScale_ && name == "cfvo") {
+        if (rule_->valueObjects.size() == kMaxValueObjects) {
+            rule_->damaged = true;
+            return;
+        }
+        ValueObject& v = rule_->valueObjects.emplace_back();
+        v.type = std::string(a.get("type").value_or(""));
+        if (auto val = a.get("val")) v.val = std::string(val->substr(0, kMaxFormulaLength));
+        v.gte = flag(a, "gte").value_or(true);
     } else if (depth_ == kScaleChildDepth && inScale_ && name == "color") {
         if (rule_->colors.size() == kMaxColors) {
             rule_->damaged = true;
@@ -131,20 +136,31 @@ void ConditionalFormatReader::endRule() {
     ConditionalRuleElement element = std::move(*rule_);
     rule_.reset();
     inFormula_ = inScale_ = false;
-    std::optional<ConditionalRuleType> type = element.damaged ? std::nullopt : ruleType(element);
-    if (!type) {
-        ++skipped_;
-        return;
+    if (element.damaged) return skip("a damaged rule");
+    // Formulas are written for the top-left cell of all the block's ranges.
+    int64_t originCol = ranges_.front().startCol, originRow = ranges_.front().startRow;
+    for (const CellBox& range : ranges_) {
+        originCol = std::min(originCol, range.startCol);
+        originRow = std::min(originRow, range.startRow);
     }
+    RuleReading reading = readRuleType(element, cellAddress(originCol, originRow));
+    if (auto* reason = std::get_if<std::string>(&reading)) return skip(*reason);
+    ConditionalRuleType& type = std::get<ConditionalRuleType>(reading);
+    auto* expression = std::get_if<rule::Expression>(&type);
+    std::optional<ReferenceShifter> shifter;
+    if (expression && ranges_.size() > 1) shifter.emplace(expression->formula);
+
     int64_t priority = element.priority.value_or(std::numeric_limits<int64_t>::max());
     ConditionalFormat applied = format(element);
     for (const CellBox& range : ranges_) {
-        if (rules_.size() >= kMaxConditionalRules) {
-            ++skipped_;
-            return;
-        }
+        if (rules_.size() >= kMaxConditionalRules) return skip("more rules than a sheet keeps");
         ConditionalFormatRule rule;
-        rule.ruleType = *type;
+        rule.ruleType = type;
+        // Each range becomes a rule of its own, whose formula is written for
+        // its own top-left cell.
+        if (shifter)
+            std::get<rule::Expression>(rule.ruleType).formula =
+                shifter->shifted(range.startRow - originRow, range.startCol - originCol);
         rule.format = applied;
         rule.startCol = range.startCol;
         rule.startRow = range.startRow;
@@ -154,56 +170,22 @@ void ConditionalFormatReader::endRule() {
     }
 }
 
-std::optional<ConditionalRuleType> ConditionalFormatReader::ruleType(const ConditionalRuleElement& e) const {
-    const std::string& type = e.type;
-    if (type == "cellIs") {
-        std::vector<double> n = plainNumbers(e.formulas, 2);
-        if (n.empty()) return std::nullopt;
-        if (e.op == "greaterThan") return rule::GreaterThan{n[0]};
-        if (e.op == "lessThan") return rule::LessThan{n[0]};
-        if (e.op == "equal") return rule::EqualTo{n[0]};
-        if (n.size() < 2) return std::nullopt;
-        if (e.op == "between") return rule::Between{n[0], n[1]};
-        if (e.op == "notBetween") return rule::NotBetween{n[0], n[1]};
-        return std::nullopt; // the inclusive comparisons and notEqual have no case
+void ConditionalFormatReader::skip(const std::string& reason) {
+    ++skipped_;
+    if (skippedBy_.size() < kMaxNamedReasons || skippedBy_.count(reason)) ++skippedBy_[reason];
+}
+
+std::string ConditionalFormatReader::droppedSentence(const std::string& sheetName) const {
+    if (skipped_ == 0) return {};
+    std::string out = "Conditional formats on '" + sheetName + "': " + std::to_string(skipped_) +
+                      (skipped_ == 1 ? " rule was" : " rules were") + " left out: ";
+    bool first = true;
+    for (const auto& [reason, count] : skippedBy_) {
+        out += first ? "" : "; ";
+        first = false;
+        out += reason + " (" + std::to_string(count) + ")";
     }
-    if (type == "containsText" || type == "notContainsText" || type == "beginsWith" || type == "endsWith") {
-        if (!e.text) return std::nullopt;
-        if (type == "containsText") return rule::TextContains{*e.text};
-        if (type == "notContainsText") return rule::TextNotContains{*e.text};
-        if (type == "beginsWith") return rule::TextStartsWith{*e.text};
-        return rule::TextEndsWith{*e.text};
-    }
-    if (type == "top10") {
-        int64_t rank = e.rank.value_or(10);
-        if (e.percent || rank < 1) return std::nullopt;
-        if (e.bottom) return rule::BottomN{rank};
-        return rule::TopN{rank};
-    }
-    if (type == "colorScale" || type == "dataBar") {
-        // The model scales from the lowest to the highest value (through the
-        // median); other thresholds keep their colours on that scale.
-        if (std::any_of(e.colors.begin(), e.colors.end(), [](const auto& c) { return !c; }))
-            return std::nullopt;
-        if (type == "dataBar") {
-            if (e.colors.empty()) return std::nullopt;
-            return rule::DataBar{*e.colors[0]};
-        }
-        if (e.colors.size() == 2) return rule::ColorScale2{*e.colors[0], *e.colors[1]};
-        if (e.colors.size() == 3) return rule::ColorScale3{*e.colors[0], *e.colors[1], *e.colors[2]};
-        return std::nullopt;
-    }
-    if (type == "duplicateValues") return rule::DuplicateValues{};
-    if (type == "uniqueValues") return rule::UniqueValues{};
-    if (type == "containsBlanks") return rule::IsBlank{};
-    if (type == "notContainsBlanks") return rule::IsNotBlank{};
-    if (type == "aboveAverage") {
-        // The model compares strictly with the mean itself.
-        if (e.equalAverage || e.deviations) return std::nullopt;
-        if (e.above) return rule::AboveAverage{};
-        return rule::BelowAverage{};
-    }
-    return std::nullopt; // expression, iconSet, timePeriod, errors, …
+    return out + ".";
 }
 
 ConditionalFormat ConditionalFormatReader::format(const ConditionalRuleElement& e) const {

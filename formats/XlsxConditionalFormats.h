@@ -2,16 +2,17 @@
 // Conditional formats of a worksheet, read as the stream delivers them: each
 // `conditionalFormatting` block names its ranges, each `cfRule` inside it a
 // rule and, through `dxfId`, the style sheet's differential format it
-// applies. Rules the model has no case for (expressions, icon sets, ranks in
-// percent, comparisons it cannot state, bounds that are not plain numbers)
-// are left out and counted.
+// applies. Rules the model has no case for are left out, and the reader
+// says which in droppedSentence().
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "document/WorkbookRecords.h"
+#include "formats/XlsxConditionalRuleTypes.h"
 #include "formats/XlsxWorksheetReader.h"
 
 namespace sumora {
@@ -24,17 +25,6 @@ class ColorResolver;
 
 // Rules kept per sheet at most; a hostile part could name millions.
 inline constexpr size_t kMaxConditionalRules = 100000;
-
-// What one cfRule element says, before it is understood.
-struct ConditionalRuleElement {
-    std::string type, op;
-    std::optional<std::string> text;
-    std::optional<int64_t> priority, dxfId, rank;
-    bool bottom = false, percent = false, above = true, equalAverage = false, deviations = false;
-    std::vector<std::string> formulas;
-    std::vector<std::optional<std::string>> colors;
-    bool damaged = false;
-};
 
 class ConditionalFormatReader {
   public:
@@ -56,6 +46,9 @@ class ConditionalFormatReader {
     std::vector<ConditionalFormatRule> takeRules();
     // cfRule elements that gave no rule.
     int64_t skippedCount() const { return skipped_; }
+    // One sentence naming what was left out on `sheetName`, by reason;
+    // empty when nothing was.
+    std::string droppedSentence(const std::string& sheetName) const;
 
   private:
     struct Ranked {
@@ -66,7 +59,7 @@ class ConditionalFormatReader {
     void beginBlock(const XmlAttributes& attributes);
     void beginRule(const XmlAttributes& attributes);
     void endRule();
-    std::optional<ConditionalRuleType> ruleType(const ConditionalRuleElement& element) const;
+    void skip(const std::string& reason);
     ConditionalFormat format(const ConditionalRuleElement& element) const;
 
     const std::vector<ConditionalFormat>* differentialFormats_;
@@ -81,6 +74,7 @@ class ConditionalFormatReader {
 
     std::vector<Ranked> rules_;
     int64_t skipped_ = 0;
+    std::map<std::string, int64_t> skippedBy_; // reason → rules
 };
 
 } // namespace sumora::xlsx

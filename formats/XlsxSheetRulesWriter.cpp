@@ -6,7 +6,6 @@
 
 #include "document/Sheet.h"
 #include "formats/XlsxFormulaText.h"
-#include "formats/XlsxStylesWriter.h"
 #include "formats/XlsxWriterText.h"
 #include "formats/XmlWriter.h"
 #include "values/SerialDate.h"
@@ -14,176 +13,6 @@
 namespace sumora::xlsx {
 
 namespace {
-
-void appendFormula(std::string& out, std::string_view element, std::string_view formula) {
-    out += '<';
-    out += element;
-    out += '>';
-    appendXmlEscaped(out, formula);
-    out += "</";
-    out += element;
-    out += '>';
-}
-
-// A formula string literal: "a""b" for a"b.
-std::string stringLiteral(std::string_view text) {
-    std::string out = "\"";
-    for (char c : text) {
-        out += c;
-        if (c == '"') out += '"';
-    }
-    out += '"';
-    return out;
-}
-
-// ---------------------------------------------------------------------------
-// Conditional formatting
-
-class RuleWriter {
-  public:
-    RuleWriter(std::string& out, const ConditionalFormatRule& rule, int priority, StylesWriter& styles)
-        : out_(out), rule_(rule), priority_(priority), styles_(styles) {
-        appendCellRef(topLeft_, std::min(rule.startCol, rule.endCol), std::min(rule.startRow, rule.endRow));
-    }
-
-    void operator()(const rule::GreaterThan& r) { cellIs("greaterThan", {xmlDouble(r.value)}); }
-    void operator()(const rule::LessThan& r) { cellIs("lessThan", {xmlDouble(r.value)}); }
-    void operator()(const rule::EqualTo& r) { cellIs("equal", {xmlDouble(r.value)}); }
-    void operator()(const rule::Between& r) { cellIs("between", {xmlDouble(r.low), xmlDouble(r.high)}); }
-    void operator()(const rule::NotBetween& r) {
-        cellIs("notBetween", {xmlDouble(r.low), xmlDouble(r.high)});
-    }
-    void operator()(const rule::TextContains& r) {
-        text("containsText", r.text, "NOT(ISERROR(SEARCH(" + stringLiteral(r.text) + "," + topLeft_ + ")))");
-    }
-    void operator()(const rule::TextNotContains& r) {
-        text("notContainsText", r.text, "ISERROR(SEARCH(" + stringLiteral(r.text) + "," + topLeft_ + "))");
-    }
-    void operator()(const rule::TextStartsWith& r) {
-        std::string literal = stringLiteral(r.text);
-        text("beginsWith", r.text, "LEFT(" + topLeft_ + ",LEN(" + literal + "))=" + literal);
-    }
-    void operator()(const rule::TextEndsWith& r) {
-        std::string literal = stringLiteral(r.text);
-        text("endsWith", r.text, "RIGHT(" + topLeft_ + ",LEN(" + literal + "))=" + literal);
-    }
-    void operator()(const rule::TopN& r) { top(r.count, false); }
-    void operator()(const rule::BottomN& r) { top(r.count, true); }
-    void operator()(const rule::ColorScale2& r) {
-        open("colorScale");
-        out_ += "><colorScale><cfvo type=\"min\"/><cfvo type=\"max\"/>";
-        color(r.low);
-        color(r.high);
-        out_ += "</colorScale></cfRule>";
-    }
-    void operator()(const rule::ColorScale3& r) {
-        open("colorScale");
-        out_ += "><colorScale><cfvo type=\"min\"/><cfvo type=\"percentile\" val=\"50\"/><cfvo type=\"max\"/>";
-        color(r.low);
-        color(r.mid);
-        color(r.high);
-        out_ += "</colorScale></cfRule>";
-    }
-    void operator()(const rule::DataBar& r) {
-        open("dataBar");
-        out_ += "><dataBar><cfvo type=\"min\"/><cfvo type=\"max\"/>";
-        color(r.color);
-        out_ += "</dataBar></cfRule>";
-    }
-    void operator()(const rule::DuplicateValues&) { plain("duplicateValues"); }
-    void operator()(const rule::UniqueValues&) { plain("uniqueValues"); }
-    void operator()(const rule::IsBlank&) { withFormula("containsBlanks", "LEN(TRIM(" + topLeft_ + "))=0"); }
-    void operator()(const rule::IsNotBlank&) {
-        withFormula("notContainsBlanks", "LEN(TRIM(" + topLeft_ + "))>0");
-    }
-    void operator()(const rule::AboveAverage&) { plain("aboveAverage"); }
-    void operator()(const rule::BelowAverage&) {
-        out_ += "<cfRule type=\"aboveAverage\" aboveAverage=\"0\"";
-        priorityAndFormat();
-        out_ += "/>";
-    }
-
-  private:
-    // Everything up to the priority: `<cfRule type="…"` and its own attributes.
-    void open(std::string_view type) {
-        out_ += "<cfRule type=\"";
-        out_ += type;
-        out_ += '"';
-        if (type == "colorScale" || type == "dataBar") {
-            out_ += " priority=\"";
-            appendInt(out_, priority_);
-            out_ += '"';
-        }
-    }
-    // The priority, then the rule's differential format when it sets anything.
-    void priorityAndFormat() {
-        out_ += " priority=\"";
-        appendInt(out_, priority_);
-        out_ += '"';
-        if (rule_.format != ConditionalFormat{}) {
-            out_ += " dxfId=\"";
-            appendInt(out_, styles_.dxfIndex(rule_.format));
-            out_ += '"';
-        }
-    }
-    void cellIs(std::string_view op, std::initializer_list<std::string> formulas) {
-        open("cellIs");
-        out_ += " operator=\"";
-        out_ += op;
-        out_ += '"';
-        priorityAndFormat();
-        out_ += '>';
-        bool first = true;
-        for (const std::string& f : formulas) {
-            out_ += first ? "<formula>" : "</formula><formula>";
-            first = false;
-            out_ += f;
-        }
-        out_ += "</formula></cfRule>";
-    }
-    void text(std::string_view type, std::string_view text, const std::string& formula) {
-        open(type);
-        appendAttribute(out_, "text", text);
-        priorityAndFormat();
-        // Spreadsheet applications read the operator alongside the type.
-        appendAttribute(out_, "operator", type == "notContainsText" ? "notContains" : type);
-        out_ += '>';
-        appendFormula(out_, "formula", formula);
-        out_ += "</cfRule>";
-    }
-    void top(int64_t rank, bool bottom) {
-        open("top10");
-        out_ += " rank=\"";
-        appendInt(out_, std::max<int64_t>(1, rank));
-        out_ += '"';
-        if (bottom) out_ += " bottom=\"1\"";
-        priorityAndFormat();
-        out_ += "/>";
-    }
-    void plain(std::string_view type) {
-        open(type);
-        priorityAndFormat();
-        out_ += "/>";
-    }
-    void withFormula(std::string_view type, const std::string& formula) {
-        open(type);
-        priorityAndFormat();
-        out_ += '>';
-        appendFormula(out_, "formula", formula);
-        out_ += "</cfRule>";
-    }
-    void color(const std::string& hex) {
-        out_ += "<color rgb=\"FF";
-        out_ += hexColor(hex);
-        out_ += "\"/>";
-    }
-
-    std::string& out_;
-    const ConditionalFormatRule& rule_;
-    int priority_;
-    StylesWriter& styles_;
-    std::string topLeft_;
-};
 
 // ---------------------------------------------------------------------------
 // Data validations
@@ -242,7 +71,7 @@ struct ValidationVisitor {
             if (i > 0) joined += ',';
             joined += l.entries[i];
         }
-        return {"list", "", stringLiteral(joined), {}};
+        return {"list", "", formulaStringLiteral(joined), {}};
     }
     ValidationFormulas operator()(const validation::TextLength& t) const {
         ValidationFormulas v{"textLength", "", {}, {}};
@@ -309,17 +138,6 @@ void appendSheetProtection(std::string& out, const Sheet& sheet) {
     out += "/>";
 }
 
-void appendConditionalFormatting(std::string& out, const Sheet& sheet, StylesWriter& styles) {
-    int priority = 1;
-    for (const ConditionalFormatRule& rule : sheet.conditionalFormats) {
-        out += "<conditionalFormatting sqref=\"";
-        out += rangeRef(rule.startCol, rule.startRow, rule.endCol, rule.endRow);
-        out += "\">";
-        std::visit(RuleWriter(out, rule, priority++, styles), rule.ruleType);
-        out += "</conditionalFormatting>";
-    }
-}
-
 void appendDataValidations(std::string& out, const Sheet& sheet) {
     if (sheet.dataValidations.empty()) return;
     out += "<dataValidations count=\"";
@@ -341,8 +159,8 @@ void appendDataValidations(std::string& out, const Sheet& sheet) {
         if (rule.inputMessage) appendAttribute(out, "prompt", *rule.inputMessage);
         appendAttribute(out, "sqref", rangeRef(rule.startCol, rule.startRow, rule.endCol, rule.endRow));
         out += '>';
-        if (v.formula1) appendFormula(out, "formula1", *v.formula1);
-        if (v.formula2) appendFormula(out, "formula2", *v.formula2);
+        if (v.formula1) appendTextElement(out, "formula1", *v.formula1);
+        if (v.formula2) appendTextElement(out, "formula2", *v.formula2);
         out += "</dataValidation>";
     }
     out += "</dataValidations>";

@@ -1,7 +1,7 @@
 #pragma once
-// The rule elements of a worksheet part: sheet protection, conditional
-// formatting and data validations, each appended where the worksheet's
-// element order puts it.
+// The rule elements of a worksheet part: sheet protection and data
+// validations, each appended where the worksheet's element order puts it
+// (conditional formatting has XlsxConditionalFormatsWriter).
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -12,15 +12,9 @@ class Sheet;
 
 namespace sumora::xlsx {
 
-class StylesWriter;
-
 // `<sheetProtection …/>` when the sheet is protected or its permissions
 // differ from the defaults; nothing otherwise.
 void appendSheetProtection(std::string& out, const Sheet& sheet);
-
-// One `conditionalFormatting` per rule, priorities numbered from 1 per sheet;
-// rules that format cells register their format as a `dxf`.
-void appendConditionalFormatting(std::string& out, const Sheet& sheet, StylesWriter& styles);
 
 // `<dataValidations>` with one element per rule; nothing without rules.
 void appendDataValidations(std::string& out, const Sheet& sheet);

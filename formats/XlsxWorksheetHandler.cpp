@@ -665,9 +665,10 @@ void WorksheetHandler::finish() {
     reportSkipped();
     if (!validations_.markup().empty()) sheet_.dataValidations = parseDataValidations(validations_.markup());
     sheet_.conditionalFormats = conditionalFormats_.takeRules();
-    if (int64_t skipped = conditionalFormats_.skippedCount())
-        Log::debug("  Conditional formats: " + std::to_string(skipped) + " rules of '" + sheet_.name +
-                   "' have no equivalent and were skipped");
+    if (std::string dropped = conditionalFormats_.droppedSentence(sheet_.name); !dropped.empty()) {
+        Log::progress("  " + dropped);
+        if (context_.dropped) context_.dropped->push_back(std::move(dropped));
+    }
     sheet_.compact();
 }
 

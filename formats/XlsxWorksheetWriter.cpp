@@ -11,6 +11,7 @@
 #include "document/ColumnLetters.h"
 #include "document/Sheet.h"
 #include "formats/OutlineLevels.h"
+#include "formats/XlsxConditionalFormatsWriter.h"
 #include "formats/XlsxFormulaText.h"
 #include "formats/XlsxSharedStringsWriter.h"
 #include "formats/XlsxSheetRulesWriter.h"

@@ -221,4 +221,24 @@ bool needsSpacePreserve(std::string_view text) {
     return space(text.front()) || space(text.back());
 }
 
+void appendTextElement(std::string& out, std::string_view element, std::string_view text) {
+    out += '<';
+    out += element;
+    out += '>';
+    appendXmlEscaped(out, text);
+    out += "</";
+    out += element;
+    out += '>';
+}
+
+std::string formulaStringLiteral(std::string_view text) {
+    std::string out = "\"";
+    for (char c : text) {
+        out += c;
+        if (c == '"') out += '"';
+    }
+    out += '"';
+    return out;
+}
+
 } // namespace sumora::xlsx

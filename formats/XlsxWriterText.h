@@ -51,6 +51,11 @@ bool isXmlNumber(std::string_view text);
 // a 20-digit identifier fail, so cells holding them stay texts.
 bool isExactNumberText(std::string_view text);
 
+// `<element>text</element>` with the text escaped (formulas of rules).
+void appendTextElement(std::string& out, std::string_view element, std::string_view text);
+// A text as a formula's string literal: "a""b" for a"b.
+std::string formulaStringLiteral(std::string_view text);
+
 // Appends string content (shared strings, formula results, comments) as XML
 // element text. Characters XML cannot carry become "_xHHHH_" escapes and a
 // literal "_xHHHH_" in the text has its underscore escaped, which is how

@@ -51,6 +51,17 @@ constexpr TypeInfo kTypes[] = {
     {QT_TRANSLATE_NOOP("ConditionalRule", "Is Not Blank"), Takes::nothing},
     {QT_TRANSLATE_NOOP("ConditionalRule", "Above Average"), Takes::nothing},
     {QT_TRANSLATE_NOOP("ConditionalRule", "Below Average"), Takes::nothing},
+    {QT_TRANSLATE_NOOP("ConditionalRule", "Greater Than or Equal To"), Takes::value},
+    {QT_TRANSLATE_NOOP("ConditionalRule", "Less Than or Equal To"), Takes::value},
+    {QT_TRANSLATE_NOOP("ConditionalRule", "Not Equal To"), Takes::value},
+    {QT_TRANSLATE_NOOP("ConditionalRule", "Top N%"), Takes::count},
+    {QT_TRANSLATE_NOOP("ConditionalRule", "Bottom N%"), Takes::count},
+    {QT_TRANSLATE_NOOP("ConditionalRule", "Formula Is True"), Takes::text},
+    // Rules with breakpoints keep the ones they came with; new ones start
+    // from the usual thirds (icons) or the lowest and highest values.
+    {QT_TRANSLATE_NOOP("ConditionalRule", "Icon Set"), Takes::nothing},
+    {QT_TRANSLATE_NOOP("ConditionalRule", "Color Scale with Breakpoints"), Takes::nothing},
+    {QT_TRANSLATE_NOOP("ConditionalRule", "Data Bar with Breakpoints"), Takes::nothing},
 };
 static_assert(std::size(kTypes) == std::variant_size_v<ConditionalRuleType>, "one entry per rule type");
 
@@ -65,11 +76,16 @@ QString parameters(const ConditionalRuleType& type) {
             using R = std::decay_t<decltype(r)>;
             if constexpr (std::is_same_v<R, rule::Between> || std::is_same_v<R, rule::NotBetween>)
                 return number(r.low) + QObject::tr(" and ") + number(r.high);
-            else if constexpr (std::is_same_v<R, rule::GreaterThan> || std::is_same_v<R, rule::LessThan> ||
-                               std::is_same_v<R, rule::EqualTo>)
+            else if constexpr (requires { r.value; })
                 return number(r.value);
             else if constexpr (std::is_same_v<R, rule::TopN> || std::is_same_v<R, rule::BottomN>)
                 return QString::number(r.count);
+            else if constexpr (requires { r.percent; })
+                return QString::number(r.percent) + QLatin1Char('%');
+            else if constexpr (std::is_same_v<R, rule::Expression>)
+                return QLatin1Char('=') + toQString(r.formula);
+            else if constexpr (std::is_same_v<R, rule::IconSet>)
+                return toQString(rawText(r.style));
             else if constexpr (std::is_same_v<R, rule::ColorScale3>)
                 return QStringLiteral("#%1 → #%2 → #%3")
                     .arg(toQString(r.low), toQString(r.mid), toQString(r.high));
@@ -209,6 +225,7 @@ void ConditionalRuleEditor::showFieldsForType() {
 
 void ConditionalRuleEditor::setRule(const ConditionalFormatRule& rule) {
     id_ = rule.id;
+    kept_ = rule.ruleType;
     range_->setText(rangeText({rule.startCol, rule.startRow, rule.endCol, rule.endRow}));
     std::visit(
         [this](const auto& r) {
@@ -216,11 +233,14 @@ void ConditionalRuleEditor::setRule(const ConditionalFormatRule& rule) {
             if constexpr (std::is_same_v<R, rule::Between> || std::is_same_v<R, rule::NotBetween>) {
                 value1_->setText(number(r.low));
                 value2_->setText(number(r.high));
-            } else if constexpr (std::is_same_v<R, rule::GreaterThan> || std::is_same_v<R, rule::LessThan> ||
-                                 std::is_same_v<R, rule::EqualTo>) {
+            } else if constexpr (requires { r.value; }) {
                 value1_->setText(number(r.value));
             } else if constexpr (std::is_same_v<R, rule::TopN> || std::is_same_v<R, rule::BottomN>) {
                 count_->setValue(static_cast<int>(r.count));
+            } else if constexpr (requires { r.percent; }) {
+                count_->setValue(static_cast<int>(r.percent));
+            } else if constexpr (std::is_same_v<R, rule::Expression>) {
+                text_->setText(toQString(r.formula));
             } else if constexpr (std::is_same_v<R, rule::ColorScale2>) {
                 colors_[0]->setHex(r.low);
                 colors_[1]->setHex(r.high);
@@ -244,6 +264,22 @@ void ConditionalRuleEditor::setRule(const ConditionalFormatRule& rule) {
     setTriState(italic_, rule.format.isItalic);
     showFieldsForType();
     message_->clear();
+}
+
+ConditionalRuleType ConditionalRuleEditor::keptOrDefault(int index) const {
+    if (kept_.index() == static_cast<size_t>(index)) return kept_;
+    const Threshold low = makeThreshold(ThresholdKind::min), high = makeThreshold(ThresholdKind::max);
+    switch (index) {
+    case 26:
+        return rule::IconSet{IconSetStyle::arrows3,
+                             {makeThreshold(ThresholdKind::percent, 0),
+                              makeThreshold(ThresholdKind::percent, 33),
+                              makeThreshold(ThresholdKind::percent, 67)}};
+    case 27:
+        return rule::CustomColorScale{{{low, colors_[0]->hex()}, {high, colors_[1]->hex()}}};
+    default:
+        return rule::CustomDataBar{colors_[0]->hex(), low, high};
+    }
 }
 
 std::optional<ConditionalFormatRule> ConditionalRuleEditor::rule() {
@@ -325,8 +361,33 @@ std::optional<ConditionalFormatRule> ConditionalRuleEditor::rule() {
     case 18:
         r.ruleType = rule::AboveAverage{};
         break;
-    default:
+    case 19:
         r.ruleType = rule::BelowAverage{};
+        break;
+    case 20:
+        r.ruleType = rule::GreaterOrEqual{*v1};
+        break;
+    case 21:
+        r.ruleType = rule::LessOrEqual{*v1};
+        break;
+    case 22:
+        r.ruleType = rule::NotEqualTo{*v1};
+        break;
+    case 23:
+        r.ruleType = rule::TopPercent{std::clamp<int64_t>(count, 1, 100)};
+        break;
+    case 24:
+        r.ruleType = rule::BottomPercent{std::clamp<int64_t>(count, 1, 100)};
+        break;
+    case 25: {
+        std::string formula = text;
+        if (!formula.empty() && formula.front() == '=') formula.erase(0, 1);
+        if (formula.empty()) return fail(tr("Enter a formula."));
+        r.ruleType = rule::Expression{formula};
+        break;
+    }
+    default:
+        r.ruleType = keptOrDefault(index);
         break;
     }
     if (fillOn_->isChecked()) r.format.fillColor = fill_->hex();

@@ -52,7 +52,12 @@ class ConditionalRuleEditor : public QDialog {
   private:
     void showFieldsForType();
 
+    // A rule whose breakpoints the editor has no fields for keeps those of
+    // the rule set last, when its type stays the same.
+    ConditionalRuleType keptOrDefault(int index) const;
+
     std::string id_;
+    ConditionalRuleType kept_;
     QLineEdit* range_;
     QComboBox* type_;
     QLabel* value1Label_;
