@@ -21,15 +21,6 @@ std::string locationFromOds(std::string_view text) {
     return sheet + "!" + std::string(cell);
 }
 
-std::string locationToOds(std::string_view location) {
-    size_t bang = location.rfind('!');
-    if (bang == std::string_view::npos) return std::string(location);
-    std::string sheet(location.substr(0, bang));
-    if (sheet.size() >= 2 && sheet.front() == '\'' && sheet.back() == '\'')
-        sheet = sheet.substr(1, sheet.size() - 2);
-    return sheet + "." + std::string(location.substr(bang + 1));
-}
-
 } // namespace
 
 CellHyperlink hyperlinkFromHref(std::string_view href) {
@@ -39,12 +30,6 @@ CellHyperlink hyperlinkFromHref(std::string_view href) {
     else
         link.target = std::string(href);
     return link;
-}
-
-std::string hrefFromHyperlink(const CellHyperlink& link) {
-    if (link.target.empty()) return "#" + locationToOds(link.location);
-    if (link.location.empty()) return link.target;
-    return link.target + "#" + link.location;
 }
 
 } // namespace sumora::ods

@@ -10,16 +10,12 @@
 #include <thread>
 #include <unordered_map>
 
-#include "document/ColumnLetters.h"
 #include "document/HexColor.h"
 #include "document/SumoraDocument.h"
 #include "engine/FormulaValue.h"
 #include "formats/FileErrors.h"
-#include "formats/OdsConditionalFormatsWriter.h"
 #include "formats/OdsFormat.h"
 #include "formats/OdsFormulaTranslation.h"
-#include "formats/OdsHyperlinks.h"
-#include "formats/OdsLineLayout.h"
 #include "formats/XmlWriter.h"
 #include "formats/ZipArchive.h"
 #include "values/StrictNumber.h"
@@ -60,7 +56,6 @@ constexpr std::string_view kContentStart =
     "xmlns:style=\"urn:oasis:names:tc:opendocument:xmlns:style:1.0\" "
     "xmlns:fo=\"urn:oasis:names:tc:opendocument:xmlns:xsl-fo-compatible:1.0\" "
     "xmlns:of=\"urn:oasis:names:tc:opendocument:xmlns:of:1.2\" "
-    "xmlns:xlink=\"http://www.w3.org/1999/xlink\" "
     "xmlns:number=\"urn:oasis:names:tc:opendocument:xmlns:datastyle:1.0\" office:version=\"1.2\">";
 
 // The factor turns pixels into millimetres, yet the unit written is the
@@ -184,22 +179,15 @@ class StyleTable {
                 widths_.try_emplace(width, static_cast<int>(widths_.size()) + 1);
                 if (widthOrder_.size() < widths_.size()) widthOrder_.push_back(width);
             }
-            for (const auto& [row, height] : sheet.rowHeights) {
-                (void)row;
-                heights_.try_emplace(height, static_cast<int>(heights_.size()) + 1);
-                if (heightOrder_.size() < heights_.size()) heightOrder_.push_back(height);
-            }
         }
     }
 
     // 0 for a cell that needs no style, else N of "ceN".
     int cellStyle(const CellFormat* format) const { return format ? byFormat_.at(format) : 0; }
     int columnStyle(double width) const { return widths_.at(width); }
-    int rowStyle(double height) const { return heights_.at(height); }
 
     const std::vector<ODSWriter::CellStyleKey>& keys() const { return keys_; }
     const std::vector<double>& widths() const { return widthOrder_; }
-    const std::vector<double>& heights() const { return heightOrder_; }
 
   private:
     void collect(const CellFormat* format) {
@@ -217,8 +205,6 @@ class StyleTable {
     std::vector<ODSWriter::CellStyleKey> keys_;
     std::unordered_map<double, int> widths_;
     std::vector<double> widthOrder_;
-    std::unordered_map<double, int> heights_;
-    std::vector<double> heightOrder_;
 };
 
 // One writer's view of the style table: neighbouring cells mostly share a
@@ -255,17 +241,6 @@ void appendAutomaticStyles(std::string& out, const StyleTable& styles) {
         out += "\" style:family=\"table-column\"><style:table-column-properties style:column-width=\"";
         appendFixed3(out, styles.widths()[i] * kWidthFactor);
         out += "cm\"/></style:style>";
-    }
-    // Row heights are true lengths (pixels at 96 per inch), fine enough to read back exactly.
-    for (size_t i = 0; i < styles.heights().size(); ++i) {
-        out += "<style:style style:name=\"ro";
-        appendInteger(out, static_cast<int64_t>(i + 1));
-        out += "\" style:family=\"table-row\"><style:table-row-properties style:row-height=\"";
-        char buffer[400];
-        auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, styles.heights()[i] * 2.54 / 96,
-                                       std::chars_format::fixed, 4);
-        out.append(buffer, ec == std::errc() ? end : buffer);
-        out += "cm\" style:use-optimal-row-height=\"false\"/></style:style>";
     }
     out += "</office:automatic-styles>";
 }
@@ -304,23 +279,6 @@ void appendMatrixSpan(std::string& out, const Sheet& sheet, int64_t row, int64_t
     out += '"';
 }
 
-// A linked cell's text sits inside the link, in its first paragraph.
-void appendLinkedParagraphs(std::string& out, std::string_view text, const CellHyperlink& link) {
-    out += "<text:p><text:a xlink:type=\"simple\" xlink:href=\"";
-    appendXmlEscaped(out, ods::hrefFromHyperlink(link), XmlContext::attribute);
-    out += "\">";
-    size_t lineFeed = text.find('\n');
-    appendParagraphText(out, text.substr(0, lineFeed));
-    out += "</text:a></text:p>";
-    if (lineFeed != std::string_view::npos) appendParagraphs(out, text.substr(lineFeed + 1));
-}
-
-const CellHyperlink* hyperlinkAt(const Sheet& sheet, int64_t row, int64_t col) {
-    if (sheet.hyperlinks.empty()) return nullptr;
-    auto it = sheet.hyperlinks.find(cellAddress(col, row));
-    return it == sheet.hyperlinks.end() ? nullptr : &it->second;
-}
-
 void appendCell(std::string& out, const Sheet& sheet, int64_t row, int64_t col, const Cell& cell, int style) {
     out += "<table:table-cell";
     if (style) {
@@ -338,8 +296,7 @@ void appendCell(std::string& out, const Sheet& sheet, int64_t row, int64_t col, 
         appendMatrixSpan(out, sheet, row, col);
     }
     std::string_view text = cell.displayValue();
-    const CellHyperlink* link = hyperlinkAt(sheet, row, col);
-    if (text.empty() && !formula && !link) {
+    if (text.empty() && !formula) {
         out += "/>";
         return;
     }
@@ -354,10 +311,7 @@ void appendCell(std::string& out, const Sheet& sheet, int64_t row, int64_t col, 
     } else {
         out += " office:value-type=\"string\">";
     }
-    if (link)
-        appendLinkedParagraphs(out, text, *link);
-    else
-        appendParagraphs(out, text);
+    appendParagraphs(out, text);
     out += "</table:table-cell>";
 }
 
@@ -379,56 +333,25 @@ struct RowsWritten {
     int64_t trailingEmptyRows = 0; // written only if rows with content follow
 };
 
-// Empty rows with the same look, written as one repeated row.
-void appendLookRows(std::string& out, const ods::RowLook& look, int64_t count) {
-    if (look.plain()) return appendEmptyRows(out, count);
-    out += "<table:table-row";
-    if (count > 1) {
-        out += " table:number-rows-repeated=\"";
-        appendInteger(out, count);
-        out += '"';
-    }
-    ods::appendRowAttributes(out, look);
-    out += "><table:table-cell/></table:table-row>";
-}
-
 RowsWritten appendRows(std::string& out, const Sheet& sheet, int64_t firstRow, int64_t endRow,
-                       const StyleTable& table, const ods::RowLayout& layout) {
+                       const StyleTable& table) {
     StyleLookup styleOf(table);
     RowsWritten written;
-    // Empty rows not yet written, all of one look.
-    ods::RowLook pendingLook;
-    int64_t pendingRows = 0;
-    auto flush = [&] {
-        if (pendingRows == 0) return;
-        appendLookRows(out, pendingLook, pendingRows);
-        pendingRows = 0;
-        written.any = true;
-    };
+    int64_t emptyRows = 0;
     for (int64_t r = firstRow; r < endRow; ++r) {
-        if (!layout.empty()) {
-            std::string openings;
-            if (layout.appendOpenings(openings, r)) {
-                flush();
-                out += openings;
-                written.any = true;
-            }
-        }
-        ods::RowLook look = layout.look(r);
         bool any = false;
         int64_t emptyCells = 0;
         for (int64_t c = 0; c < sheet.storedColumnCount(r); ++c) {
             const Cell& cell = sheet.cell(r, c);
             int style = styleOf(cell.formatHandle());
-            if (!style && !cell.hasFormula() && cell.displayValue().empty() && !hyperlinkAt(sheet, r, c)) {
+            if (!style && !cell.hasFormula() && cell.displayValue().empty()) {
                 ++emptyCells;
                 continue;
             }
             if (!any) {
-                flush();
-                out += "<table:table-row";
-                ods::appendRowAttributes(out, look);
-                out += '>';
+                appendEmptyRows(out, emptyRows);
+                emptyRows = 0;
+                out += "<table:table-row>";
                 any = true;
             }
             appendEmptyCells(out, emptyCells);
@@ -439,39 +362,37 @@ RowsWritten appendRows(std::string& out, const Sheet& sheet, int64_t firstRow, i
             out += "</table:table-row>";
             written.any = true;
         } else {
-            if (pendingRows > 0 && !(look == pendingLook)) flush();
-            pendingLook = look;
-            ++pendingRows;
-        }
-        if (!layout.empty()) {
-            std::string closings;
-            if (layout.appendClosings(closings, r)) {
-                flush();
-                out += closings;
-                written.any = true;
-            }
+            ++emptyRows;
         }
     }
-    if (pendingLook.plain())
-        written.trailingEmptyRows = pendingRows;
-    else
-        flush();
+    written.trailingEmptyRows = emptyRows;
     return written;
 }
 
 // Rows past which a table's rows are written in two halves at once.
 constexpr int64_t kParallelRows = 20000;
 
-void appendTable(std::string& out, const Sheet& sheet, const StyleTable& styles,
-                 const ods::ConditionalStyleNames& conditionalStyles) {
+void appendTable(std::string& out, const Sheet& sheet, const StyleTable& styles) {
     out += "<table:table table:name=\"";
     appendXmlEscaped(out, sheet.name, XmlContext::attribute);
     out += "\">";
 
-    ods::appendColumns(out, sheet, [&](double width) { return styles.columnStyle(width); });
-    ods::RowLayout layout(sheet, [&](double height) { return styles.rowStyle(height); });
+    int64_t columns = std::max<int64_t>(sheet.columnCount(), 1);
+    for (int64_t r = 0; r < sheet.storedRowCount(); ++r)
+        columns = std::max(columns, sheet.storedColumnCount(r));
+    if (!sheet.columnWidths.empty()) columns = std::max(columns, sheet.columnWidths.rbegin()->first + 1);
+    for (int64_t c = 0; c < columns; ++c) {
+        auto width = sheet.columnWidths.find(c);
+        if (width == sheet.columnWidths.end()) {
+            out += "<table:table-column/>";
+        } else {
+            out += "<table:table-column table:style-name=\"co";
+            appendInteger(out, styles.columnStyle(width->second));
+            out += "\"/>";
+        }
+    }
 
-    int64_t rows = std::max(sheet.storedRowCount(), layout.end());
+    int64_t rows = sheet.storedRowCount();
     RowsWritten first, second;
     std::string secondText;
     std::thread helper;
@@ -480,13 +401,12 @@ void appendTable(std::string& out, const Sheet& sheet, const StyleTable& styles,
         middle = rows / 2;
         secondText.reserve(out.capacity() > out.size() ? (out.capacity() - out.size()) / 2 : 0);
         try {
-            helper =
-                std::thread([&] { second = appendRows(secondText, sheet, middle, rows, styles, layout); });
+            helper = std::thread([&] { second = appendRows(secondText, sheet, middle, rows, styles); });
         } catch (const std::system_error&) {
             middle = rows; // no thread to spare: one writer does it all
         }
     }
-    first = appendRows(out, sheet, 0, middle, styles, layout);
+    first = appendRows(out, sheet, 0, middle, styles);
     if (helper.joinable()) {
         helper.join();
         if (second.any) {
@@ -495,7 +415,6 @@ void appendTable(std::string& out, const Sheet& sheet, const StyleTable& styles,
         }
     }
     if (!first.any && !second.any) appendEmptyRows(out, 1);
-    ods::appendConditionalFormats(out, sheet, conditionalStyles);
     out += "</table:table>";
 }
 
@@ -598,7 +517,6 @@ std::string ODSWriter::metaXML(std::time_t now) {
 
 std::string ODSWriter::contentXML(const std::vector<Sheet>& sheets) {
     StyleTable styles(sheets);
-    ods::ConditionalStyleNames conditionalStyles(sheets);
     size_t estimate = 4096;
     for (const Sheet& sheet : sheets)
         for (int64_t r = 0; r < sheet.storedRowCount(); ++r)
@@ -609,7 +527,7 @@ std::string ODSWriter::contentXML(const std::vector<Sheet>& sheets) {
     appendAutomaticStyles(out, styles);
     out += "<office:body><office:spreadsheet>";
     for (const Sheet& sheet : sheets)
-        appendTable(out, sheet, styles, conditionalStyles);
+        appendTable(out, sheet, styles);
     out += "</office:spreadsheet></office:body></office:document-content>";
     return out;
 }
@@ -621,7 +539,7 @@ std::string ODSWriter::write(const std::vector<Sheet>& sheets) {
         zip.add("mimetype", kMimeType, Compression::store);
         zip.add("META-INF/manifest.xml", kManifest);
         zip.add("meta.xml", metaXML());
-        zip.add("styles.xml", ods::stylesWithConditionalStyles(kStyles, ods::ConditionalStyleNames(sheets)));
+        zip.add("styles.xml", kStyles);
         zip.add("content.xml", contentXML(sheets), Compression::deflate, kContentCompressionLevel);
         bytes = zip.finish();
     } catch (const ArchiveError& e) {
