@@ -187,7 +187,7 @@ bool SumoraEditorView::pasteCopiedCells(PasteMode mode) {
             for (auto& [p, cell] : writes)
                 replaceCell(targetSheet, p.col, p.row, std::move(cell));
         },
-        recalculate);
+        UndoRecalculation::wholeSheet);
     recalculate();
     if (moving) copied_.reset();
     return true;
@@ -233,7 +233,7 @@ void SumoraEditorView::clearContents() {
             for (auto& [p, cell] : writes)
                 replaceCell(sheetIndex, p.col, p.row, std::move(cell));
         },
-        recalculate);
+        UndoRecalculation::wholeSheet);
     if (writes.size() == 1)
         recalculateChangedCell(sheetIndex, writes[0].first.col, writes[0].first.row);
     else
@@ -298,7 +298,7 @@ void SumoraEditorView::performFill(const SelectionRange& sourceRange, const Sele
             for (auto& [at, cell] : writes)
                 replaceCell(sheetIndex, at.col, at.row, std::move(cell));
         },
-        recalculate);
+        UndoRecalculation::wholeSheet);
     recalculate();
 }
 

@@ -60,31 +60,6 @@ void writeConstant(Sheet& sheet, int64_t row, int64_t col, std::string_view text
     cell.setComputedValue(text);
 }
 
-// Cell records before and after a tool rewrote them, for its undo step.
-struct CellChange {
-    int64_t row = 0;
-    int64_t col = 0;
-    Cell before;
-    Cell after;
-};
-
-void registerCellChanges(SumoraEditorView& editor, std::string name, size_t sheetIndex,
-                         std::vector<CellChange> changes) {
-    if (!editor.undoManager || changes.empty()) return;
-    auto shared = std::make_shared<const std::vector<CellChange>>(std::move(changes));
-    if (sheetIndex >= editor.document.sheets.size()) return;
-    auto put = [&editor, sheetId = editor.document.sheets[sheetIndex].id, shared](bool after) {
-        auto index = editor.document.sheetIndexById(sheetId);
-        if (!index) return;
-        Sheet& sheet = editor.document.sheets[*index];
-        for (const CellChange& c : *shared)
-            if (sheet.contains(c.row, c.col)) sheet.setCell(c.row, c.col, after ? c.after : c.before);
-        refreshSheet(editor, *index);
-    };
-    editor.undoManager->registerStep(
-        std::move(name), [put] { put(false); }, [put] { put(true); });
-}
-
 // ---- sorting -----------------------------------------------------------------
 
 // One key's column, read once: the texts as for sorting and which of them are
@@ -437,26 +412,18 @@ void SumoraEditorView::replaceAllMatches() {
     TextMatcher matcher(matcherOptions(*this));
     if (findMatches.empty() || !sheet || !matcher.isValid()) return;
 
-    // Every cell is entered like typed text (classified and recalculated), but
-    // the steps are gathered into one "Replace All" step of our own.
+    // Every cell is entered like typed text (classified and recalculated), and
+    // the entries are collected into one "Replace All" step.
     const auto sheetIndex = static_cast<size_t>(activeSheetIndex);
-    std::vector<CellChange> changes;
-    UndoManager scratch;
-    scratch.setLevelsOfUndo(1);
-    UndoManager* windowUndo = undoManager;
-    undoManager = &scratch;
+    beginCellChanges();
     for (const CellPosition& at : findMatches) {
-        Sheet& s = document.sheets[sheetIndex];
-        Cell before = s.cell(at.row, at.col);
-        auto entry = replacementEntry(before, findSearchInFormulas, matcher, replaceText);
-        if (!entry) continue;
-        setCellValue(at, *entry);
-        Cell after = document.sheets[sheetIndex].cell(at.row, at.col);
-        if (after == before) continue;
-        changes.push_back({at.row, at.col, std::move(before), std::move(after)});
+        const Cell& current = document.sheets[sheetIndex].cell(at.row, at.col);
+        if (auto entry = replacementEntry(current, findSearchInFormulas, matcher, replaceText))
+            setCellValue(at, *entry);
     }
-    undoManager = windowUndo;
-    registerCellChanges(*this, "Replace All", sheetIndex, std::move(changes));
+    CellChangeRecord record = endCellChanges();
+    record.dropUnchanged();
+    registerCellChanges("Replace All", std::move(record), UndoRecalculation::wholeSheet);
     performFind();
 }
 
@@ -503,7 +470,7 @@ void SumoraEditorView::performTextToColumns() {
     if (!activeSheet()) return;
     const auto sheetIndex = static_cast<size_t>(activeSheetIndex);
     const int64_t col = selection->minCol();
-    std::vector<CellChange> changes;
+    CellChangeRecord record;
     for (int64_t row = selection->minRow(); row <= selection->maxRow(); ++row) {
         std::vector<std::string> pieces =
             splitText(std::string(document.sheets[sheetIndex].cell(row, col).displayValue()));
@@ -515,15 +482,14 @@ void SumoraEditorView::performTextToColumns() {
             std::string_view piece = trimmedOfBlanks(pieces[i]);
             const Cell& current = sheet.cell(row, target);
             if (!current.formula() && current.value() == piece && current.displayValue() == piece) continue;
-            changes.push_back({row, target, current, Cell()});
+            record.noteBefore(sheet, {target, row});
             writeConstant(sheet, row, target, piece);
         }
     }
-    if (changes.empty()) return;
+    if (record.empty()) return;
     refreshSheet(*this, sheetIndex);
-    for (CellChange& c : changes)
-        c.after = document.sheets[sheetIndex].cell(c.row, c.col);
-    registerCellChanges(*this, "Text to Columns", sheetIndex, std::move(changes));
+    record.readAfter(document);
+    registerCellChanges("Text to Columns", std::move(record), UndoRecalculation::wholeSheet);
 }
 
 // ---- remove duplicates -------------------------------------------------------------

@@ -54,12 +54,12 @@ std::vector<std::string_view> referencePieces(std::string_view list) {
 
 // A cell's number for these tools: its display text read strictly; 0 when it
 // is not a number.
-double cellNumber(const Sheet& sheet, ColRow at) {
+double cellNumber(const Sheet& sheet, CellPosition at) {
     return parseStrictNumber(sheet.cell(at.row, at.col).displayValue()).value_or(0.0);
 }
 
 // Writes `text` as an input cell's value; false when it already held it.
-bool writeInput(Sheet& sheet, ColRow at, std::string_view text) {
+bool writeInput(Sheet& sheet, CellPosition at, std::string_view text) {
     const Cell& current = sheet.cell(at.row, at.col);
     if (current.value() == text && (current.hasFormula() || current.displayValue() == text)) return false;
     Cell& cell = sheet.cellForWriting(at.row, at.col);
@@ -73,13 +73,13 @@ class RoundRecalculation {
   public:
     explicit RoundRecalculation(SumoraEditorView& editor) : editor_(editor) {}
 
-    void afterWriting(const std::vector<ColRow>& changed) {
+    void afterWriting(const std::vector<CellPosition>& changed) {
         if (!everything_) {
             editor_.recalculateAllFormulas();
             everything_ = true;
             return;
         }
-        for (const ColRow& at : changed)
+        for (const CellPosition& at : changed)
             editor_.recalculateCell(at.col, at.row);
     }
 
@@ -147,8 +147,8 @@ enum class SolverGoal { maximise, minimise, reachValue };
 // One solver run: the pattern search over the variable cells.
 class SolverRun {
   public:
-    SolverRun(SumoraEditorView& editor, ColRow objective, std::vector<ColRow> variables, SolverGoal goal,
-              double target)
+    SolverRun(SumoraEditorView& editor, CellPosition objective, std::vector<CellPosition> variables,
+              SolverGoal goal, double target)
         : editor_(editor), objective_(objective), variables_(std::move(variables)), goal_(goal),
           target_(target), recalculation_(editor) {}
 
@@ -159,7 +159,7 @@ class SolverRun {
         if (!sheet) return std::nullopt;
         changed_.clear();
         for (size_t i = 0; i < variables_.size(); ++i) {
-            const ColRow at = variables_[i];
+            const CellPosition at = variables_[i];
             if (!sheet->contains(at.row, at.col)) continue;
             if (writeInput(*sheet, at, SumoraEditorView::formatSolverValue(x[i]))) changed_.push_back(at);
         }
@@ -239,19 +239,19 @@ class SolverRun {
         return false;
     }
 
-    std::optional<size_t> variableIndex(ColRow at) const {
+    std::optional<size_t> variableIndex(CellPosition at) const {
         for (size_t i = 0; i < variables_.size(); ++i)
             if (variables_[i] == at) return i;
         return std::nullopt;
     }
 
     SumoraEditorView& editor_;
-    ColRow objective_;
-    std::vector<ColRow> variables_;
+    CellPosition objective_;
+    std::vector<CellPosition> variables_;
     SolverGoal goal_;
     double target_;
     RoundRecalculation recalculation_;
-    std::vector<ColRow> changed_;
+    std::vector<CellPosition> changed_;
 };
 
 } // namespace
@@ -263,7 +263,7 @@ void SumoraEditorView::runSolver() {
         solverStatusText = "Invalid objective cell reference.";
         return;
     }
-    std::vector<ColRow> variables;
+    std::vector<CellPosition> variables;
     for (std::string_view piece : referencePieces(solverVariableCells)) {
         piece = trimmed(piece);
         auto at = parseCellAddress(piece);
@@ -278,7 +278,7 @@ void SumoraEditorView::runSolver() {
 
     std::vector<double> x;
     std::vector<Cell> originals;
-    for (const ColRow& at : variables) {
+    for (const CellPosition& at : variables) {
         x.push_back(cellNumber(*sheet, at));
         originals.push_back(sheet->cell(at.row, at.col));
     }

@@ -21,18 +21,14 @@
 #include <string_view>
 #include <vector>
 
+#include "document/CellPosition.h"
 #include "document/SumoraDocument.h"
+#include "editing/CellChangeRecord.h"
 #include "editing/UndoManager.h"
 
 namespace sumora {
 
 class SheetCalculator;
-
-struct CellPosition {
-    int64_t col = 0;
-    int64_t row = 0;
-    bool operator==(const CellPosition&) const = default;
-};
 
 struct SelectionRange {
     int64_t startCol = 0, startRow = 0, endCol = 0, endRow = 0;
@@ -47,7 +43,7 @@ struct SelectionRange {
 
 // The system pasteboard as plain text; the desktop app plugs in its own.
 class Clipboard {
-public:
+  public:
     virtual ~Clipboard() = default;
     virtual std::optional<std::string> text() const = 0;
     virtual void setText(std::string text) = 0;
@@ -55,11 +51,11 @@ public:
 
 // A clipboard held in memory (tests, the command line).
 class MemoryClipboard : public Clipboard {
-public:
+  public:
     std::optional<std::string> text() const override { return text_; }
     void setText(std::string text) override { text_ = std::move(text); }
 
-private:
+  private:
     std::optional<std::string> text_;
 };
 
@@ -69,6 +65,15 @@ struct SelectionStats {
     std::optional<double> average;
     std::optional<double> min;
     std::optional<double> max;
+};
+
+// What an undo or redo step of changed cells recomputes.
+enum class UndoRecalculation {
+    // Undo puts records back and recomputes nothing (cells that read them keep
+    // their values until the next edit); redo recomputes each changed cell.
+    entry,
+    // Both recompute every formula of each sheet the step touched.
+    wholeSheet,
 };
 
 enum class PasteMode { all, valuesOnly, formulasOnly, formattingOnly };
@@ -88,7 +93,7 @@ struct SolverConstraint {
 };
 
 class SumoraEditorView {
-public:
+  public:
     explicit SumoraEditorView(SumoraDocument& document);
     ~SumoraEditorView();
     SumoraEditorView(const SumoraEditorView&) = delete;
@@ -168,21 +173,34 @@ public:
     // that starts with `seeds` (one or more texts).
     static std::string autoFillValue(const std::vector<std::string>& seeds, int64_t stepIndex);
 
-private:
+    // ---- undo of changed cells (SumoraEditorView.cpp) ------------------------
+    // While a collection is open, the cells that entry and paste write are
+    // noted in one record instead of registering steps of their own; nested
+    // begin/end pairs fold into the outermost, whose end returns the record.
+    void beginCellChanges();
+    CellChangeRecord endCellChanges();
+    // The one registration of changed cells as an undo step on the window's
+    // undo manager (nothing without one, or for an empty record).
+    void registerCellChanges(std::string name, CellChangeRecord record, UndoRecalculation how);
+
+  private:
     // Undo and recalculation plumbing shared by the commands (SumoraEditorView.cpp).
     // Registers a step on the window's undo manager, when there is one.
     void registerUndoStep(std::string name, std::function<void()> undo, std::function<void()> redo);
-    // Runs `body` and registers everything it registered as one step named
-    // `name`; `afterChange` runs after the grouped undo and after the redo.
-    void groupUndoSteps(std::string name, const std::function<void()>& body,
-                        std::function<void()> afterChange = {});
-    // Writes a whole cell record, registering a step that puts the old one back.
+    // Runs `body` inside a collection and registers what it changed as one step.
+    void groupUndoSteps(std::string name, const std::function<void()>& body, UndoRecalculation how);
+    // What putting a record's cells back recomputes: the only place where an
+    // undo or redo step recalculates.
+    void recalculateRestoredCells(const CellChangeRecord& record, CellChangeRecord::Side side,
+                                  UndoRecalculation how, const std::vector<size_t>& sheets);
+    // Writes a whole cell record, noting the old one in the open collection
+    // (or registering a step of its own outside one).
     void replaceCell(size_t sheetIndex, int64_t col, int64_t row, Cell cell);
     // One cell's content changed: recomputes it and what reads it.
     void recalculateChangedCell(size_t sheetIndex, int64_t col, int64_t row);
     // Many cells were written directly: rebuilds and recomputes the sheet.
     void recalculateChangedSheet(size_t sheetIndex);
-    // The same by sheet id, for undo steps (nothing when the sheet is gone).
+    // The same by sheet id (nothing when the sheet is gone).
     void recalculateChangedSheetWithId(const std::string& sheetId);
     // A cell record was put back without recalculation (undo of an entry):
     // the calculator forgets what it learnt so later edits see the record.
@@ -195,10 +213,10 @@ private:
 
     std::vector<std::string> calculatorSheetIds_; // sheet each calculator was built for
 
-public:
+  public:
     // ---- sort, filter, find, clean-up (EditorDataTools.cpp) ----------------
     void sortColumn(bool ascending);
-    std::vector<SortKey> sortKeys;          // the sort dialog's keys
+    std::vector<SortKey> sortKeys; // the sort dialog's keys
     bool sortHasHeaderRow = false;
     void performMultiSort();
     bool autoFilterEnabled = false;
@@ -259,7 +277,7 @@ public:
     void applyScenario(const Scenario& scenario);
     void restoreOriginalValues();
 
-private:
+  private:
     SheetCalculator& calculator(size_t sheetIndex);
 
     UndoManager ownUndoManager_;
@@ -273,6 +291,8 @@ private:
         bool isCut = false;
     };
     std::optional<CopiedBlock> copied_;
+    std::optional<CellChangeRecord> collecting_;
+    int collectingDepth_ = 0;
 
     friend class EditorTestAccess;
 };
