@@ -208,7 +208,7 @@ void MainWindow::applyLayoutIfChanged() {
         hashCombine(signature, static_cast<int64_t>(model_->columnCount()));
     }
     // With a filter on, any change of cells may change which rows show.
-    if (signature != layoutSignature_ || editor_->autoFilterEnabled ||
+    if (signature != layoutSignature_ || editor_->autoFilter.enabled ||
         grid_->verticalHeader()->hiddenSectionCount() > 0) {
         layoutSignature_ = signature;
         grid_->applySheetLayout();
@@ -235,8 +235,7 @@ void MainWindow::replaceDocument(SumoraDocument document) {
             break;
         }
     editor_->invalidateCalculators();
-    editor_->autoFilterEnabled = false;
-    editor_->autoFilterAllowed.clear();
+    editor_->autoFilter = {};
     undo_.clear();
     tabs_->refresh();
     sheetSwitched();

@@ -143,7 +143,7 @@ void SheetGridView::applyLayoutTo(QTableView& view) {
                     columns->resizeSection(static_cast<int>(col), scaled(width, zoom_));
             for (const auto& [row, height] : sheet->rowHeights)
                 if (row < rows->count()) rows->resizeSection(static_cast<int>(row), scaled(height, zoom_));
-            if (editor().autoFilterEnabled) {
+            if (editor().autoFilter.enabled) {
                 const int64_t used = std::min<int64_t>(sheet->usedExtent().rows, rows->count());
                 for (int64_t r = 0; r < used; ++r)
                     if (!editor().filteredRowVisible(r)) rows->hideSection(static_cast<int>(r));

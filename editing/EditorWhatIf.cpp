@@ -92,45 +92,33 @@ class RoundRecalculation {
 
 // ---- goal seek ---------------------------------------------------------------
 
-void SumoraEditorView::performGoalSeek() {
-    auto setCell = parseCellAddress(goalSeekSetCell);
-    auto changingCell = parseCellAddress(goalSeekChangingCell);
-    auto target = parseStrictNumber(goalSeekTargetValue);
-    if (!setCell || !changingCell || !target) {
-        goalSeekStatusText = "Invalid input. Use cell references like A1, B2.";
-        return;
-    }
+GoalSeekResult SumoraEditorView::performGoalSeek(const GoalSeekRequest& request) {
+    auto setCell = parseCellAddress(request.setCell);
+    auto changingCell = parseCellAddress(request.changingCell);
+    auto target = parseStrictNumber(request.targetValue);
+    if (!setCell || !changingCell || !target) return {"Invalid input. Use cell references like A1, B2."};
 
     // Bisection: assumes the set cell grows with the changing cell.
     double low = -100000.0, high = 100000.0;
     RoundRecalculation recalculation(*this);
     for (int round = 0; round < 200; ++round) {
         Sheet* sheet = activeSheet();
-        if (!sheet || !sheet->contains(changingCell->row, changingCell->col)) {
-            goalSeekStatusText = "Changing cell out of range.";
-            return;
-        }
+        if (!sheet || !sheet->contains(changingCell->row, changingCell->col))
+            return {"Changing cell out of range."};
         const double mid = (high + low) * 0.5;
         writeInput(*sheet, *changingCell, shortestNumberText(mid));
         recalculation.afterWriting({*changingCell});
         sheet = activeSheet();
-        if (!sheet || !sheet->contains(setCell->row, setCell->col)) {
-            goalSeekStatusText = "Target cell out of range.";
-            return;
-        }
+        if (!sheet || !sheet->contains(setCell->row, setCell->col)) return {"Target cell out of range."};
         const double result = cellNumber(*sheet, *setCell);
-        if (std::fabs(result - *target) < 1e-8) {
-            goalSeekStatusText = "Found solution: " + formatted("%.6f", mid);
-            return;
-        }
+        if (std::fabs(result - *target) < 1e-8) return {"Found solution: " + formatted("%.6f", mid)};
         if (result < *target)
             low = mid;
         else
             high = mid;
     }
     // The changing cell keeps the last value tried, not this midpoint.
-    goalSeekStatusText =
-        "Approximate solution: " + formatted("%.6f", (high + low) * 0.5) + " (may not be exact)";
+    return {"Approximate solution: " + formatted("%.6f", (high + low) * 0.5) + " (may not be exact)"};
 }
 
 // ---- solver --------------------------------------------------------------------
@@ -147,10 +135,10 @@ enum class SolverGoal { maximise, minimise, reachValue };
 // One solver run: the pattern search over the variable cells.
 class SolverRun {
   public:
-    SolverRun(SumoraEditorView& editor, CellPosition objective, std::vector<CellPosition> variables,
-              SolverGoal goal, double target)
-        : editor_(editor), objective_(objective), variables_(std::move(variables)), goal_(goal),
-          target_(target), recalculation_(editor) {}
+    SolverRun(SumoraEditorView& editor, const std::vector<SolverConstraint>& constraints,
+              CellPosition objective, std::vector<CellPosition> variables, SolverGoal goal, double target)
+        : editor_(editor), constraints_(constraints), objective_(objective), variables_(std::move(variables)),
+          goal_(goal), target_(target), recalculation_(editor) {}
 
     // Writes the candidate into the variable cells, recalculates and reads the
     // objective; nothing when the objective is outside the grid or not numeric.
@@ -173,7 +161,7 @@ class SolverRun {
     // the candidate.
     bool constraintsSatisfied(const std::vector<double>& x) const {
         const Sheet* sheet = editor_.activeSheet();
-        for (const SolverConstraint& constraint : editor_.solverConstraints) {
+        for (const SolverConstraint& constraint : constraints_) {
             auto at = parseCellAddress(constraint.cellRef);
             if (!at) continue;
             if (constraint.op == "int" || constraint.op == "bin") {
@@ -246,6 +234,7 @@ class SolverRun {
     }
 
     SumoraEditorView& editor_;
+    const std::vector<SolverConstraint>& constraints_;
     CellPosition objective_;
     std::vector<CellPosition> variables_;
     SolverGoal goal_;
@@ -256,25 +245,19 @@ class SolverRun {
 
 } // namespace
 
-void SumoraEditorView::runSolver() {
-    solverStatusText = "Solving.";
-    auto objective = parseCellAddress(solverObjectiveCell);
-    if (!objective) {
-        solverStatusText = "Invalid objective cell reference.";
-        return;
-    }
+SolverResult SumoraEditorView::runSolver(const SolverRequest& request) {
+    auto objective = parseCellAddress(request.objectiveCell);
+    if (!objective) return {"Invalid objective cell reference."};
     std::vector<CellPosition> variables;
-    for (std::string_view piece : referencePieces(solverVariableCells)) {
+    for (std::string_view piece : referencePieces(request.variableCells)) {
         piece = trimmed(piece);
         auto at = parseCellAddress(piece);
-        if (!at) {
-            solverStatusText = "Invalid variable cell: " + std::string(piece);
-            return;
-        }
+        if (!at) return {"Invalid variable cell: " + std::string(piece)};
         variables.push_back(*at);
     }
     Sheet* sheet = activeSheet();
-    if (!sheet) return;
+    // Without a sheet the search never starts; the status stays as it began.
+    if (!sheet) return {"Solving."};
 
     std::vector<double> x;
     std::vector<Cell> originals;
@@ -282,13 +265,13 @@ void SumoraEditorView::runSolver() {
         x.push_back(cellNumber(*sheet, at));
         originals.push_back(sheet->cell(at.row, at.col));
     }
-    const SolverGoal goal = solverGoal == "max"     ? SolverGoal::maximise
-                            : solverGoal == "value" ? SolverGoal::reachValue
-                                                    : SolverGoal::minimise;
+    const SolverGoal goal = request.goal == "max"     ? SolverGoal::maximise
+                            : request.goal == "value" ? SolverGoal::reachValue
+                                                      : SolverGoal::minimise;
     const double target =
-        goal == SolverGoal::reachValue ? parseStrictNumber(solverTargetValue).value_or(0.0) : 0.0;
+        goal == SolverGoal::reachValue ? parseStrictNumber(request.targetValue).value_or(0.0) : 0.0;
 
-    SolverRun run(*this, *objective, variables, goal, target);
+    SolverRun run(*this, request.constraints, *objective, variables, goal, target);
     auto best = run.search(x);
     if (!best) {
         if ((sheet = activeSheet())) {
@@ -297,35 +280,32 @@ void SumoraEditorView::runSolver() {
                     sheet->setCell(variables[i].row, variables[i].col, originals[i]);
         }
         recalculateAllFormulas();
-        solverStatusText = "No feasible solution found.";
-        return;
+        return {"No feasible solution found."};
     }
     run.evaluate(x); // leaves the sheet showing the best vector
-    if (goal == SolverGoal::reachValue && std::fabs(*best - target) >= 1e-6) {
-        solverStatusText = "Best solution: objective = " + formatSolverValue(*best) + " (target was " +
-                           formatSolverValue(target) + ")";
-        return;
-    }
-    solverStatusText = "Solution found. Objective = " + formatSolverValue(*best);
+    if (goal == SolverGoal::reachValue && std::fabs(*best - target) >= 1e-6)
+        return {"Best solution: objective = " + formatSolverValue(*best) + " (target was " +
+                formatSolverValue(target) + ")"};
+    return {"Solution found. Objective = " + formatSolverValue(*best)};
 }
 
 // ---- scenarios --------------------------------------------------------------------
 
-void SumoraEditorView::saveScenario() {
+void SumoraEditorView::saveScenario(const ScenarioRequest& request) {
     Scenario scenario;
-    scenario.name = scenarioName;
-    scenario.comment = scenarioComment;
+    scenario.name = request.name;
+    scenario.comment = request.comment;
     if (const Sheet* sheet = activeSheet()) {
-        for (std::string_view piece : referencePieces(scenarioChangingCells)) {
+        for (std::string_view piece : referencePieces(request.changingCells)) {
             piece = trimmed(piece);
             auto at = parseCellAddress(piece);
             if (!at || !sheet->contains(at->row, at->col)) continue;
             scenario.changingCells[std::string(piece)] = std::string(sheet->cell(at->row, at->col).value());
         }
     }
-    if (editingScenarioId) {
+    if (request.editingScenarioId) {
         for (Scenario& existing : document.scenarios) {
-            if (existing.id != *editingScenarioId) continue;
+            if (existing.id != *request.editingScenarioId) continue;
             scenario.id = existing.id;
             existing = std::move(scenario);
             return;
@@ -340,7 +320,7 @@ void SumoraEditorView::applyScenario(const Scenario& scenario) {
     for (const auto& [reference, text] : scenario.changingCells) {
         auto at = parseCellAddress(reference);
         if (!at || !sheet->contains(at->row, at->col)) continue;
-        savedOriginalValues[reference] = std::string(sheet->cell(at->row, at->col).value());
+        savedOriginalValues_[reference] = std::string(sheet->cell(at->row, at->col).value());
         writeInput(*sheet, *at, text);
     }
     recalculateAllFormulas();
@@ -348,13 +328,13 @@ void SumoraEditorView::applyScenario(const Scenario& scenario) {
 
 void SumoraEditorView::restoreOriginalValues() {
     if (Sheet* sheet = activeSheet()) {
-        for (const auto& [reference, text] : savedOriginalValues) {
+        for (const auto& [reference, text] : savedOriginalValues_) {
             auto at = parseCellAddress(reference);
             if (!at || !sheet->contains(at->row, at->col)) continue;
             writeInput(*sheet, *at, text);
         }
     }
-    savedOriginalValues.clear();
+    savedOriginalValues_.clear();
     recalculateAllFormulas();
 }
 
