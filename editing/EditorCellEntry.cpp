@@ -235,7 +235,7 @@ void SumoraEditorView::setCellValue(CellPosition address, std::string_view value
     else
         before = sheet->cell(row, col);
     storeEntry(sheet->cellForWriting(row, col), value, localeIdentifier);
-    recalculateCell(col, row);
+    recalculateCell(address);
 
     const Cell& after = sheet->cell(row, col);
     Log::info("After recalc: value=" + quoted(after.value()) +
@@ -248,9 +248,9 @@ void SumoraEditorView::setCellValue(CellPosition address, std::string_view value
     registerCellChanges("Typing", std::move(record), UndoRecalculation::entry);
 }
 
-void SumoraEditorView::recalculateCell(int64_t column, int64_t row) {
+void SumoraEditorView::recalculateCell(CellPosition cell) {
     if (!activeSheet()) return;
-    recalculateChangedCell(static_cast<size_t>(activeSheetIndex), column, row);
+    recalculateChangedCell(static_cast<size_t>(activeSheetIndex), cell);
 }
 
 void SumoraEditorView::recalculateAllFormulas() {
@@ -529,10 +529,7 @@ void SumoraEditorView::increaseDecimal() {
         [&](CellFormat& f) { f.numberFormat = increasedDecimals(f.numberFormat, cell.displayValue()); });
     groupUndoSteps(
         "Increase Decimal",
-        [&] {
-            replaceCell(static_cast<size_t>(activeSheetIndex), activeCell->col, activeCell->row,
-                        std::move(cell));
-        },
+        [&] { replaceCell(static_cast<size_t>(activeSheetIndex), *activeCell, std::move(cell)); },
         UndoRecalculation::entry);
 }
 
@@ -545,10 +542,7 @@ void SumoraEditorView::decreaseDecimal() {
         [&](CellFormat& f) { f.numberFormat = decreasedDecimals(f.numberFormat, cell.displayValue()); });
     groupUndoSteps(
         "Decrease Decimal",
-        [&] {
-            replaceCell(static_cast<size_t>(activeSheetIndex), activeCell->col, activeCell->row,
-                        std::move(cell));
-        },
+        [&] { replaceCell(static_cast<size_t>(activeSheetIndex), *activeCell, std::move(cell)); },
         UndoRecalculation::entry);
 }
 

@@ -80,7 +80,7 @@ class RoundRecalculation {
             return;
         }
         for (const CellPosition& at : changed)
-            editor_.recalculateCell(at.col, at.row);
+            editor_.recalculateCell(at);
     }
 
   private:

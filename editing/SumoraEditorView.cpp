@@ -43,9 +43,9 @@ SheetCalculator& SumoraEditorView::calculator(size_t sheetIndex) {
     return *calculators_[sheetIndex];
 }
 
-void SumoraEditorView::recalculateChangedCell(size_t sheetIndex, int64_t col, int64_t row) {
+void SumoraEditorView::recalculateChangedCell(size_t sheetIndex, CellPosition at) {
     if (sheetIndex >= document.sheets.size()) return;
-    calculator(sheetIndex).recalculate(col, row);
+    calculator(sheetIndex).recalculate(at.col, at.row);
 }
 
 void SumoraEditorView::recalculateChangedSheet(size_t sheetIndex) {
@@ -107,7 +107,7 @@ void SumoraEditorView::recalculateRestoredCells(const CellChangeRecord& record, 
     }
     for (const CellChangeRecord::Change& c : record.changes())
         if (auto index = document.sheetIndexById(record.sheetIds()[c.sheet]))
-            recalculateChangedCell(*index, c.at.col, c.at.row);
+            recalculateChangedCell(*index, c.at);
 }
 
 void SumoraEditorView::groupUndoSteps(std::string name, const std::function<void()>& body,
@@ -122,7 +122,8 @@ void SumoraEditorView::groupUndoSteps(std::string name, const std::function<void
     registerCellChanges(std::move(name), endCellChanges(), how);
 }
 
-void SumoraEditorView::replaceCell(size_t sheetIndex, int64_t col, int64_t row, Cell cell) {
+void SumoraEditorView::replaceCell(size_t sheetIndex, CellPosition at, Cell cell) {
+    const int64_t col = at.col, row = at.row;
     if (sheetIndex >= document.sheets.size() || col < 0 || row < 0) return;
     Sheet& sheet = document.sheets[sheetIndex];
     if (sheet.cell(row, col) == cell) return;

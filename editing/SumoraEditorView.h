@@ -91,7 +91,7 @@ class SumoraEditorView {
     // What typed text is stored as: a formula as typed, a literal read in the
     // entry locale ("1.234" in de_DE → "1234"). Checks before an entry use it.
     std::string storedEntryText(std::string_view text) const;
-    void recalculateCell(int64_t column, int64_t row);
+    void recalculateCell(CellPosition cell);
     void recalculateAllFormulas();
     void insertAutoSum();
     void fillDown();
@@ -193,9 +193,9 @@ class SumoraEditorView {
                                   UndoRecalculation how, const std::vector<size_t>& sheets);
     // Writes a whole cell record, noting the old one in the open collection
     // (or registering a step of its own outside one).
-    void replaceCell(size_t sheetIndex, int64_t col, int64_t row, Cell cell);
+    void replaceCell(size_t sheetIndex, CellPosition at, Cell cell);
     // One cell's content changed: recomputes it and what reads it.
-    void recalculateChangedCell(size_t sheetIndex, int64_t col, int64_t row);
+    void recalculateChangedCell(size_t sheetIndex, CellPosition at);
     // Many cells were written directly: rebuilds and recomputes the sheet.
     void recalculateChangedSheet(size_t sheetIndex);
     // The same by sheet id (nothing when the sheet is gone).
