@@ -12,8 +12,10 @@ class SumoraEditorView;
 
 namespace sumora::app {
 
+struct ToolInputs;
+
 class DocumentContext {
-public:
+  public:
     virtual ~DocumentContext() = default;
     virtual SumoraEditorView& editor() = 0;
     // The window that parents dialogs.
@@ -25,6 +27,8 @@ public:
     // Marks the document edited (title mark, autosave).
     virtual void markEdited() = 0;
     virtual QString documentTitle() const = 0;
+    // What the tool dialogs last ran with in this window.
+    virtual ToolInputs& toolInputs() = 0;
 };
 
 } // namespace sumora::app

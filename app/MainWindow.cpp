@@ -214,7 +214,7 @@ void MainWindow::applyLayoutIfChanged() {
         hashCombine(signature, static_cast<int64_t>(model_->columnCount()));
     }
     // With a filter on, any change of cells may change which rows show.
-    if (signature != layoutSignature_ || editor_->autoFilterEnabled) {
+    if (signature != layoutSignature_ || editor_->autoFilter.enabled) {
         layoutSignature_ = signature;
         grid_->applySheetLayout();
     }
@@ -253,8 +253,7 @@ void MainWindow::replaceDocument(SumoraDocument document) {
             break;
         }
     editor_->invalidateCalculators();
-    editor_->autoFilterEnabled = false;
-    editor_->autoFilterAllowed.clear();
+    editor_->autoFilter = {};
     undo_.clear();
     tabs_->refresh();
     sheetSwitched();

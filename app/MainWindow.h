@@ -13,6 +13,7 @@
 
 #include "app/DocumentContext.h"
 #include "app/SystemClipboard.h"
+#include "app/tools/ToolInputs.h"
 #include "document/SumoraDocument.h"
 #include "editing/UndoManager.h"
 #include "formats/DocumentIO.h"
@@ -46,6 +47,7 @@ class MainWindow : public QMainWindow, public DocumentContext {
     void documentChanged() override;
     void markEdited() override;
     QString documentTitle() const override;
+    ToolInputs& toolInputs() override { return toolInputs_; }
 
     SumoraDocument& document() { return *document_; }
     UndoManager& undoManager() { return undo_; }
@@ -115,6 +117,7 @@ class MainWindow : public QMainWindow, public DocumentContext {
 
     std::unique_ptr<SumoraDocument> document_;
     UndoManager undo_;
+    ToolInputs toolInputs_;
     SystemClipboard clipboard_;
     std::unique_ptr<SumoraEditorView> editor_;
 

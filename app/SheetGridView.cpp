@@ -152,7 +152,7 @@ void SheetGridView::applyLayoutTo(QTableView& view) {
             };
             hide(rows, sheet->hiddenRows);
             hide(columns, sheet->hiddenColumns);
-            if (editor().autoFilterEnabled) {
+            if (editor().autoFilter.enabled) {
                 const int64_t used = std::min<int64_t>(sheet->usedExtent().rows, rows->count());
                 for (int64_t r = 0; r < used; ++r)
                     if (!editor().filteredRowVisible(r)) rows->hideSection(static_cast<int>(r));

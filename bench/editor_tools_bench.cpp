@@ -10,9 +10,9 @@
 
 #include "document/SumoraDocument.h"
 #include "editing/SumoraEditorView.h"
-#include "values/Log.h"
 #include "engine/Recalculation.h"
 #include "functions/BuiltinFunctions.h"
+#include "values/Log.h"
 
 namespace {
 
@@ -95,13 +95,12 @@ void findIn(benchmark::State& state, bool matchCase) {
     Log::setEnabled(false);
     SumoraDocument doc = millionCellDocument();
     SumoraEditorView editor(doc);
-    editor.findText = matchCase ? "Needle" : "needle";
-    editor.findMatchCase = matchCase;
-    for (auto _ : state) {
-        editor.performFind();
-        benchmark::DoNotOptimize(editor.findMatches.size());
-    }
-    state.counters["matches"] = static_cast<double>(editor.findMatches.size());
+    FindRequest request;
+    request.findText = matchCase ? "Needle" : "needle";
+    request.matchCase = matchCase;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(editor.performFind(request).matches.size());
+    state.counters["matches"] = static_cast<double>(editor.findResult().matches.size());
     state.SetItemsProcessed(state.iterations() * kRows * 10);
 }
 
@@ -121,10 +120,8 @@ void BM_RemoveDuplicates100kRows(benchmark::State& state) {
         state.PauseTiming();
         SumoraDocument doc = tableDocument();
         SumoraEditorView editor(doc);
-        editor.removeDuplicatesColumns = {0};
         state.ResumeTiming();
-        editor.performRemoveDuplicates();
-        benchmark::DoNotOptimize(editor.removeDuplicatesStatusText);
+        benchmark::DoNotOptimize(editor.performRemoveDuplicates({false, {0}}));
         state.PauseTiming();
         state.counters["removed"] = static_cast<double>(kRows - doc.sheets[0].usedExtent().rows);
         doc = SumoraDocument();
@@ -142,12 +139,8 @@ void BM_GoalSeek200RoundsBeside100kFormulas(benchmark::State& state) {
         SumoraDocument doc = tableDocument();
         SumoraEditorView editor(doc);
         editor.setCellValue({4, 0}, "=D1*2");
-        editor.goalSeekSetCell = "E1";
-        editor.goalSeekTargetValue = "1e9";
-        editor.goalSeekChangingCell = "D1";
         state.ResumeTiming();
-        editor.performGoalSeek();
-        benchmark::DoNotOptimize(editor.goalSeekStatusText);
+        benchmark::DoNotOptimize(editor.performGoalSeek({"E1", "1e9", "D1"}));
         state.PauseTiming();
         doc = SumoraDocument();
         state.ResumeTiming();

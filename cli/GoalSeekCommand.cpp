@@ -24,11 +24,7 @@ void addGoalSeekCommand(CLI::App& app) {
         reserveOutput(*output);
         SumoraDocument doc = openWorkbookForEditing(*input);
         SumoraEditorView editor(doc);
-        editor.goalSeekSetCell = *setCell;
-        editor.goalSeekTargetValue = *target;
-        editor.goalSeekChangingCell = *changingCell;
-        editor.performGoalSeek();
-        const std::string& status = editor.goalSeekStatusText;
+        const std::string status = editor.performGoalSeek({*setCell, *target, *changingCell}).statusText;
         std::cout << status << '\n';
         const bool found = status.starts_with("Found") || status.starts_with("Approximate");
         if (!found) throw CLI::RuntimeError(2);

@@ -22,7 +22,7 @@ void addSetCommand(CLI::App& app) {
     cmd->add_option("--locale", *locale, "Locale of typed numbers, e.g. de_DE (default en_US)");
     cmd->callback([input, assignments, output, locale] {
         // Every assignment is checked before the file is touched.
-        std::vector<std::pair<ColRow, std::string>> entries;
+        std::vector<std::pair<CellPosition, std::string>> entries;
         for (const std::string& a : *assignments) {
             size_t eq = a.find('=');
             auto at =

@@ -70,13 +70,8 @@ void addSolveCommand(CLI::App& app) {
         reserveOutput(*output);
         SumoraDocument doc = openWorkbookForEditing(*input);
         SumoraEditorView editor(doc);
-        editor.solverObjectiveCell = *objective;
-        editor.solverGoal = *goal;
-        editor.solverTargetValue = *target;
-        editor.solverVariableCells = *variables;
-        editor.solverConstraints = std::move(parsed);
-        editor.runSolver();
-        const std::string& status = editor.solverStatusText;
+        const std::string status =
+            editor.runSolver({*objective, *goal, *target, *variables, std::move(parsed)}).statusText;
         std::cout << status << '\n';
         if (status.starts_with("Invalid")) throw CLI::RuntimeError(2);
         if (!output->empty()) saveEditedWorkbook(doc, *output);

@@ -35,9 +35,7 @@ void addSortCommand(CLI::App& app) {
         SumoraDocument doc = openWorkbookForEditing(*input);
         SumoraEditorView editor(doc);
         if (*header) {
-            editor.sortKeys = {SortKey{*index, !*descending}};
-            editor.sortHasHeaderRow = true;
-            editor.performMultiSort();
+            editor.performMultiSort({{SortKey{*index, !*descending}}, true});
         } else {
             editor.activeCell = CellPosition{*index, 0};
             editor.sortColumn(!*descending);

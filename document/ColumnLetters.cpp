@@ -46,11 +46,12 @@ std::string cellAddress(int64_t column, int64_t row) {
     return s;
 }
 
-std::optional<ColRow> parseCellAddress(std::string_view text) {
+std::optional<CellPosition> parseCellAddress(std::string_view text) {
     size_t i = 0;
     if (i < text.size() && text[i] == '$') ++i;
     size_t lettersStart = i;
-    while (i < text.size() && ((text[i] >= 'A' && text[i] <= 'Z') || (text[i] >= 'a' && text[i] <= 'z'))) ++i;
+    while (i < text.size() && ((text[i] >= 'A' && text[i] <= 'Z') || (text[i] >= 'a' && text[i] <= 'z')))
+        ++i;
     if (i == lettersStart) return std::nullopt;
     std::string_view letters = text.substr(lettersStart, i - lettersStart);
     if (i < text.size() && text[i] == '$') ++i;
@@ -61,7 +62,7 @@ std::optional<ColRow> parseCellAddress(std::string_view text) {
     if (ec != std::errc() || ptr != digits.data() + digits.size() || row < 1) return std::nullopt;
     auto col = columnIndex(letters);
     if (!col) return std::nullopt;
-    return ColRow{*col, row - 1};
+    return CellPosition{*col, row - 1};
 }
 
 } // namespace sumora

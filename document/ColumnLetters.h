@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "document/CellPosition.h"
+
 namespace sumora {
 
 // 0 → "A", 701 → "ZZ", 702 → "AAA". Defined for n >= 0 (negative gives "").
@@ -21,12 +23,7 @@ std::optional<int64_t> columnIndex(std::string_view letters);
 std::string cellAddress(int64_t column, int64_t row);
 
 // A1-style text (optional "$" markers, ASCII letters, a row of at least 1) to a
-// zero-based (col, row); used by readers, dialogs and tools.
-struct ColRow {
-    int64_t col = 0;
-    int64_t row = 0;
-    bool operator==(const ColRow&) const = default;
-};
-std::optional<ColRow> parseCellAddress(std::string_view text);
+// zero-based position; used by readers, dialogs and tools.
+std::optional<CellPosition> parseCellAddress(std::string_view text);
 
 } // namespace sumora

@@ -218,9 +218,9 @@ SparklineData sparklineData(const Sparkline& sparkline, const Sheet& sheet) {
     return data;
 }
 
-const Sparkline* sparklineAt(const Sheet& sheet, int64_t col, int64_t row) {
+const Sparkline* sparklineAt(const Sheet& sheet, CellPosition at) {
     for (auto it = sheet.sparklines.rbegin(); it != sheet.sparklines.rend(); ++it)
-        if (it->locationCol == col && it->locationRow == row) return &*it;
+        if (it->locationCol == at.col && it->locationRow == at.row) return &*it;
     return nullptr;
 }
 

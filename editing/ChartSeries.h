@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "document/CellPosition.h"
 #include "document/Sheet.h"
 #include "document/WorkbookRecords.h"
 
@@ -122,6 +123,6 @@ struct SparklineData {
 };
 SparklineData sparklineData(const Sparkline& sparkline, const Sheet& sheet);
 // The sparkline drawn in a cell, if any (the last one placed there).
-const Sparkline* sparklineAt(const Sheet& sheet, int64_t col, int64_t row);
+const Sparkline* sparklineAt(const Sheet& sheet, CellPosition at);
 
 } // namespace sumora

@@ -180,14 +180,15 @@ std::optional<std::string> optionalIntText(std::optional<int64_t> x) {
 
 } // namespace
 
-const DataValidationRule* validationRuleAt(const Sheet& sheet, int64_t col, int64_t row) {
+const DataValidationRule* validationRuleAt(const Sheet& sheet, CellPosition at) {
     for (const DataValidationRule& rule : sheet.dataValidations)
-        if (rule.applies(col, row)) return &rule;
+        if (rule.applies(at.col, at.row)) return &rule;
     return nullptr;
 }
 
-FormulaValue entryValue(const SumoraDocument& document, size_t sheetIndex, int64_t col, int64_t row,
+FormulaValue entryValue(const SumoraDocument& document, size_t sheetIndex, CellPosition at,
                         std::string_view text) {
+    const int64_t col = at.col, row = at.row;
     if (!text.empty() && text.front() == '=') {
         if (text.size() == 1) return FormulaValue::empty();
         WorkbookResolver resolver(document, sheetIndex, CellRef{col, row, std::nullopt});
@@ -197,7 +198,8 @@ FormulaValue entryValue(const SumoraDocument& document, size_t sheetIndex, int64
 }
 
 bool satisfiesValidation(const DataValidationRule& rule, const FormulaValue& value,
-                         const SumoraDocument& document, size_t sheetIndex, int64_t col, int64_t row) {
+                         const SumoraDocument& document, size_t sheetIndex, CellPosition at) {
+    const int64_t col = at.col, row = at.row;
     if (isEmptyValue(value)) return true;
     struct Visitor {
         const FormulaValue& value;
@@ -243,10 +245,10 @@ bool satisfiesValidation(const DataValidationRule& rule, const FormulaValue& val
 
 namespace {
 
-ValidationVerdict verdictFor(const SumoraDocument& document, size_t sheetIndex, int64_t col, int64_t row,
+ValidationVerdict verdictFor(const SumoraDocument& document, size_t sheetIndex, CellPosition at,
                              const DataValidationRule& rule, const FormulaValue& value) {
     ValidationVerdict verdict;
-    if (satisfiesValidation(rule, value, document, sheetIndex, col, row)) return verdict;
+    if (satisfiesValidation(rule, value, document, sheetIndex, at)) return verdict;
     switch (rule.errorStyle) {
     case ValidationErrorStyle::stop:
         verdict.outcome = ValidationOutcome::refuse;
@@ -267,13 +269,12 @@ ValidationVerdict verdictFor(const SumoraDocument& document, size_t sheetIndex, 
 
 } // namespace
 
-ValidationVerdict checkEntry(const SumoraDocument& document, size_t sheetIndex, int64_t col, int64_t row,
+ValidationVerdict checkEntry(const SumoraDocument& document, size_t sheetIndex, CellPosition at,
                              std::string_view text) {
     if (sheetIndex >= document.sheets.size()) return {};
-    const DataValidationRule* rule = validationRuleAt(document.sheets[sheetIndex], col, row);
+    const DataValidationRule* rule = validationRuleAt(document.sheets[sheetIndex], at);
     if (!rule) return {};
-    return verdictFor(document, sheetIndex, col, row, *rule,
-                      entryValue(document, sheetIndex, col, row, text));
+    return verdictFor(document, sheetIndex, at, *rule, entryValue(document, sheetIndex, at, text));
 }
 
 std::string describeValidation(const ValidationType& type) {
@@ -317,16 +318,16 @@ std::string describeValidation(const ValidationType& type) {
     return std::visit(Visitor{}, type);
 }
 
-std::optional<InputPrompt> inputPromptAt(const Sheet& sheet, int64_t col, int64_t row) {
-    const DataValidationRule* rule = validationRuleAt(sheet, col, row);
+std::optional<InputPrompt> inputPromptAt(const Sheet& sheet, CellPosition at) {
+    const DataValidationRule* rule = validationRuleAt(sheet, at);
     if (!rule) return std::nullopt;
     InputPrompt prompt{rule->inputTitle.value_or(""), rule->inputMessage.value_or("")};
     if (prompt.title.empty() && prompt.message.empty()) return std::nullopt;
     return prompt;
 }
 
-std::optional<std::vector<std::string>> dropdownEntriesAt(const Sheet& sheet, int64_t col, int64_t row) {
-    const DataValidationRule* rule = validationRuleAt(sheet, col, row);
+std::optional<std::vector<std::string>> dropdownEntriesAt(const Sheet& sheet, CellPosition at) {
+    const DataValidationRule* rule = validationRuleAt(sheet, at);
     if (!rule || !rule->showDropdown) return std::nullopt;
     const auto* list = std::get_if<validation::List>(&rule->validationType);
     if (!list) return std::nullopt;

@@ -11,28 +11,29 @@
 #include <string_view>
 #include <vector>
 
+#include "document/CellPosition.h"
 #include "document/SumoraDocument.h"
 #include "engine/FormulaValue.h"
 
 namespace sumora {
 
-// The first rule of the sheet that covers (col, row), or nullptr.
-const DataValidationRule* validationRuleAt(const Sheet& sheet, int64_t col, int64_t row);
+// The first rule of the sheet that covers `at`, or nullptr.
+const DataValidationRule* validationRuleAt(const Sheet& sheet, CellPosition at);
 
 // What typed text amounts to where it would stand: a formula ("=…") is
 // evaluated against the document as it is, anything else is read as a cell
 // holding that text reads.
-FormulaValue entryValue(const SumoraDocument& document, size_t sheetIndex, int64_t col, int64_t row,
+FormulaValue entryValue(const SumoraDocument& document, size_t sheetIndex, CellPosition at,
                         std::string_view text);
 
-// Whether `value`, standing at (col, row), satisfies the rule. An empty
+// Whether `value`, standing at `at`, satisfies the rule. An empty
 // value always does (clearing a cell is allowed). Bounds are inclusive;
 // date bounds are date texts ("2024-01-31") or serial numbers, and a bound
 // that reads as neither places no limit. A custom formula is written for
 // the rule's top-left cell and moves with the checked cell; it passes when
 // it yields TRUE or a non-zero number.
 bool satisfiesValidation(const DataValidationRule& rule, const FormulaValue& value,
-                         const SumoraDocument& document, size_t sheetIndex, int64_t col, int64_t row);
+                         const SumoraDocument& document, size_t sheetIndex, CellPosition at);
 
 enum class ValidationOutcome {
     accept,        // valid, or no rule covers the cell
@@ -47,8 +48,8 @@ struct ValidationVerdict {
     std::string message; // the rule's error message, else what the rule allows
 };
 
-// Checks typed text for (col, row) of the given sheet.
-ValidationVerdict checkEntry(const SumoraDocument& document, size_t sheetIndex, int64_t col, int64_t row,
+// Checks typed text for cell `at` of the given sheet.
+ValidationVerdict checkEntry(const SumoraDocument& document, size_t sheetIndex, CellPosition at,
                              std::string_view text);
 
 // A plain statement of what the rule allows ("The value must be a whole
@@ -61,9 +62,9 @@ struct InputPrompt {
 };
 // The prompt shown when the cell is selected: nothing unless the covering
 // rule has an input title or message.
-std::optional<InputPrompt> inputPromptAt(const Sheet& sheet, int64_t col, int64_t row);
+std::optional<InputPrompt> inputPromptAt(const Sheet& sheet, CellPosition at);
 
 // The choices of the drop-down: only for list rules that ask for one.
-std::optional<std::vector<std::string>> dropdownEntriesAt(const Sheet& sheet, int64_t col, int64_t row);
+std::optional<std::vector<std::string>> dropdownEntriesAt(const Sheet& sheet, CellPosition at);
 
 } // namespace sumora

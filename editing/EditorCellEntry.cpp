@@ -227,40 +227,30 @@ void SumoraEditorView::setCellValue(CellPosition address, std::string_view value
     document.ensureGridSize(activeSheetIndex, row + 1, col + 1);
     if (sheet->isProtected && sheet->cell(row, col).isLocked()) return;
 
-    Cell before = sheet->cell(row, col);
+    // Inside a collection the record notes the cell; alone, the entry is a
+    // "Typing" step whose undo recalculates nothing (see UndoRecalculation).
+    std::optional<Cell> before;
+    if (collecting_)
+        collecting_->noteBefore(*sheet, address);
+    else
+        before = sheet->cell(row, col);
     storeEntry(sheet->cellForWriting(row, col), value, localeIdentifier);
-    recalculateCell(col, row);
+    recalculateCell(address);
 
     const Cell& after = sheet->cell(row, col);
     Log::info("After recalc: value=" + quoted(after.value()) +
               ", formula=" + (after.formula() ? std::string(*after.formula()) : std::string("nil")) +
               ", computed=" + quoted(after.computedValue().value_or("")) +
               ", display=" + quoted(after.displayValue()));
-
-    // Undo puts the record back as it was and deliberately recalculates
-    // nothing: cells that read it keep their values until the next edit.
-    registerUndoStep(
-        "Typing",
-        [this, sheetId = sheet->id, col, row, before = std::move(before)] {
-            auto index = document.sheetIndexById(sheetId);
-            if (!index) return;
-            Sheet& s = document.sheets[*index];
-            if (!s.contains(row, col)) return;
-            s.setCell(row, col, before);
-            forgetCalculatedState(*index);
-        },
-        [this, sheetId = sheet->id, col, row, text = std::string(value), locale = localeIdentifier] {
-            auto index = document.sheetIndexById(sheetId);
-            if (!index) return;
-            document.ensureGridSize(static_cast<int64_t>(*index), row + 1, col + 1);
-            storeEntry(document.sheets[*index].cellForWriting(row, col), text, locale);
-            recalculateChangedCell(*index, col, row);
-        });
+    if (!before) return;
+    CellChangeRecord record;
+    record.add(*sheet, address, std::move(*before), after);
+    registerCellChanges("Typing", std::move(record), UndoRecalculation::entry);
 }
 
-void SumoraEditorView::recalculateCell(int64_t column, int64_t row) {
+void SumoraEditorView::recalculateCell(CellPosition cell) {
     if (!activeSheet()) return;
-    recalculateChangedCell(static_cast<size_t>(activeSheetIndex), column, row);
+    recalculateChangedCell(static_cast<size_t>(activeSheetIndex), cell);
 }
 
 void SumoraEditorView::recalculateAllFormulas() {
@@ -278,7 +268,12 @@ void SumoraEditorView::insertAutoSum() {
         std::string formula =
             "=SUM(" + cellAddress(s.minCol(), s.minRow()) + ":" + cellAddress(s.maxCol(), s.maxRow()) + ")";
         document.ensureGridSize(activeSheetIndex, s.maxRow() + 2, s.maxCol() + 1);
-        groupUndoSteps("AutoSum", [&] { setCellValue({s.minCol(), s.maxRow() + 1}, formula); });
+        groupUndoSteps(
+            "AutoSum",
+            [&] {
+                setCellValue({s.minCol(), s.maxRow() + 1}, formula);
+            },
+            UndoRecalculation::entry);
         return;
     }
     if (!activeCell) return;
@@ -288,7 +283,12 @@ void SumoraEditorView::insertAutoSum() {
         --top;
     if (top == r) return;
     std::string formula = "=SUM(" + cellAddress(c, top) + ":" + columnLetter(c) + std::to_string(r) + ")";
-    groupUndoSteps("AutoSum", [&] { setCellValue({c, r}, formula); });
+    groupUndoSteps(
+        "AutoSum",
+        [&] {
+            setCellValue({c, r}, formula);
+        },
+        UndoRecalculation::entry);
 }
 
 // Fill passes the stored formula, which has no "=", through the adjuster and
@@ -300,18 +300,21 @@ void SumoraEditorView::fillDown() {
     if (!sheet || !selection) return;
     const SelectionRange s = *selection;
     if (s.minRow() == s.maxRow()) return;
-    groupUndoSteps("Fill Down", [&] {
-        for (int64_t c = s.minCol(); c <= s.maxCol(); ++c) {
-            const Cell source = activeSheet()->cell(s.minRow(), c);
-            for (int64_t r = s.minRow() + 1; r <= s.maxRow(); ++r) {
-                if (source.hasFormula())
-                    setCellValue({c, r},
-                                 FormulaAdjuster::adjustReferences(*source.formula(), r - s.minRow(), 0));
-                else
-                    setCellValue({c, r}, source.value());
+    groupUndoSteps(
+        "Fill Down",
+        [&] {
+            for (int64_t c = s.minCol(); c <= s.maxCol(); ++c) {
+                const Cell source = activeSheet()->cell(s.minRow(), c);
+                for (int64_t r = s.minRow() + 1; r <= s.maxRow(); ++r) {
+                    if (source.hasFormula())
+                        setCellValue({c, r},
+                                     FormulaAdjuster::adjustReferences(*source.formula(), r - s.minRow(), 0));
+                    else
+                        setCellValue({c, r}, source.value());
+                }
             }
-        }
-    });
+        },
+        UndoRecalculation::entry);
 }
 
 void SumoraEditorView::fillRight() {
@@ -319,18 +322,21 @@ void SumoraEditorView::fillRight() {
     if (!sheet || !selection) return;
     const SelectionRange s = *selection;
     if (s.minCol() == s.maxCol()) return;
-    groupUndoSteps("Fill Right", [&] {
-        for (int64_t r = s.minRow(); r <= s.maxRow(); ++r) {
-            const Cell source = activeSheet()->cell(r, s.minCol());
-            for (int64_t c = s.minCol() + 1; c <= s.maxCol(); ++c) {
-                if (source.hasFormula())
-                    setCellValue({c, r},
-                                 FormulaAdjuster::adjustReferences(*source.formula(), 0, c - s.minCol()));
-                else
-                    setCellValue({c, r}, source.value());
+    groupUndoSteps(
+        "Fill Right",
+        [&] {
+            for (int64_t r = s.minRow(); r <= s.maxRow(); ++r) {
+                const Cell source = activeSheet()->cell(r, s.minCol());
+                for (int64_t c = s.minCol() + 1; c <= s.maxCol(); ++c) {
+                    if (source.hasFormula())
+                        setCellValue({c, r},
+                                     FormulaAdjuster::adjustReferences(*source.formula(), 0, c - s.minCol()));
+                    else
+                        setCellValue({c, r}, source.value());
+                }
             }
-        }
-    });
+        },
+        UndoRecalculation::entry);
 }
 
 void SumoraEditorView::pasteCell() {
@@ -342,18 +348,21 @@ void SumoraEditorView::pasteCell() {
     if (!at || !text) return;
     std::vector<std::string> lines = clipboardLines(*text);
     if (lines.empty()) return;
-    groupUndoSteps("Paste", [&] {
-        if (lines.size() == 1 && lines[0].find('\t') == std::string::npos) {
-            setCellValue(*at, lines[0]);
-            return;
-        }
-        for (size_t i = 0; i < lines.size(); ++i) {
-            std::vector<std::string> fields = tabFields(lines[i]);
-            for (size_t j = 0; j < fields.size(); ++j)
-                setCellValue({at->col + static_cast<int64_t>(j), at->row + static_cast<int64_t>(i)},
-                             fields[j]);
-        }
-    });
+    groupUndoSteps(
+        "Paste",
+        [&] {
+            if (lines.size() == 1 && lines[0].find('\t') == std::string::npos) {
+                setCellValue(*at, lines[0]);
+                return;
+            }
+            for (size_t i = 0; i < lines.size(); ++i) {
+                std::vector<std::string> fields = tabFields(lines[i]);
+                for (size_t j = 0; j < fields.size(); ++j)
+                    setCellValue({at->col + static_cast<int64_t>(j), at->row + static_cast<int64_t>(i)},
+                                 fields[j]);
+            }
+        },
+        UndoRecalculation::entry);
 }
 
 void SumoraEditorView::commitFunctionArgs(std::string_view name, const std::vector<std::string>& args,
@@ -518,9 +527,10 @@ void SumoraEditorView::increaseDecimal() {
     if (!parseStrictNumber(cell.displayValue())) return;
     cell.updateFormat(
         [&](CellFormat& f) { f.numberFormat = increasedDecimals(f.numberFormat, cell.displayValue()); });
-    groupUndoSteps("Increase Decimal", [&] {
-        replaceCell(static_cast<size_t>(activeSheetIndex), activeCell->col, activeCell->row, std::move(cell));
-    });
+    groupUndoSteps(
+        "Increase Decimal",
+        [&] { replaceCell(static_cast<size_t>(activeSheetIndex), *activeCell, std::move(cell)); },
+        UndoRecalculation::entry);
 }
 
 void SumoraEditorView::decreaseDecimal() {
@@ -530,9 +540,10 @@ void SumoraEditorView::decreaseDecimal() {
     if (!parseStrictNumber(cell.displayValue())) return;
     cell.updateFormat(
         [&](CellFormat& f) { f.numberFormat = decreasedDecimals(f.numberFormat, cell.displayValue()); });
-    groupUndoSteps("Decrease Decimal", [&] {
-        replaceCell(static_cast<size_t>(activeSheetIndex), activeCell->col, activeCell->row, std::move(cell));
-    });
+    groupUndoSteps(
+        "Decrease Decimal",
+        [&] { replaceCell(static_cast<size_t>(activeSheetIndex), *activeCell, std::move(cell)); },
+        UndoRecalculation::entry);
 }
 
 } // namespace sumora

@@ -181,13 +181,13 @@ bool SumoraEditorView::pasteCopiedCells(PasteMode mode) {
                     for (int64_t c = block.range.startCol; c <= block.range.endCol; ++c) {
                         bool overwritten = *sourceSheet == targetSheet && r >= pasted.startRow &&
                                            r <= pasted.endRow && c >= pasted.startCol && c <= pasted.endCol;
-                        if (!overwritten) replaceCell(*sourceSheet, c, r, Cell());
+                        if (!overwritten) replaceCell(*sourceSheet, {c, r}, Cell());
                     }
             }
             for (auto& [p, cell] : writes)
-                replaceCell(targetSheet, p.col, p.row, std::move(cell));
+                replaceCell(targetSheet, p, std::move(cell));
         },
-        recalculate);
+        UndoRecalculation::wholeSheet);
     recalculate();
     if (moving) copied_.reset();
     return true;
@@ -231,11 +231,11 @@ void SumoraEditorView::clearContents() {
         "Clear Contents",
         [&] {
             for (auto& [p, cell] : writes)
-                replaceCell(sheetIndex, p.col, p.row, std::move(cell));
+                replaceCell(sheetIndex, p, std::move(cell));
         },
-        recalculate);
+        UndoRecalculation::wholeSheet);
     if (writes.size() == 1)
-        recalculateChangedCell(sheetIndex, writes[0].first.col, writes[0].first.row);
+        recalculateChangedCell(sheetIndex, writes[0].first);
     else
         recalculate();
 }
@@ -296,9 +296,9 @@ void SumoraEditorView::performFill(const SelectionRange& sourceRange, const Sele
         "AutoFill",
         [&] {
             for (auto& [at, cell] : writes)
-                replaceCell(sheetIndex, at.col, at.row, std::move(cell));
+                replaceCell(sheetIndex, at, std::move(cell));
         },
-        recalculate);
+        UndoRecalculation::wholeSheet);
     recalculate();
 }
 

@@ -60,31 +60,6 @@ void writeConstant(Sheet& sheet, int64_t row, int64_t col, std::string_view text
     cell.setComputedValue(text);
 }
 
-// Cell records before and after a tool rewrote them, for its undo step.
-struct CellChange {
-    int64_t row = 0;
-    int64_t col = 0;
-    Cell before;
-    Cell after;
-};
-
-void registerCellChanges(SumoraEditorView& editor, std::string name, size_t sheetIndex,
-                         std::vector<CellChange> changes) {
-    if (!editor.undoManager || changes.empty()) return;
-    auto shared = std::make_shared<const std::vector<CellChange>>(std::move(changes));
-    if (sheetIndex >= editor.document.sheets.size()) return;
-    auto put = [&editor, sheetId = editor.document.sheets[sheetIndex].id, shared](bool after) {
-        auto index = editor.document.sheetIndexById(sheetId);
-        if (!index) return;
-        Sheet& sheet = editor.document.sheets[*index];
-        for (const CellChange& c : *shared)
-            if (sheet.contains(c.row, c.col)) sheet.setCell(c.row, c.col, after ? c.after : c.before);
-        refreshSheet(editor, *index);
-    };
-    editor.undoManager->registerStep(
-        std::move(name), [put] { put(false); }, [put] { put(true); });
-}
-
 // ---- sorting -----------------------------------------------------------------
 
 // One key's column, read once: the texts as for sorting and which of them are
@@ -317,42 +292,23 @@ void SumoraEditorView::sortColumn(bool ascending) {
     sortActiveSheet(*this, {SortKey{activeCell->col, ascending}}, 0);
 }
 
-void SumoraEditorView::performMultiSort() {
-    sortActiveSheet(*this, sortKeys, sortHasHeaderRow ? 1 : 0);
+void SumoraEditorView::performMultiSort(const SortRequest& request) {
+    sortActiveSheet(*this, request.keys, request.hasHeaderRow ? 1 : 0);
 }
 
 // ---- automatic filter --------------------------------------------------------
 
 bool SumoraEditorView::filteredRowVisible(int64_t row) const {
-    if (!autoFilterEnabled || autoFilterAllowed.empty()) return true;
     if (activeSheetIndex < 0 || static_cast<size_t>(activeSheetIndex) >= document.sheets.size()) return true;
-    const Sheet& sheet = document.sheets[static_cast<size_t>(activeSheetIndex)];
-    if (row < 0 || row >= sheet.rowCount()) return true;
-    std::string text;
-    for (const auto& [col, allowed] : autoFilterAllowed) {
-        if (allowed.empty()) continue;
-        text.assign(sheet.cell(row, col).displayValue());
-        if (!allowed.contains(text)) return false;
-    }
-    return true;
+    return autoFilter.rowVisible(document.sheets[static_cast<size_t>(activeSheetIndex)], row);
 }
 
 // ---- find and replace ----------------------------------------------------------
 
 namespace {
 
-TextMatcher::Options matcherOptions(const SumoraEditorView& editor) {
-    return {editor.findText, editor.findMatchCase, editor.findMatchEntireCell,
-            editor.findUseRegularExpression};
-}
-
-// Moves the editor to match `index` and names it in the bar.
-void showMatch(SumoraEditorView& editor, size_t index) {
-    editor.currentMatchIndex = index;
-    const CellPosition at = editor.findMatches[index];
-    editor.activeCell = at;
-    editor.selection = SelectionRange{at.col, at.row, at.col, at.row};
-    editor.findStatusText = countText(index + 1) + " of " + countText(editor.findMatches.size());
+TextMatcher::Options matcherOptions(const FindRequest& request) {
+    return {request.findText, request.matchCase, request.matchEntireCell, request.useRegularExpression};
 }
 
 // The text to enter in `cell` to replace its matches, or nothing when it is
@@ -370,143 +326,107 @@ std::optional<std::string> replacementEntry(const Cell& cell, bool inFormulas, T
 
 } // namespace
 
-void SumoraEditorView::performFind() {
-    findMatches.clear();
-    currentMatchIndex.reset();
-    findStatusText.clear();
-    if (findText.empty()) return;
+void SumoraEditorView::showMatch(size_t index) {
+    findResult_.currentMatchIndex = index;
+    const CellPosition at = findResult_.matches[index];
+    activeCell = at;
+    selection = SelectionRange{at.col, at.row, at.col, at.row};
+    findResult_.statusText = countText(index + 1) + " of " + countText(findResult_.matches.size());
+}
+
+const FindResult& SumoraEditorView::performFind(const FindRequest& request) {
+    findRequest_ = request;
+    findResult_ = {};
+    if (request.findText.empty()) return findResult_;
     Sheet* sheet = activeSheet();
-    TextMatcher matcher(matcherOptions(*this));
+    TextMatcher matcher(matcherOptions(request));
     if (sheet && matcher.isValid()) {
         for (int64_t r = 0; r < sheet->storedRowCount(); ++r) {
             for (int64_t c = 0, n = sheet->storedColumnCount(r); c < n; ++c) {
-                std::string_view text = searchedText(sheet->cell(r, c), findSearchInFormulas);
-                if (!text.empty() && matcher.matches(text)) findMatches.push_back({c, r});
+                std::string_view text = searchedText(sheet->cell(r, c), request.searchInFormulas);
+                if (!text.empty() && matcher.matches(text)) findResult_.matches.push_back({c, r});
             }
         }
     }
-    if (findMatches.empty()) {
-        findStatusText = "No matches";
-        return;
+    if (findResult_.matches.empty()) {
+        findResult_.statusText = "No matches";
+        return findResult_;
     }
-    showMatch(*this, 0);
+    showMatch(0);
+    return findResult_;
 }
 
-void SumoraEditorView::findNext() {
-    if (findMatches.empty()) {
-        performFind();
-        return;
-    }
-    size_t next = currentMatchIndex ? (*currentMatchIndex + 1) % findMatches.size() : 0;
-    showMatch(*this, next);
+const FindResult& SumoraEditorView::findNext(const FindRequest& request) {
+    if (!request.searchesLike(findRequest_) || findResult_.matches.empty()) return performFind(request);
+    const auto& i = findResult_.currentMatchIndex;
+    showMatch(i ? (*i + 1) % findResult_.matches.size() : 0);
+    return findResult_;
 }
 
-void SumoraEditorView::findPrevious() {
-    if (findMatches.empty()) {
-        performFind();
-        return;
-    }
-    const size_t n = findMatches.size();
-    size_t previous = currentMatchIndex ? (*currentMatchIndex + n - 1) % n : n - 1;
-    showMatch(*this, previous);
+const FindResult& SumoraEditorView::findPrevious(const FindRequest& request) {
+    if (!request.searchesLike(findRequest_) || findResult_.matches.empty()) return performFind(request);
+    const size_t n = findResult_.matches.size();
+    const auto& i = findResult_.currentMatchIndex;
+    showMatch(i ? (*i + n - 1) % n : n - 1);
+    return findResult_;
 }
 
-void SumoraEditorView::replaceCurrentMatch() {
-    if (findMatches.empty() || !currentMatchIndex) performFind();
-    if (findMatches.empty() || !currentMatchIndex || *currentMatchIndex >= findMatches.size()) return;
+const FindResult& SumoraEditorView::replaceCurrentMatch(const FindRequest& request) {
+    if (!request.searchesLike(findRequest_) || findResult_.matches.empty() || !findResult_.currentMatchIndex)
+        performFind(request);
+    const auto& matches = findResult_.matches;
+    const auto current = findResult_.currentMatchIndex;
+    if (matches.empty() || !current || *current >= matches.size()) return findResult_;
     Sheet* sheet = activeSheet();
-    TextMatcher matcher(matcherOptions(*this));
-    if (!sheet || !matcher.isValid()) return;
+    TextMatcher matcher(matcherOptions(request));
+    if (!sheet || !matcher.isValid()) return findResult_;
 
-    const CellPosition at = findMatches[*currentMatchIndex];
-    if (auto entry =
-            replacementEntry(sheet->cell(at.row, at.col), findSearchInFormulas, matcher, replaceText))
+    const CellPosition at = matches[*current];
+    if (auto entry = replacementEntry(sheet->cell(at.row, at.col), request.searchInFormulas, matcher,
+                                      request.replaceText))
         setCellValue(at, *entry);
 
     // Look again and go on with the first match after the replaced cell.
-    performFind();
-    if (findMatches.empty()) return;
-    auto next = std::find_if(findMatches.begin(), findMatches.end(),
+    performFind(request);
+    if (matches.empty()) return findResult_;
+    auto next = std::find_if(matches.begin(), matches.end(),
                              [&](const CellPosition& p) { return rowMajorBefore(at, p); });
-    showMatch(*this, next == findMatches.end() ? 0 : static_cast<size_t>(next - findMatches.begin()));
+    showMatch(next == matches.end() ? 0 : static_cast<size_t>(next - matches.begin()));
+    return findResult_;
 }
 
-void SumoraEditorView::replaceAllMatches() {
-    performFind();
+const FindResult& SumoraEditorView::replaceAllMatches(const FindRequest& request) {
+    performFind(request);
     Sheet* sheet = activeSheet();
-    TextMatcher matcher(matcherOptions(*this));
-    if (findMatches.empty() || !sheet || !matcher.isValid()) return;
+    TextMatcher matcher(matcherOptions(request));
+    if (findResult_.matches.empty() || !sheet || !matcher.isValid()) return findResult_;
 
-    // Every cell is entered like typed text (classified and recalculated), but
-    // the steps are gathered into one "Replace All" step of our own.
+    // Every cell is entered like typed text (classified and recalculated), and
+    // the entries are collected into one "Replace All" step.
     const auto sheetIndex = static_cast<size_t>(activeSheetIndex);
-    std::vector<CellChange> changes;
-    UndoManager scratch;
-    scratch.setLevelsOfUndo(1);
-    UndoManager* windowUndo = undoManager;
-    undoManager = &scratch;
-    for (const CellPosition& at : findMatches) {
-        Sheet& s = document.sheets[sheetIndex];
-        Cell before = s.cell(at.row, at.col);
-        auto entry = replacementEntry(before, findSearchInFormulas, matcher, replaceText);
-        if (!entry) continue;
-        setCellValue(at, *entry);
-        Cell after = document.sheets[sheetIndex].cell(at.row, at.col);
-        if (after == before) continue;
-        changes.push_back({at.row, at.col, std::move(before), std::move(after)});
+    beginCellChanges();
+    for (const CellPosition& at : findResult_.matches) {
+        const Cell& current = document.sheets[sheetIndex].cell(at.row, at.col);
+        if (auto entry = replacementEntry(current, request.searchInFormulas, matcher, request.replaceText))
+            setCellValue(at, *entry);
     }
-    undoManager = windowUndo;
-    registerCellChanges(*this, "Replace All", sheetIndex, std::move(changes));
-    performFind();
+    CellChangeRecord record = endCellChanges();
+    record.dropUnchanged();
+    registerCellChanges("Replace All", std::move(record), UndoRecalculation::wholeSheet);
+    return performFind(request);
 }
 
 // ---- text to columns -------------------------------------------------------------
 
-std::vector<std::string> SumoraEditorView::splitText(std::string_view text) const {
-    std::string_view delimiter;
-    switch (textToColumnsDelimiter) {
-    case TextToColumnsDelimiter::comma:
-        delimiter = ",";
-        break;
-    case TextToColumnsDelimiter::semicolon:
-        delimiter = ";";
-        break;
-    case TextToColumnsDelimiter::space:
-        delimiter = " ";
-        break;
-    case TextToColumnsDelimiter::pipe:
-        delimiter = "|";
-        break;
-    case TextToColumnsDelimiter::custom:
-        delimiter = textToColumnsCustomDelimiter;
-        break;
-    }
-    std::vector<std::string> pieces;
-    if (delimiter.empty()) {
-        pieces.emplace_back(text);
-    } else {
-        for (size_t from = 0;;) {
-            size_t at = text.find(delimiter, from);
-            pieces.emplace_back(
-                text.substr(from, at == std::string_view::npos ? std::string_view::npos : at - from));
-            if (at == std::string_view::npos) break;
-            from = at + delimiter.size();
-        }
-    }
-    if (textToColumnsTreatConsecutiveAsOne)
-        std::erase_if(pieces, [](const std::string& p) { return p.empty(); });
-    return pieces;
-}
-
-void SumoraEditorView::performTextToColumns() {
+void SumoraEditorView::performTextToColumns(const TextToColumnsRequest& request) {
     if (!selection) return;
     if (!activeSheet()) return;
     const auto sheetIndex = static_cast<size_t>(activeSheetIndex);
     const int64_t col = selection->minCol();
-    std::vector<CellChange> changes;
+    CellChangeRecord record;
     for (int64_t row = selection->minRow(); row <= selection->maxRow(); ++row) {
         std::vector<std::string> pieces =
-            splitText(std::string(document.sheets[sheetIndex].cell(row, col).displayValue()));
+            splitText(std::string(document.sheets[sheetIndex].cell(row, col).displayValue()), request);
         if (pieces.empty()) continue;
         document.ensureGridSize(activeSheetIndex, row + 1, col + static_cast<int64_t>(pieces.size()));
         Sheet& sheet = document.sheets[sheetIndex];
@@ -515,29 +435,28 @@ void SumoraEditorView::performTextToColumns() {
             std::string_view piece = trimmedOfBlanks(pieces[i]);
             const Cell& current = sheet.cell(row, target);
             if (!current.formula() && current.value() == piece && current.displayValue() == piece) continue;
-            changes.push_back({row, target, current, Cell()});
+            record.noteBefore(sheet, {target, row});
             writeConstant(sheet, row, target, piece);
         }
     }
-    if (changes.empty()) return;
+    if (record.empty()) return;
     refreshSheet(*this, sheetIndex);
-    for (CellChange& c : changes)
-        c.after = document.sheets[sheetIndex].cell(c.row, c.col);
-    registerCellChanges(*this, "Text to Columns", sheetIndex, std::move(changes));
+    record.readAfter(document);
+    registerCellChanges("Text to Columns", std::move(record), UndoRecalculation::wholeSheet);
 }
 
 // ---- remove duplicates -------------------------------------------------------------
 
-void SumoraEditorView::performRemoveDuplicates() {
+RemoveDuplicatesResult SumoraEditorView::performRemoveDuplicates(const RemoveDuplicatesRequest& request) {
     Sheet* sheet = activeSheet();
-    if (!sheet) return;
-    const int64_t first = removeDuplicatesHasHeaders ? 1 : 0;
+    if (!sheet) return {};
+    const int64_t first = request.hasHeaders ? 1 : 0;
     const int64_t end = sheet->usedExtent().rows;
-    if (end <= first) return;
+    if (end <= first) return {};
     std::vector<int64_t> columns;
-    for (int64_t c : removeDuplicatesColumns)
+    for (int64_t c : request.columns)
         if (c >= 0) columns.push_back(c);
-    if (columns.empty()) return;
+    if (columns.empty()) return {};
 
     // Kept rows first, duplicates after them, as offsets from `first`.
     std::vector<int64_t> kept, duplicates;
@@ -553,15 +472,16 @@ void SumoraEditorView::performRemoveDuplicates() {
         (seen.insert(key).second ? kept : duplicates).push_back(r - first);
     }
 
-    removeDuplicatesStatusText = countText(duplicates.size()) + " duplicate row(s) removed, " +
-                                 countText(kept.size()) + " unique row(s) remain.";
-    if (duplicates.empty()) return;
+    RemoveDuplicatesResult result{countText(duplicates.size()) + " duplicate row(s) removed, " +
+                                  countText(kept.size()) + " unique row(s) remain."};
+    if (duplicates.empty()) return result;
     const auto keptCount = static_cast<int64_t>(kept.size());
     const auto duplicateCount = static_cast<int64_t>(duplicates.size());
     kept.insert(kept.end(), duplicates.begin(), duplicates.end());
     sheet->permuteRows(first, kept);
     sheet->removeRows(first + keptCount, duplicateCount);
     refreshSheet(*this, static_cast<size_t>(activeSheetIndex));
+    return result;
 }
 
 } // namespace sumora

@@ -54,12 +54,12 @@ std::vector<std::string_view> referencePieces(std::string_view list) {
 
 // A cell's number for these tools: its display text read strictly; 0 when it
 // is not a number.
-double cellNumber(const Sheet& sheet, ColRow at) {
+double cellNumber(const Sheet& sheet, CellPosition at) {
     return parseStrictNumber(sheet.cell(at.row, at.col).displayValue()).value_or(0.0);
 }
 
 // Writes `text` as an input cell's value; false when it already held it.
-bool writeInput(Sheet& sheet, ColRow at, std::string_view text) {
+bool writeInput(Sheet& sheet, CellPosition at, std::string_view text) {
     const Cell& current = sheet.cell(at.row, at.col);
     if (current.value() == text && (current.hasFormula() || current.displayValue() == text)) return false;
     Cell& cell = sheet.cellForWriting(at.row, at.col);
@@ -73,14 +73,14 @@ class RoundRecalculation {
   public:
     explicit RoundRecalculation(SumoraEditorView& editor) : editor_(editor) {}
 
-    void afterWriting(const std::vector<ColRow>& changed) {
+    void afterWriting(const std::vector<CellPosition>& changed) {
         if (!everything_) {
             editor_.recalculateAllFormulas();
             everything_ = true;
             return;
         }
-        for (const ColRow& at : changed)
-            editor_.recalculateCell(at.col, at.row);
+        for (const CellPosition& at : changed)
+            editor_.recalculateCell(at);
     }
 
   private:
@@ -92,45 +92,33 @@ class RoundRecalculation {
 
 // ---- goal seek ---------------------------------------------------------------
 
-void SumoraEditorView::performGoalSeek() {
-    auto setCell = parseCellAddress(goalSeekSetCell);
-    auto changingCell = parseCellAddress(goalSeekChangingCell);
-    auto target = parseStrictNumber(goalSeekTargetValue);
-    if (!setCell || !changingCell || !target) {
-        goalSeekStatusText = "Invalid input. Use cell references like A1, B2.";
-        return;
-    }
+GoalSeekResult SumoraEditorView::performGoalSeek(const GoalSeekRequest& request) {
+    auto setCell = parseCellAddress(request.setCell);
+    auto changingCell = parseCellAddress(request.changingCell);
+    auto target = parseStrictNumber(request.targetValue);
+    if (!setCell || !changingCell || !target) return {"Invalid input. Use cell references like A1, B2."};
 
     // Bisection: assumes the set cell grows with the changing cell.
     double low = -100000.0, high = 100000.0;
     RoundRecalculation recalculation(*this);
     for (int round = 0; round < 200; ++round) {
         Sheet* sheet = activeSheet();
-        if (!sheet || !sheet->contains(changingCell->row, changingCell->col)) {
-            goalSeekStatusText = "Changing cell out of range.";
-            return;
-        }
+        if (!sheet || !sheet->contains(changingCell->row, changingCell->col))
+            return {"Changing cell out of range."};
         const double mid = (high + low) * 0.5;
         writeInput(*sheet, *changingCell, shortestNumberText(mid));
         recalculation.afterWriting({*changingCell});
         sheet = activeSheet();
-        if (!sheet || !sheet->contains(setCell->row, setCell->col)) {
-            goalSeekStatusText = "Target cell out of range.";
-            return;
-        }
+        if (!sheet || !sheet->contains(setCell->row, setCell->col)) return {"Target cell out of range."};
         const double result = cellNumber(*sheet, *setCell);
-        if (std::fabs(result - *target) < 1e-8) {
-            goalSeekStatusText = "Found solution: " + formatted("%.6f", mid);
-            return;
-        }
+        if (std::fabs(result - *target) < 1e-8) return {"Found solution: " + formatted("%.6f", mid)};
         if (result < *target)
             low = mid;
         else
             high = mid;
     }
     // The changing cell keeps the last value tried, not this midpoint.
-    goalSeekStatusText =
-        "Approximate solution: " + formatted("%.6f", (high + low) * 0.5) + " (may not be exact)";
+    return {"Approximate solution: " + formatted("%.6f", (high + low) * 0.5) + " (may not be exact)"};
 }
 
 // ---- solver --------------------------------------------------------------------
@@ -147,10 +135,10 @@ enum class SolverGoal { maximise, minimise, reachValue };
 // One solver run: the pattern search over the variable cells.
 class SolverRun {
   public:
-    SolverRun(SumoraEditorView& editor, ColRow objective, std::vector<ColRow> variables, SolverGoal goal,
-              double target)
-        : editor_(editor), objective_(objective), variables_(std::move(variables)), goal_(goal),
-          target_(target), recalculation_(editor) {}
+    SolverRun(SumoraEditorView& editor, const std::vector<SolverConstraint>& constraints,
+              CellPosition objective, std::vector<CellPosition> variables, SolverGoal goal, double target)
+        : editor_(editor), constraints_(constraints), objective_(objective), variables_(std::move(variables)),
+          goal_(goal), target_(target), recalculation_(editor) {}
 
     // Writes the candidate into the variable cells, recalculates and reads the
     // objective; nothing when the objective is outside the grid or not numeric.
@@ -159,7 +147,7 @@ class SolverRun {
         if (!sheet) return std::nullopt;
         changed_.clear();
         for (size_t i = 0; i < variables_.size(); ++i) {
-            const ColRow at = variables_[i];
+            const CellPosition at = variables_[i];
             if (!sheet->contains(at.row, at.col)) continue;
             if (writeInput(*sheet, at, SumoraEditorView::formatSolverValue(x[i]))) changed_.push_back(at);
         }
@@ -173,7 +161,7 @@ class SolverRun {
     // the candidate.
     bool constraintsSatisfied(const std::vector<double>& x) const {
         const Sheet* sheet = editor_.activeSheet();
-        for (const SolverConstraint& constraint : editor_.solverConstraints) {
+        for (const SolverConstraint& constraint : constraints_) {
             auto at = parseCellAddress(constraint.cellRef);
             if (!at) continue;
             if (constraint.op == "int" || constraint.op == "bin") {
@@ -239,56 +227,51 @@ class SolverRun {
         return false;
     }
 
-    std::optional<size_t> variableIndex(ColRow at) const {
+    std::optional<size_t> variableIndex(CellPosition at) const {
         for (size_t i = 0; i < variables_.size(); ++i)
             if (variables_[i] == at) return i;
         return std::nullopt;
     }
 
     SumoraEditorView& editor_;
-    ColRow objective_;
-    std::vector<ColRow> variables_;
+    const std::vector<SolverConstraint>& constraints_;
+    CellPosition objective_;
+    std::vector<CellPosition> variables_;
     SolverGoal goal_;
     double target_;
     RoundRecalculation recalculation_;
-    std::vector<ColRow> changed_;
+    std::vector<CellPosition> changed_;
 };
 
 } // namespace
 
-void SumoraEditorView::runSolver() {
-    solverStatusText = "Solving.";
-    auto objective = parseCellAddress(solverObjectiveCell);
-    if (!objective) {
-        solverStatusText = "Invalid objective cell reference.";
-        return;
-    }
-    std::vector<ColRow> variables;
-    for (std::string_view piece : referencePieces(solverVariableCells)) {
+SolverResult SumoraEditorView::runSolver(const SolverRequest& request) {
+    auto objective = parseCellAddress(request.objectiveCell);
+    if (!objective) return {"Invalid objective cell reference."};
+    std::vector<CellPosition> variables;
+    for (std::string_view piece : referencePieces(request.variableCells)) {
         piece = trimmed(piece);
         auto at = parseCellAddress(piece);
-        if (!at) {
-            solverStatusText = "Invalid variable cell: " + std::string(piece);
-            return;
-        }
+        if (!at) return {"Invalid variable cell: " + std::string(piece)};
         variables.push_back(*at);
     }
     Sheet* sheet = activeSheet();
-    if (!sheet) return;
+    // Without a sheet the search never starts; the status stays as it began.
+    if (!sheet) return {"Solving."};
 
     std::vector<double> x;
     std::vector<Cell> originals;
-    for (const ColRow& at : variables) {
+    for (const CellPosition& at : variables) {
         x.push_back(cellNumber(*sheet, at));
         originals.push_back(sheet->cell(at.row, at.col));
     }
-    const SolverGoal goal = solverGoal == "max"     ? SolverGoal::maximise
-                            : solverGoal == "value" ? SolverGoal::reachValue
-                                                    : SolverGoal::minimise;
+    const SolverGoal goal = request.goal == "max"     ? SolverGoal::maximise
+                            : request.goal == "value" ? SolverGoal::reachValue
+                                                      : SolverGoal::minimise;
     const double target =
-        goal == SolverGoal::reachValue ? parseStrictNumber(solverTargetValue).value_or(0.0) : 0.0;
+        goal == SolverGoal::reachValue ? parseStrictNumber(request.targetValue).value_or(0.0) : 0.0;
 
-    SolverRun run(*this, *objective, variables, goal, target);
+    SolverRun run(*this, request.constraints, *objective, variables, goal, target);
     auto best = run.search(x);
     if (!best) {
         if ((sheet = activeSheet())) {
@@ -297,35 +280,32 @@ void SumoraEditorView::runSolver() {
                     sheet->setCell(variables[i].row, variables[i].col, originals[i]);
         }
         recalculateAllFormulas();
-        solverStatusText = "No feasible solution found.";
-        return;
+        return {"No feasible solution found."};
     }
     run.evaluate(x); // leaves the sheet showing the best vector
-    if (goal == SolverGoal::reachValue && std::fabs(*best - target) >= 1e-6) {
-        solverStatusText = "Best solution: objective = " + formatSolverValue(*best) + " (target was " +
-                           formatSolverValue(target) + ")";
-        return;
-    }
-    solverStatusText = "Solution found. Objective = " + formatSolverValue(*best);
+    if (goal == SolverGoal::reachValue && std::fabs(*best - target) >= 1e-6)
+        return {"Best solution: objective = " + formatSolverValue(*best) + " (target was " +
+                formatSolverValue(target) + ")"};
+    return {"Solution found. Objective = " + formatSolverValue(*best)};
 }
 
 // ---- scenarios --------------------------------------------------------------------
 
-void SumoraEditorView::saveScenario() {
+void SumoraEditorView::saveScenario(const ScenarioRequest& request) {
     Scenario scenario;
-    scenario.name = scenarioName;
-    scenario.comment = scenarioComment;
+    scenario.name = request.name;
+    scenario.comment = request.comment;
     if (const Sheet* sheet = activeSheet()) {
-        for (std::string_view piece : referencePieces(scenarioChangingCells)) {
+        for (std::string_view piece : referencePieces(request.changingCells)) {
             piece = trimmed(piece);
             auto at = parseCellAddress(piece);
             if (!at || !sheet->contains(at->row, at->col)) continue;
             scenario.changingCells[std::string(piece)] = std::string(sheet->cell(at->row, at->col).value());
         }
     }
-    if (editingScenarioId) {
+    if (request.editingScenarioId) {
         for (Scenario& existing : document.scenarios) {
-            if (existing.id != *editingScenarioId) continue;
+            if (existing.id != *request.editingScenarioId) continue;
             scenario.id = existing.id;
             existing = std::move(scenario);
             return;
@@ -340,7 +320,7 @@ void SumoraEditorView::applyScenario(const Scenario& scenario) {
     for (const auto& [reference, text] : scenario.changingCells) {
         auto at = parseCellAddress(reference);
         if (!at || !sheet->contains(at->row, at->col)) continue;
-        savedOriginalValues[reference] = std::string(sheet->cell(at->row, at->col).value());
+        savedOriginalValues_[reference] = std::string(sheet->cell(at->row, at->col).value());
         writeInput(*sheet, *at, text);
     }
     recalculateAllFormulas();
@@ -348,13 +328,13 @@ void SumoraEditorView::applyScenario(const Scenario& scenario) {
 
 void SumoraEditorView::restoreOriginalValues() {
     if (Sheet* sheet = activeSheet()) {
-        for (const auto& [reference, text] : savedOriginalValues) {
+        for (const auto& [reference, text] : savedOriginalValues_) {
             auto at = parseCellAddress(reference);
             if (!at || !sheet->contains(at->row, at->col)) continue;
             writeInput(*sheet, *at, text);
         }
     }
-    savedOriginalValues.clear();
+    savedOriginalValues_.clear();
     recalculateAllFormulas();
 }
 

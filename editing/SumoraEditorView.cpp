@@ -43,9 +43,9 @@ SheetCalculator& SumoraEditorView::calculator(size_t sheetIndex) {
     return *calculators_[sheetIndex];
 }
 
-void SumoraEditorView::recalculateChangedCell(size_t sheetIndex, int64_t col, int64_t row) {
+void SumoraEditorView::recalculateChangedCell(size_t sheetIndex, CellPosition at) {
     if (sheetIndex >= document.sheets.size()) return;
-    calculator(sheetIndex).recalculate(col, row);
+    calculator(sheetIndex).recalculate(at.col, at.row);
 }
 
 void SumoraEditorView::recalculateChangedSheet(size_t sheetIndex) {
@@ -67,51 +67,75 @@ void SumoraEditorView::registerUndoStep(std::string name, std::function<void()> 
     if (undoManager) undoManager->registerStep(std::move(name), std::move(undo), std::move(redo));
 }
 
-void SumoraEditorView::groupUndoSteps(std::string name, const std::function<void()>& body,
-                                      std::function<void()> afterChange) {
-    UndoManager* window = undoManager;
-    if (!window) {
-        body();
+void SumoraEditorView::beginCellChanges() {
+    if (collectingDepth_++ == 0) collecting_.emplace();
+}
+
+CellChangeRecord SumoraEditorView::endCellChanges() {
+    if (collectingDepth_ == 0 || --collectingDepth_ > 0) return {};
+    CellChangeRecord record = std::move(*collecting_);
+    collecting_.reset();
+    record.readAfter(document);
+    return record;
+}
+
+void SumoraEditorView::registerCellChanges(std::string name, CellChangeRecord record, UndoRecalculation how) {
+    if (!undoManager || record.empty()) return;
+    auto shared = std::make_shared<const CellChangeRecord>(std::move(record));
+    auto put = [this, shared, how](CellChangeRecord::Side side) {
+        // Redoing an entry writes where the grid may since have shrunk.
+        const bool grow = how == UndoRecalculation::entry && side == CellChangeRecord::Side::after;
+        recalculateRestoredCells(*shared, side, how, shared->put(document, side, grow));
+    };
+    undoManager->registerStep(
+        std::move(name), [put] { put(CellChangeRecord::Side::before); },
+        [put] { put(CellChangeRecord::Side::after); });
+}
+
+void SumoraEditorView::recalculateRestoredCells(const CellChangeRecord& record, CellChangeRecord::Side side,
+                                                UndoRecalculation how, const std::vector<size_t>& sheets) {
+    if (how == UndoRecalculation::wholeSheet) {
+        invalidateCalculators();
+        for (size_t index : sheets)
+            recalculateChangedSheet(index);
         return;
     }
-    // The body's steps land on a private manager; undoing the group unwinds
-    // it completely and redoing replays it, in order.
-    auto steps = std::make_shared<UndoManager>();
-    steps->setLevelsOfUndo(0);
-    undoManager = steps.get();
+    if (side == CellChangeRecord::Side::before) {
+        for (size_t index : sheets)
+            forgetCalculatedState(index);
+        return;
+    }
+    for (const CellChangeRecord::Change& c : record.changes())
+        if (auto index = document.sheetIndexById(record.sheetIds()[c.sheet]))
+            recalculateChangedCell(*index, c.at);
+}
+
+void SumoraEditorView::groupUndoSteps(std::string name, const std::function<void()>& body,
+                                      UndoRecalculation how) {
+    beginCellChanges();
     try {
         body();
     } catch (...) {
-        undoManager = window;
+        endCellChanges();
         throw;
     }
-    undoManager = window;
-    if (!steps->canUndo()) return;
-    window->registerStep(
-        std::move(name),
-        [steps, afterChange] {
-            while (steps->undo()) {
-            }
-            if (afterChange) afterChange();
-        },
-        [steps, afterChange] {
-            while (steps->redo()) {
-            }
-            if (afterChange) afterChange();
-        });
+    registerCellChanges(std::move(name), endCellChanges(), how);
 }
 
-void SumoraEditorView::replaceCell(size_t sheetIndex, int64_t col, int64_t row, Cell cell) {
+void SumoraEditorView::replaceCell(size_t sheetIndex, CellPosition at, Cell cell) {
+    const int64_t col = at.col, row = at.row;
     if (sheetIndex >= document.sheets.size() || col < 0 || row < 0) return;
     Sheet& sheet = document.sheets[sheetIndex];
-    Cell before = sheet.cell(row, col);
-    if (before == cell) return;
-    auto put = [this, sheetId = sheet.id, col, row](const Cell& record) {
-        if (auto index = document.sheetIndexById(sheetId)) document.sheets[*index].setCell(row, col, record);
-    };
-    put(cell);
-    registerUndoStep(
-        "Edit", [put, before] { put(before); }, [put, after = std::move(cell)] { put(after); });
+    if (sheet.cell(row, col) == cell) return;
+    if (collecting_) {
+        collecting_->noteBefore(sheet, {col, row});
+        sheet.setCell(row, col, std::move(cell));
+        return;
+    }
+    CellChangeRecord record;
+    record.add(sheet, {col, row}, sheet.cell(row, col), cell);
+    sheet.setCell(row, col, std::move(cell));
+    registerCellChanges("Edit", std::move(record), UndoRecalculation::entry);
 }
 
 std::optional<SelectionRange> SumoraEditorView::targetRange() const {

@@ -1,8 +1,12 @@
 #pragma once
 // The editor without any toolkit: the document it edits, the active sheet,
-// the active cell and selection, the undo manager, the inputs and status
-// texts of the find bar and dialogs, and every command that changes cells.
-// The desktop window only drives it; every command is usable headless.
+// the active cell and selection, the undo manager, and every command that
+// changes cells. The desktop window only drives it; every command is usable
+// headless. The data tools and what-if tools take their dialog's inputs as a
+// request of their own (editing/GoalSeek.h, Solver.h, ScenarioRequest.h,
+// FindReplace.h, SortRequest.h, TextToColumns.h, RemoveDuplicates.h) and
+// return their outcome; the editor keeps only the state that outlives a
+// command (the automatic filter, the last search, scenario originals).
 //
 // Command implementations live in one file per group:
 //   EditorCellEntry.cpp    — setCellValue, recalculation, AutoSum, fill, text paste, insert/delete, merge,
@@ -11,57 +15,34 @@
 //   EditorClipboard.cpp    — copy, cut, paste of copied cells, paste special, clear contents, fill handle
 //   EditorDataTools.cpp    — sort, filter, find and replace, text to columns, remove duplicates
 //   EditorWhatIf.cpp       — goal seek, solver, scenarios
+//   SumoraEditorView.cpp   — calculators, and the undo steps of changed cells
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "document/CellPosition.h"
 #include "document/SumoraDocument.h"
+#include "editing/AutoFilter.h"
+#include "editing/CellChangeRecord.h"
+#include "editing/Clipboard.h"
+#include "editing/FindReplace.h"
+#include "editing/GoalSeek.h"
+#include "editing/RemoveDuplicates.h"
+#include "editing/ScenarioRequest.h"
+#include "editing/SelectionRange.h"
+#include "editing/Solver.h"
+#include "editing/SortRequest.h"
+#include "editing/TextToColumns.h"
 #include "editing/UndoManager.h"
 
 namespace sumora {
 
 class SheetCalculator;
-
-struct CellPosition {
-    int64_t col = 0;
-    int64_t row = 0;
-    bool operator==(const CellPosition&) const = default;
-};
-
-struct SelectionRange {
-    int64_t startCol = 0, startRow = 0, endCol = 0, endRow = 0;
-    // Bounds ordered low to high.
-    int64_t minCol() const { return std::min(startCol, endCol); }
-    int64_t maxCol() const { return std::max(startCol, endCol); }
-    int64_t minRow() const { return std::min(startRow, endRow); }
-    int64_t maxRow() const { return std::max(startRow, endRow); }
-    bool isSingleCell() const { return startCol == endCol && startRow == endRow; }
-    bool operator==(const SelectionRange&) const = default;
-};
-
-// The system pasteboard as plain text; the desktop app plugs in its own.
-class Clipboard {
-public:
-    virtual ~Clipboard() = default;
-    virtual std::optional<std::string> text() const = 0;
-    virtual void setText(std::string text) = 0;
-};
-
-// A clipboard held in memory (tests, the command line).
-class MemoryClipboard : public Clipboard {
-public:
-    std::optional<std::string> text() const override { return text_; }
-    void setText(std::string text) override { text_ = std::move(text); }
-
-private:
-    std::optional<std::string> text_;
-};
 
 struct SelectionStats {
     double sum = 0;
@@ -71,24 +52,19 @@ struct SelectionStats {
     std::optional<double> max;
 };
 
+// What an undo or redo step of changed cells recomputes.
+enum class UndoRecalculation {
+    // Undo puts records back and recomputes nothing (cells that read them keep
+    // their values until the next edit); redo recomputes each changed cell.
+    entry,
+    // Both recompute every formula of each sheet the step touched.
+    wholeSheet,
+};
+
 enum class PasteMode { all, valuesOnly, formulasOnly, formattingOnly };
 
-enum class TextToColumnsDelimiter { comma, semicolon, space, pipe, custom };
-
-struct SortKey {
-    int64_t column = 0;
-    bool ascending = true;
-};
-
-struct SolverConstraint {
-    std::string id = newIdentifier();
-    std::string cellRef;
-    std::string op; // "<=", ">=", "=", "int", "bin"
-    std::string value;
-};
-
 class SumoraEditorView {
-public:
+  public:
     explicit SumoraEditorView(SumoraDocument& document);
     ~SumoraEditorView();
     SumoraEditorView(const SumoraEditorView&) = delete;
@@ -103,6 +79,7 @@ public:
     // Locale of number entry ("en_US", "de_DE"): decimal and grouping separators.
     std::string localeIdentifier = "en_US";
     Clipboard* clipboard; // defaults to an in-memory clipboard
+    AutoFilter autoFilter;
 
     Sheet* activeSheet();
     // Called when a sheet's structure changed outside the editor (sort,
@@ -114,7 +91,7 @@ public:
     // What typed text is stored as: a formula as typed, a literal read in the
     // entry locale ("1.234" in de_DE → "1234"). Checks before an entry use it.
     std::string storedEntryText(std::string_view text) const;
-    void recalculateCell(int64_t column, int64_t row);
+    void recalculateCell(CellPosition cell);
     void recalculateAllFormulas();
     void insertAutoSum();
     void fillDown();
@@ -168,103 +145,77 @@ public:
     // that starts with `seeds` (one or more texts).
     static std::string autoFillValue(const std::vector<std::string>& seeds, int64_t stepIndex);
 
-private:
+    // ---- undo of changed cells (SumoraEditorView.cpp) ----------------------
+    // While a collection is open, the cells that entry and paste write are
+    // noted in one record instead of registering steps of their own; nested
+    // begin/end pairs fold into the outermost, whose end returns the record.
+    void beginCellChanges();
+    CellChangeRecord endCellChanges();
+    // The one registration of changed cells as an undo step on the window's
+    // undo manager (nothing without one, or for an empty record).
+    void registerCellChanges(std::string name, CellChangeRecord record, UndoRecalculation how);
+
+    // ---- sort, filter, find, clean-up (EditorDataTools.cpp) ----------------
+    void sortColumn(bool ascending);
+    void performMultiSort(const SortRequest& request);
+    bool filteredRowVisible(int64_t row) const;
+    // Searches afresh; the result stays until the next search.
+    const FindResult& performFind(const FindRequest& request);
+    // Step through the last search's matches; a request that searches for
+    // something else (or a search without matches) searches afresh first.
+    const FindResult& findNext(const FindRequest& request);
+    const FindResult& findPrevious(const FindRequest& request);
+    const FindResult& replaceCurrentMatch(const FindRequest& request);
+    const FindResult& replaceAllMatches(const FindRequest& request);
+    const FindResult& findResult() const { return findResult_; }
+    void performTextToColumns(const TextToColumnsRequest& request);
+    RemoveDuplicatesResult performRemoveDuplicates(const RemoveDuplicatesRequest& request);
+
+    // ---- goal seek, solver, scenarios (EditorWhatIf.cpp) -------------------
+    GoalSeekResult performGoalSeek(const GoalSeekRequest& request);
+    SolverResult runSolver(const SolverRequest& request);
+    static std::string formatSolverValue(double number);
+    void saveScenario(const ScenarioRequest& request);
+    void applyScenario(const Scenario& scenario);
+    void restoreOriginalValues();
+    // Value texts that applied scenarios replaced, by reference text.
+    const std::map<std::string, std::string>& savedOriginalValues() const { return savedOriginalValues_; }
+
+  private:
     // Undo and recalculation plumbing shared by the commands (SumoraEditorView.cpp).
     // Registers a step on the window's undo manager, when there is one.
     void registerUndoStep(std::string name, std::function<void()> undo, std::function<void()> redo);
-    // Runs `body` and registers everything it registered as one step named
-    // `name`; `afterChange` runs after the grouped undo and after the redo.
-    void groupUndoSteps(std::string name, const std::function<void()>& body,
-                        std::function<void()> afterChange = {});
-    // Writes a whole cell record, registering a step that puts the old one back.
-    void replaceCell(size_t sheetIndex, int64_t col, int64_t row, Cell cell);
+    // Runs `body` inside a collection and registers what it changed as one step.
+    void groupUndoSteps(std::string name, const std::function<void()>& body, UndoRecalculation how);
+    // What putting a record's cells back recomputes: the only place where an
+    // undo or redo step recalculates.
+    void recalculateRestoredCells(const CellChangeRecord& record, CellChangeRecord::Side side,
+                                  UndoRecalculation how, const std::vector<size_t>& sheets);
+    // Writes a whole cell record, noting the old one in the open collection
+    // (or registering a step of its own outside one).
+    void replaceCell(size_t sheetIndex, CellPosition at, Cell cell);
     // One cell's content changed: recomputes it and what reads it.
-    void recalculateChangedCell(size_t sheetIndex, int64_t col, int64_t row);
+    void recalculateChangedCell(size_t sheetIndex, CellPosition at);
     // Many cells were written directly: rebuilds and recomputes the sheet.
     void recalculateChangedSheet(size_t sheetIndex);
-    // The same by sheet id, for undo steps (nothing when the sheet is gone).
+    // The same by sheet id (nothing when the sheet is gone).
     void recalculateChangedSheetWithId(const std::string& sheetId);
     // A cell record was put back without recalculation (undo of an entry):
     // the calculator forgets what it learnt so later edits see the record.
     void forgetCalculatedState(size_t sheetIndex);
+    SheetCalculator& calculator(size_t sheetIndex);
     // Pastes the cells held by copySelection/cutSelection; false when there
     // are none or the clipboard's text no longer comes from them.
     bool pasteCopiedCells(PasteMode mode);
     // Cells a command acts on: the selection, else the active cell.
     std::optional<SelectionRange> targetRange() const;
-
-    std::vector<std::string> calculatorSheetIds_; // sheet each calculator was built for
-
-public:
-    // ---- sort, filter, find, clean-up (EditorDataTools.cpp) ----------------
-    void sortColumn(bool ascending);
-    std::vector<SortKey> sortKeys;          // the sort dialog's keys
-    bool sortHasHeaderRow = false;
-    void performMultiSort();
-    bool autoFilterEnabled = false;
-    std::map<int64_t, std::set<std::string>> autoFilterAllowed; // column → allowed texts
-    bool filteredRowVisible(int64_t row) const;
-
-    std::string findText;
-    std::string replaceText;
-    bool findMatchCase = false;
-    bool findMatchEntireCell = false;
-    bool findSearchInFormulas = false;
-    bool findUseRegularExpression = false;
-    std::vector<CellPosition> findMatches;
-    std::optional<size_t> currentMatchIndex;
-    std::string findStatusText; // "No matches", "2 of 5"
-    void performFind();
-    void findNext();
-    void findPrevious();
-    void replaceCurrentMatch();
-    void replaceAllMatches();
-
-    TextToColumnsDelimiter textToColumnsDelimiter = TextToColumnsDelimiter::comma;
-    std::string textToColumnsCustomDelimiter;
-    bool textToColumnsTreatConsecutiveAsOne = false;
-    std::vector<std::string> splitText(std::string_view text) const;
-    void performTextToColumns();
-
-    bool removeDuplicatesHasHeaders = false;
-    std::set<int64_t> removeDuplicatesColumns; // "Select columns to check"
-    std::string removeDuplicatesStatusText;
-    // Shown in the dialog before the removal: it registers no undo step.
-    static constexpr std::string_view removeDuplicatesWarningText =
-        "This action cannot be undone. Consider saving your workbook first.";
-    void performRemoveDuplicates();
-
-    // ---- goal seek, solver, scenarios (EditorWhatIf.cpp) -------------------
-    std::string goalSeekSetCell;
-    std::string goalSeekTargetValue;
-    std::string goalSeekChangingCell;
-    std::string goalSeekStatusText;
-    void performGoalSeek();
-
-    std::string solverObjectiveCell;
-    std::string solverGoal = "max"; // "max", "min", "value"
-    std::string solverTargetValue;
-    std::string solverVariableCells;
-    std::vector<SolverConstraint> solverConstraints;
-    std::string solverStatusText;
-    void runSolver();
-    static std::string formatSolverValue(double number);
-
-    std::string scenarioName;
-    std::string scenarioComment;
-    std::string scenarioChangingCells;
-    std::optional<std::string> editingScenarioId;
-    std::map<std::string, std::string> savedOriginalValues;
-    void saveScenario();
-    void applyScenario(const Scenario& scenario);
-    void restoreOriginalValues();
-
-private:
-    SheetCalculator& calculator(size_t sheetIndex);
+    // Moves to match `index` of the last search and names it in the status.
+    void showMatch(size_t index);
 
     UndoManager ownUndoManager_;
     MemoryClipboard ownClipboard_;
     std::vector<std::unique_ptr<SheetCalculator>> calculators_;
+    std::vector<std::string> calculatorSheetIds_; // sheet each calculator was built for
     // Cells copied by copySelection/cutSelection, with their origin.
     struct CopiedBlock {
         std::string sheetId;
@@ -273,6 +224,11 @@ private:
         bool isCut = false;
     };
     std::optional<CopiedBlock> copied_;
+    std::optional<CellChangeRecord> collecting_;
+    int collectingDepth_ = 0;
+    FindRequest findRequest_; // the last search
+    FindResult findResult_;
+    std::map<std::string, std::string> savedOriginalValues_;
 
     friend class EditorTestAccess;
 };

@@ -2,11 +2,8 @@
 
 #include <optional>
 #include <stdexcept>
-#include <unordered_map>
 
 #include "editing/SumoraEditorView.h"
-#include "engine/Recalculation.h"
-#include "functions/BuiltinFunctions.h"
 
 namespace sumora {
 
@@ -41,45 +38,6 @@ namespace {
 // read as ""), so its size is bounded rather than the grid's.
 constexpr int64_t kMaxRangeCells = 2'000'000;
 
-// The cells a run changed, as they were before its first write to each and
-// as they are at the end: the one undo step of the run.
-class MacroEdits {
-  public:
-    void noteBeforeWrite(const Sheet& sheet, int64_t col, int64_t row) {
-        auto [it, inserted] = index_.try_emplace(key(col, row), edits_.size());
-        if (inserted) edits_.push_back({col, row, sheet.cell(row, col), Cell()});
-    }
-
-    // Keeps the cells whose record changed; false when none did.
-    bool finish(const Sheet& sheet) {
-        std::vector<Edit> changed;
-        for (Edit& e : edits_) {
-            e.after = sheet.cell(e.row, e.col);
-            if (!(e.after == e.before)) changed.push_back(std::move(e));
-        }
-        edits_ = std::move(changed);
-        index_.clear();
-        return !edits_.empty();
-    }
-
-    void putBack(Sheet& sheet, bool restoreBefore) const {
-        for (const Edit& e : edits_)
-            if (sheet.contains(e.row, e.col)) sheet.setCell(e.row, e.col, restoreBefore ? e.before : e.after);
-    }
-
-  private:
-    struct Edit {
-        int64_t col, row;
-        Cell before, after;
-    };
-    static uint64_t key(int64_t col, int64_t row) {
-        return (static_cast<uint64_t>(row) << 32) | static_cast<uint32_t>(col);
-    }
-
-    std::vector<Edit> edits_;
-    std::unordered_map<uint64_t, size_t> index_;
-};
-
 std::string cellText(const Sheet& sheet, int64_t col, int64_t row) {
     if (!sheet.contains(row, col)) return {};
     return std::string(sheet.cell(row, col).displayValue());
@@ -100,15 +58,13 @@ MacroRunResult MacroRunner::run(std::string_view script) {
     engine.timeLimitSeconds = timeLimitSeconds;
     engine.stopSwitch = stopSwitch_;
 
-    auto edits = std::make_shared<MacroEdits>();
     engine.getCellHandler = [this](int64_t col, int64_t row) {
         const Sheet* sheet = editor_.activeSheet();
         return sheet ? cellText(*sheet, col, row) : std::string();
     };
-    engine.setCellHandler = [this, edits](int64_t col, int64_t row, std::string_view value) {
+    engine.setCellHandler = [this](int64_t col, int64_t row, std::string_view value) {
         const Sheet* sheet = editor_.activeSheet();
         if (!sheet || !sheet->contains(row, col)) return;
-        edits->noteBeforeWrite(*sheet, col, row);
         editor_.setCellValue({col, row}, value);
     };
     engine.getRangeHandler = [this](int64_t sc, int64_t sr, int64_t ec, int64_t er) {
@@ -130,40 +86,26 @@ MacroRunResult MacroRunner::run(std::string_view script) {
     };
     engine.recalcHandler = [this] { editor_.recalculateAllFormulas(); };
 
-    // Each write would otherwise be an undo step of its own; the run's
-    // writes become one step below.
-    UndoManager* window = editor_.undoManager;
-    editor_.undoManager = nullptr;
-    struct Restore {
-        SumoraEditorView& editor;
-        UndoManager* window;
-        ~Restore() { editor.undoManager = window; }
-    } restore{editor_, window};
-
-    const std::string sheetId = editor_.activeSheet() ? editor_.activeSheet()->id : std::string();
+    // The writes are collected into the run's one step instead of each
+    // becoming a step of its own.
     engine.logOutput.clear();
     MacroRunResult result;
-    result.completed = engine.evaluate(script);
+    editor_.beginCellChanges();
+    try {
+        result.completed = engine.evaluate(script);
+    } catch (...) {
+        editor_.endCellChanges();
+        throw;
+    }
     result.lines = std::move(engine.logOutput);
     if (result.lines.empty()) result.lines.emplace_back(kMacroNoOutputLine);
     output.insert(output.end(), result.lines.begin(), result.lines.end());
     editor_.recalculateAllFormulas();
 
-    const Sheet* sheet = editor_.activeSheet();
-    if (!window || !sheet || !edits->finish(*sheet)) return result;
-    SumoraEditorView& editor = editor_;
-    auto putBack = [&editor, sheetId, edits](bool restoreBefore) {
-        SumoraDocument& document = editor.document;
-        auto index = document.sheetIndexById(sheetId);
-        if (!index) return;
-        edits->putBack(document.sheets[*index], restoreBefore);
-        // The editor's calculators learnt the macro's cells; the sheet is
-        // recomputed as a whole, as after the run.
-        editor.invalidateCalculators();
-        recalculateSheet(document, *index, builtinFunctions());
-    };
-    window->registerStep(
-        std::string(kMacroUndoActionName), [putBack] { putBack(true); }, [putBack] { putBack(false); });
+    CellChangeRecord record = editor_.endCellChanges();
+    record.dropUnchanged();
+    editor_.registerCellChanges(std::string(kMacroUndoActionName), std::move(record),
+                                UndoRecalculation::wholeSheet);
     return result;
 }
 

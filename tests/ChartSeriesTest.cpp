@@ -192,9 +192,9 @@ TEST(ChartSeries, SparklineIsFoundByItsCell) {
     a.locationRow = b.locationRow = 1;
     b.colorHex = "FF0000";
     sheet.sparklines = {a, b};
-    ASSERT_TRUE(sparklineAt(sheet, 3, 1));
-    EXPECT_EQ(sparklineAt(sheet, 3, 1)->colorHex, "FF0000");
-    EXPECT_FALSE(sparklineAt(sheet, 1, 3));
+    ASSERT_TRUE(sparklineAt(sheet, {3, 1}));
+    EXPECT_EQ(sparklineAt(sheet, {3, 1})->colorHex, "FF0000");
+    EXPECT_FALSE(sparklineAt(sheet, {1, 3}));
 }
 
 } // namespace

@@ -112,8 +112,8 @@ TEST(ParseCellRef, LettersOfAnyScriptMakeAReference) {
 }
 
 TEST(ParseCellAddress, AsciiAddressesOfReadersAndTools) {
-    EXPECT_EQ(parseCellAddress("B7"), (ColRow{1, 6}));
-    EXPECT_EQ(parseCellAddress("$AA$10"), (ColRow{26, 9}));
+    EXPECT_EQ(parseCellAddress("B7"), (CellPosition{1, 6}));
+    EXPECT_EQ(parseCellAddress("$AA$10"), (CellPosition{26, 9}));
     EXPECT_FALSE(parseCellAddress("A0"));
     EXPECT_FALSE(parseCellAddress("7B"));
     EXPECT_FALSE(parseCellAddress("B7x"));

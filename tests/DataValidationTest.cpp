@@ -55,7 +55,7 @@ TEST(DataValidation, EachTypeAcceptsAndRefusesTheEntriesUsersExpect) {
     for (const auto& c : cases) {
         test::TestBook book;
         book.doc.sheets[0].dataValidations.push_back(ruleOver(c.type));
-        auto verdict = checkEntry(book.doc, 0, 1, 1, c.text);
+        auto verdict = checkEntry(book.doc, 0, {1, 1}, c.text);
         EXPECT_EQ(verdict.outcome == ValidationOutcome::accept, c.valid) << c.name;
     }
 }
@@ -69,8 +69,8 @@ TEST(DataValidation, ErrorStyleDecidesWhatAFailureDoes) {
     for (const auto& [style, outcome] : cases) {
         test::TestBook book;
         book.doc.sheets[0].dataValidations.push_back(ruleOver(validation::WholeNumber{1, 10}, style));
-        EXPECT_EQ(checkEntry(book.doc, 0, 1, 1, "50").outcome, outcome);
-        EXPECT_EQ(checkEntry(book.doc, 0, 1, 1, "5").outcome, ValidationOutcome::accept);
+        EXPECT_EQ(checkEntry(book.doc, 0, {1, 1}, "50").outcome, outcome);
+        EXPECT_EQ(checkEntry(book.doc, 0, {1, 1}, "5").outcome, ValidationOutcome::accept);
     }
 }
 
@@ -78,13 +78,13 @@ TEST(DataValidation, VerdictCarriesTheRulesTextsOrADescription) {
     test::TestBook book;
     auto rule = ruleOver(validation::WholeNumber{1, 10});
     book.doc.sheets[0].dataValidations.push_back(rule);
-    auto plain = checkEntry(book.doc, 0, 1, 1, "50");
+    auto plain = checkEntry(book.doc, 0, {1, 1}, "50");
     EXPECT_EQ(plain.title, "Invalid Entry");
     EXPECT_EQ(plain.message, "The value must be a whole number between 1 and 10.");
 
     book.doc.sheets[0].dataValidations[0].errorTitle = "Quantity";
     book.doc.sheets[0].dataValidations[0].errorMessage = "Order 1 to 10 boxes.";
-    auto custom = checkEntry(book.doc, 0, 1, 1, "50");
+    auto custom = checkEntry(book.doc, 0, {1, 1}, "50");
     EXPECT_EQ(custom.title, "Quantity");
     EXPECT_EQ(custom.message, "Order 1 to 10 boxes.");
 }
@@ -92,17 +92,17 @@ TEST(DataValidation, VerdictCarriesTheRulesTextsOrADescription) {
 TEST(DataValidation, CellsOutsideEveryRuleAcceptAnything) {
     test::TestBook book;
     book.doc.sheets[0].dataValidations.push_back(ruleOver(validation::WholeNumber{1, 10}));
-    EXPECT_EQ(checkEntry(book.doc, 0, 2, 1, "abc").outcome, ValidationOutcome::accept);  // C2
-    EXPECT_EQ(checkEntry(book.doc, 0, 1, 10, "abc").outcome, ValidationOutcome::accept); // B11
-    EXPECT_EQ(checkEntry(book.doc, 5, 1, 1, "abc").outcome, ValidationOutcome::accept);  // no such sheet
+    EXPECT_EQ(checkEntry(book.doc, 0, {2, 1}, "abc").outcome, ValidationOutcome::accept);  // C2
+    EXPECT_EQ(checkEntry(book.doc, 0, {1, 10}, "abc").outcome, ValidationOutcome::accept); // B11
+    EXPECT_EQ(checkEntry(book.doc, 5, {1, 1}, "abc").outcome, ValidationOutcome::accept);  // no such sheet
 }
 
 TEST(DataValidation, FormulaEntryIsCheckedByItsResult) {
     test::TestBook book;
     book.set("A1", "4").set("A2", "40");
     book.doc.sheets[0].dataValidations.push_back(ruleOver(validation::WholeNumber{1, 10}));
-    EXPECT_EQ(checkEntry(book.doc, 0, 1, 1, "=A1*2").outcome, ValidationOutcome::accept);
-    EXPECT_EQ(checkEntry(book.doc, 0, 1, 1, "=A2*2").outcome, ValidationOutcome::refuse);
+    EXPECT_EQ(checkEntry(book.doc, 0, {1, 1}, "=A1*2").outcome, ValidationOutcome::accept);
+    EXPECT_EQ(checkEntry(book.doc, 0, {1, 1}, "=A2*2").outcome, ValidationOutcome::refuse);
 }
 
 TEST(DataValidation, CustomFormulaMovesWithTheCheckedCell) {
@@ -110,9 +110,9 @@ TEST(DataValidation, CustomFormulaMovesWithTheCheckedCell) {
     test::TestBook book;
     book.set("A2", "5").set("A5", "100");
     book.doc.sheets[0].dataValidations.push_back(ruleOver(validation::Custom{"B2>A2"}));
-    EXPECT_EQ(checkEntry(book.doc, 0, 1, 1, "6").outcome, ValidationOutcome::accept); // B2 vs A2
-    EXPECT_EQ(checkEntry(book.doc, 0, 1, 4, "6").outcome, ValidationOutcome::refuse); // B5 vs A5
-    EXPECT_EQ(checkEntry(book.doc, 0, 1, 4, "101").outcome, ValidationOutcome::accept);
+    EXPECT_EQ(checkEntry(book.doc, 0, {1, 1}, "6").outcome, ValidationOutcome::accept); // B2 vs A2
+    EXPECT_EQ(checkEntry(book.doc, 0, {1, 4}, "6").outcome, ValidationOutcome::refuse); // B5 vs A5
+    EXPECT_EQ(checkEntry(book.doc, 0, {1, 4}, "101").outcome, ValidationOutcome::accept);
 }
 
 TEST(DataValidation, CustomFormulaSeesTheCandidateInsideRanges) {
@@ -120,10 +120,10 @@ TEST(DataValidation, CustomFormulaSeesTheCandidateInsideRanges) {
     test::TestBook book;
     book.set("B3", "apple").set("B4", "pear");
     book.doc.sheets[0].dataValidations.push_back(ruleOver(validation::Custom{"COUNTIF($B$2:$B$10,B2)=1"}));
-    EXPECT_EQ(checkEntry(book.doc, 0, 1, 1, "plum").outcome, ValidationOutcome::accept);
-    EXPECT_EQ(checkEntry(book.doc, 0, 1, 1, "pear").outcome, ValidationOutcome::refuse);
+    EXPECT_EQ(checkEntry(book.doc, 0, {1, 1}, "plum").outcome, ValidationOutcome::accept);
+    EXPECT_EQ(checkEntry(book.doc, 0, {1, 1}, "pear").outcome, ValidationOutcome::refuse);
     // Re-entering a cell's own value does not count it twice.
-    EXPECT_EQ(checkEntry(book.doc, 0, 1, 2, "apple").outcome, ValidationOutcome::accept);
+    EXPECT_EQ(checkEntry(book.doc, 0, {1, 2}, "apple").outcome, ValidationOutcome::accept);
 }
 
 TEST(DataValidation, DescriptionsNameTheBounds) {
@@ -150,13 +150,13 @@ TEST(DataValidation, PromptAndDropdownComeFromTheCoveringRule) {
     whole.showDropdown = true; // ignored: only list rules offer choices
     sheet.dataValidations.push_back(whole);
 
-    auto prompt = inputPromptAt(sheet, 1, 1);
+    auto prompt = inputPromptAt(sheet, {1, 1});
     ASSERT_TRUE(prompt);
     EXPECT_EQ(prompt->title, "Priority");
-    EXPECT_FALSE(inputPromptAt(sheet, 3, 1)); // a rule without texts prompts nothing
-    EXPECT_EQ(dropdownEntriesAt(sheet, 1, 5), (std::vector<std::string>{"Low", "High"}));
-    EXPECT_FALSE(dropdownEntriesAt(sheet, 3, 1));
-    EXPECT_FALSE(dropdownEntriesAt(sheet, 0, 0));
+    EXPECT_FALSE(inputPromptAt(sheet, {3, 1})); // a rule without texts prompts nothing
+    EXPECT_EQ(dropdownEntriesAt(sheet, {1, 5}), (std::vector<std::string>{"Low", "High"}));
+    EXPECT_FALSE(dropdownEntriesAt(sheet, {3, 1}));
+    EXPECT_FALSE(dropdownEntriesAt(sheet, {0, 0}));
 }
 
 } // namespace

@@ -4,8 +4,8 @@
 
 #include "document/ColumnLetters.h"
 #include "editing/SumoraEditorView.h"
-#include "values/Log.h"
 #include "tests/TestSupport.h"
+#include "values/Log.h"
 
 namespace sumora {
 namespace {
@@ -28,11 +28,13 @@ class DataTools : public test::EditorTest {
     }
     std::vector<std::string> matchAddresses() {
         std::vector<std::string> out;
-        for (const CellPosition& p : editor.findMatches)
+        for (const CellPosition& p : editor.findResult().matches)
             out.push_back(cellAddress(p.col, p.row));
         return out;
     }
     Sheet& sheet() { return doc.sheets[0]; }
+
+    FindRequest find; // the find bar's fields
 };
 
 using Texts = std::vector<std::string>;
@@ -115,15 +117,12 @@ TEST_F(DataTools, MultiSortBreaksTiesWithTheNextKeyAndKeepsTheHeader) {
     column("A", {"K", "x", "y", "x", "y", "x"});
     column("B", {"V", "1", "2", "3", "1", "1"});
     column("C", {"id", "r1", "r2", "r3", "r4", "r5"});
-    editor.sortKeys = {{0, true}, {1, false}};
-    editor.sortHasHeaderRow = true;
-    editor.performMultiSort();
+    editor.performMultiSort({{{0, true}, {1, false}}, true});
     EXPECT_EQ(shownColumn("C", 6), (Texts{"id", "r3", "r1", "r5", "r2", "r4"}));
     EXPECT_EQ(editor.undoManager->undoActionName(), "Sort");
 
     // One key: rows that tie keep their present order.
-    editor.sortKeys = {{0, false}};
-    editor.performMultiSort();
+    editor.performMultiSort({{{0, false}}, true});
     EXPECT_EQ(shownColumn("C", 6), (Texts{"id", "r2", "r4", "r3", "r1", "r5"}));
 }
 
@@ -150,8 +149,7 @@ TEST_F(DataTools, FilterMatchesExactTextsOfEveryFilteredColumn) {
         {true, {{0, {"pear"}}}, 600, true}, // beyond the sheet
     };
     for (const Case& c : cases) {
-        editor.autoFilterEnabled = c.enabled;
-        editor.autoFilterAllowed = c.allowed;
+        editor.autoFilter = {c.enabled, c.allowed};
         EXPECT_EQ(editor.filteredRowVisible(c.row), c.visible) << "row " << c.row;
     }
 }
@@ -189,14 +187,10 @@ TEST_F(DataTools, FindHonoursItsFourOptions) {
         {"COL", false, false, false, false, {"C3"}},
     };
     for (const Case& c : cases) {
-        editor.findText = c.text;
-        editor.findMatchCase = c.matchCase;
-        editor.findMatchEntireCell = c.entire;
-        editor.findSearchInFormulas = c.inFormulas;
-        editor.findUseRegularExpression = c.regex;
-        editor.performFind();
+        const FindResult& result =
+            editor.performFind({c.text, "", c.matchCase, c.entire, c.inFormulas, c.regex});
         EXPECT_EQ(matchAddresses(), c.expected) << "searching " << c.text;
-        EXPECT_EQ(editor.findStatusText,
+        EXPECT_EQ(result.statusText,
                   c.expected.empty() ? "No matches" : "1 of " + std::to_string(c.expected.size()))
             << "searching " << c.text;
     }
@@ -204,24 +198,20 @@ TEST_F(DataTools, FindHonoursItsFourOptions) {
 
 TEST_F(DataTools, FindWithEmptyTextSearchesNothing) {
     type("A1", "x");
-    editor.findText = "";
-    editor.performFind();
-    EXPECT_TRUE(editor.findMatches.empty());
-    EXPECT_EQ(editor.findStatusText, "");
+    const FindResult& result = editor.performFind(find);
+    EXPECT_TRUE(result.matches.empty());
+    EXPECT_EQ(result.statusText, "");
 }
 
 TEST_F(DataTools, FindNextAndPreviousWrapAround) {
     column("A", {"k1", "k2", "k3"});
-    editor.findText = "k";
-    editor.performFind();
+    find.findText = "k";
+    editor.performFind(find);
     EXPECT_EQ(editor.activeCell, at("A1"));
-    editor.findNext();
-    editor.findNext();
-    EXPECT_EQ(editor.findStatusText, "3 of 3");
-    editor.findNext();
-    EXPECT_EQ(editor.findStatusText, "1 of 3");
-    editor.findPrevious();
-    EXPECT_EQ(editor.findStatusText, "3 of 3");
+    editor.findNext(find);
+    EXPECT_EQ(editor.findNext(find).statusText, "3 of 3");
+    EXPECT_EQ(editor.findNext(find).statusText, "1 of 3");
+    EXPECT_EQ(editor.findPrevious(find).statusText, "3 of 3");
     EXPECT_EQ(editor.activeCell, at("A3"));
 }
 
@@ -229,16 +219,14 @@ TEST_F(DataTools, FindNextAndPreviousWrapAround) {
 
 TEST_F(DataTools, ReplaceCurrentRewritesOneCellAndMovesOn) {
     column("A", {"red apple", "Apple", "pear"});
-    editor.findText = "apple";
-    editor.replaceText = "plum";
-    editor.performFind();
-    editor.replaceCurrentMatch();
+    find.findText = "apple";
+    find.replaceText = "plum";
+    editor.performFind(find);
+    EXPECT_EQ(editor.replaceCurrentMatch(find).statusText, "1 of 1");
     EXPECT_EQ(shownColumn("A", 3), (Texts{"red plum", "Apple", "pear"}));
-    EXPECT_EQ(editor.findStatusText, "1 of 1");
     EXPECT_EQ(editor.activeCell, at("A2"));
-    editor.replaceCurrentMatch();
+    EXPECT_EQ(editor.replaceCurrentMatch(find).statusText, "No matches");
     EXPECT_EQ(shown("A2"), "plum");
-    EXPECT_EQ(editor.findStatusText, "No matches");
 
     editor.undoManager->undo();
     EXPECT_EQ(shown("A2"), "Apple");
@@ -248,10 +236,9 @@ TEST_F(DataTools, ReplaceAllIsOneUndoStepAndRecalculates) {
     column("A", {"x5", "x7", "y"});
     type("B1", "=A1*2");
     type("B2", "=A1+A2");
-    editor.findText = "X";
-    editor.replaceText = "";
+    find.findText = "X";
     const size_t before = editor.undoManager->undoCount();
-    editor.replaceAllMatches();
+    editor.replaceAllMatches(find);
     EXPECT_EQ(shownColumn("A", 3), (Texts{"5", "7", "y"}));
     EXPECT_EQ(shown("B1"), "10");
     EXPECT_EQ(shown("B2"), "12");
@@ -270,18 +257,18 @@ TEST_F(DataTools, ReplaceRewritesFormulasOnlyWhenSearchingInFormulas) {
     column("A", {"1", "2", "3"});
     type("B1", "=SUM(A1:A2)");
     type("C1", "3");
-    editor.findText = "3";
-    editor.replaceText = "4";
-    editor.replaceAllMatches();
+    find.findText = "3";
+    find.replaceText = "4";
+    editor.replaceAllMatches(find);
     // B1 shows 3 but holds a formula: its result is not rewritten.
     EXPECT_EQ(*sheet().cell(0, 1).formula(), "SUM(A1:A2)");
     EXPECT_EQ(shown("C1"), "4");
     EXPECT_EQ(shown("A3"), "4");
 
-    editor.findText = "A2";
-    editor.replaceText = "A3";
-    editor.findSearchInFormulas = true;
-    editor.replaceAllMatches();
+    find.findText = "A2";
+    find.replaceText = "A3";
+    find.searchInFormulas = true;
+    editor.replaceAllMatches(find);
     EXPECT_EQ(*sheet().cell(0, 1).formula(), "SUM(A1:A3)");
     EXPECT_EQ(shown("B1"), "7");
 }
@@ -289,20 +276,20 @@ TEST_F(DataTools, ReplaceRewritesFormulasOnlyWhenSearchingInFormulas) {
 TEST_F(DataTools, ReplaceKeepsCaseRulesAndExpandsRegexGroups) {
     type("A1", "Apple apple APPLE");
     type("A2", "2024-05-01");
-    editor.findText = "apple";
-    editor.replaceText = "pear";
-    editor.findMatchCase = true;
-    editor.replaceAllMatches();
+    find.findText = "apple";
+    find.replaceText = "pear";
+    find.matchCase = true;
+    editor.replaceAllMatches(find);
     EXPECT_EQ(shown("A1"), "Apple pear APPLE");
-    editor.findMatchCase = false;
-    editor.replaceAllMatches();
+    find.matchCase = false;
+    editor.replaceAllMatches(find);
     EXPECT_EQ(shown("A1"), "pear pear pear");
 
-    editor.findText = "(\\d+)-(\\d+)-(\\d+)";
-    editor.replaceText = "$3/$2/$1";
-    editor.findUseRegularExpression = true;
-    editor.findMatchEntireCell = true;
-    editor.replaceAllMatches();
+    find.findText = "(\\d+)-(\\d+)-(\\d+)";
+    find.replaceText = "$3/$2/$1";
+    find.useRegularExpression = true;
+    find.matchEntireCell = true;
+    editor.replaceAllMatches(find);
     EXPECT_EQ(shown("A2"), "01/05/2024");
 }
 
@@ -330,10 +317,7 @@ TEST_F(DataTools, SplitTextCutsAtTheChosenDelimiter) {
         {D::comma, "", true, "", {}},
     };
     for (const Case& c : cases) {
-        editor.textToColumnsDelimiter = c.delimiter;
-        editor.textToColumnsCustomDelimiter = c.custom;
-        editor.textToColumnsTreatConsecutiveAsOne = c.consecutive;
-        EXPECT_EQ(editor.splitText(c.text), c.pieces) << c.text;
+        EXPECT_EQ(splitText(c.text, {c.delimiter, c.custom, c.consecutive}), c.pieces) << c.text;
     }
 }
 
@@ -343,7 +327,7 @@ TEST_F(DataTools, TextToColumnsWritesTrimmedPiecesToTheRight) {
     type("D2", "old");
     type("E1", "=D1+1");
     editor.selection = SelectionRange{1, 0, 1, 1};
-    editor.performTextToColumns();
+    editor.performTextToColumns({});
     EXPECT_EQ(shown("B1"), "Smith");
     EXPECT_EQ(shown("C1"), "John");
     EXPECT_EQ(shown("D1"), "42");
@@ -361,11 +345,11 @@ TEST_F(DataTools, TextToColumnsWritesTrimmedPiecesToTheRight) {
 
 TEST_F(DataTools, TextToColumnsGrowsTheGridAndNeedsASelection) {
     type("Z1", "a,b,c");
-    editor.performTextToColumns();
+    editor.performTextToColumns({});
     EXPECT_EQ(shown("Z1"), "a,b,c");
 
     editor.selection = SelectionRange{25, 0, 25, 0};
-    editor.performTextToColumns();
+    editor.performTextToColumns({});
     EXPECT_EQ(sheet().columnCount(), 28);
     EXPECT_EQ(shown("AB1"), "c");
 }
@@ -419,15 +403,13 @@ TEST_F(DataTools, RemoveDuplicatesComparesCheckedValueTexts) {
             e.setCellValue({0, static_cast<int64_t>(i)}, c.a[i]);
             e.setCellValue({1, static_cast<int64_t>(i)}, c.b[i]);
         }
-        e.removeDuplicatesColumns = c.columns;
-        e.removeDuplicatesHasHeaders = c.headers;
         const size_t steps = e.undoManager->undoCount();
-        e.performRemoveDuplicates();
+        const RemoveDuplicatesResult result = e.performRemoveDuplicates({c.headers, c.columns});
         Texts got;
         for (size_t i = 0; i < c.remainingA.size(); ++i)
             got.emplace_back(fresh.sheets[0].cell(static_cast<int64_t>(i), 0).displayValue());
         EXPECT_EQ(got, c.remainingA) << ::testing::PrintToString(c.a);
-        EXPECT_EQ(e.removeDuplicatesStatusText, c.status);
+        EXPECT_EQ(result.statusText, c.status);
         EXPECT_EQ(e.undoManager->undoCount(), steps);
     }
 }
@@ -437,9 +419,8 @@ TEST_F(DataTools, RemoveDuplicatesMovesLaterRowsUp) {
     type("B4", "tail");
     type("C5", "=B4");
     ASSERT_EQ(shown("C5"), "tail");
-    editor.removeDuplicatesColumns = {0, 1};
-    editor.performRemoveDuplicates();
-    EXPECT_EQ(editor.removeDuplicatesStatusText, "1 duplicate row(s) removed, 4 unique row(s) remain.");
+    EXPECT_EQ(editor.performRemoveDuplicates({false, {0, 1}}).statusText,
+              "1 duplicate row(s) removed, 4 unique row(s) remain.");
     EXPECT_EQ(shownColumn("A", 2), (Texts{"k", "m"}));
     EXPECT_EQ(shown("B3"), "tail");
     EXPECT_EQ(sheet().rowCount(), 499);
@@ -450,10 +431,7 @@ TEST_F(DataTools, RemoveDuplicatesMovesLaterRowsUp) {
 
 TEST_F(DataTools, RemoveDuplicatesWithNothingToExamineDoesNothing) {
     type("A1", "only");
-    editor.removeDuplicatesHasHeaders = true;
-    editor.removeDuplicatesColumns = {0};
-    editor.performRemoveDuplicates();
-    EXPECT_EQ(editor.removeDuplicatesStatusText, "");
+    EXPECT_EQ(editor.performRemoveDuplicates({true, {0}}).statusText, "");
 }
 
 } // namespace

@@ -215,12 +215,11 @@ class GridRenderingTest : public QObject {
         for (int r = 0; r < 4; ++r)
             doc.sheets[0].cellForWriting(r, 0).setValue(r % 2 ? "keep" : "drop");
         MainWindow* window = openWindow(std::move(doc));
-        window->editor().autoFilterEnabled = true;
-        window->editor().autoFilterAllowed[0] = {"keep"};
+        window->editor().autoFilter = {true, {{0, {"keep"}}}};
         window->documentChanged();
         QVERIFY(window->grid()->isRowHidden(0));
         QVERIFY(!window->grid()->isRowHidden(1));
-        window->editor().autoFilterEnabled = false;
+        window->editor().autoFilter.enabled = false;
         window->documentChanged();
         QVERIFY(!window->grid()->isRowHidden(0));
         discardWindow(window);

@@ -87,7 +87,7 @@ class ToolDataDialogsTest : public QObject {
 
     void filterPopupHidesRowsButKeepsTheHeader() {
         window->action(QStringLiteral("toggleFilter"))->trigger();
-        QVERIFY(editor().autoFilterEnabled);
+        QVERIFY(editor().autoFilter.enabled);
         AutoFilterPopup popup(*window, 1);
         QCOMPARE(popup.texts(), QStringList({"Oslo", "Rome"}));
         popup.setTextChecked(QStringLiteral("Oslo"), false);
@@ -103,11 +103,11 @@ class ToolDataDialogsTest : public QObject {
         QVERIFY(!again.isTextChecked(QStringLiteral("Oslo")));
         again.selectAllCheck()->setChecked(true);
         again.apply();
-        QVERIFY(!editor().autoFilterAllowed.contains(1));
+        QVERIFY(!editor().autoFilter.allowed.contains(1));
         QVERIFY(!window->grid()->isRowHidden(1));
 
         window->action(QStringLiteral("toggleFilter"))->trigger();
-        QVERIFY(!editor().autoFilterEnabled);
+        QVERIFY(!editor().autoFilter.enabled);
     }
 
     void findBarStepsThroughMatchesAndReplaces() {
@@ -208,7 +208,7 @@ class ToolDataDialogsTest : public QObject {
         dialog.apply();
         QCOMPARE(dialog.statusLabel()->text(), QStringLiteral("Solution found. Objective = 12"));
         QCOMPARE(text(sheet(), 0, 4), QStringLiteral("4"));
-        QCOMPARE(editor().solverConstraints.size(), size_t{2});
+        QCOMPARE(window->toolInputs().solver.constraints.size(), size_t{2});
 
         dialog.removeSelectedConstraint();
         dialog.removeSelectedConstraint();

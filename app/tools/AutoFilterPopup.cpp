@@ -45,8 +45,8 @@ std::vector<std::string> columnTexts(const Sheet& sheet, int64_t column) {
 
 void toggleAutoFilter(DocumentContext& context) {
     SumoraEditorView& editor = context.editor();
-    editor.autoFilterEnabled = !editor.autoFilterEnabled;
-    if (!editor.autoFilterEnabled) editor.autoFilterAllowed.clear();
+    editor.autoFilter.enabled = !editor.autoFilter.enabled;
+    if (!editor.autoFilter.enabled) editor.autoFilter.allowed.clear();
     context.documentChanged();
 }
 
@@ -67,8 +67,8 @@ AutoFilterPopup::AutoFilterPopup(DocumentContext& context, int64_t column, QWidg
     SumoraEditorView& editor = context_.editor();
     const Sheet* sheet = editor.activeSheet();
     const std::set<std::string>* allowed = nullptr;
-    if (auto it = editor.autoFilterAllowed.find(column_);
-        it != editor.autoFilterAllowed.end() && !it->second.empty())
+    if (auto it = editor.autoFilter.allowed.find(column_);
+        it != editor.autoFilter.allowed.end() && !it->second.empty())
         allowed = &it->second;
     if (sheet) {
         for (const std::string& text : columnTexts(*sheet, column_)) {
@@ -142,12 +142,12 @@ void AutoFilterPopup::apply() {
     }
     // The empty rows below the data are not the column's to hide.
     if (!blanksOffered) allowed.insert(std::string());
-    editor.autoFilterEnabled = true;
+    editor.autoFilter.enabled = true;
     if (all) {
-        editor.autoFilterAllowed.erase(column_);
+        editor.autoFilter.allowed.erase(column_);
     } else {
         allowed.insert(std::string(sheet->cell(0, column_).displayValue()));
-        editor.autoFilterAllowed[column_] = std::move(allowed);
+        editor.autoFilter.allowed[column_] = std::move(allowed);
     }
     context_.documentChanged();
 }
@@ -163,7 +163,7 @@ AutoFilterButtons::AutoFilterButtons(DocumentContext& context, SheetGridView& gr
     // New columns of data get an arrow, and a sheet switch drops the old ones.
     connect(grid_.model(), &QAbstractItemModel::modelReset, this, &AutoFilterButtons::refresh);
     connect(grid_.model(), &QAbstractItemModel::dataChanged, this, [this] {
-        if (context_.editor().autoFilterEnabled || !buttons_.empty()) refresh();
+        if (context_.editor().autoFilter.enabled || !buttons_.empty()) refresh();
     });
 }
 
@@ -171,7 +171,7 @@ void AutoFilterButtons::refresh() {
     SumoraEditorView& editor = context_.editor();
     const Sheet* sheet = editor.activeSheet();
     const size_t wanted =
-        editor.autoFilterEnabled && sheet ? static_cast<size_t>(pickerColumnCount(*sheet)) : size_t{0};
+        editor.autoFilter.enabled && sheet ? static_cast<size_t>(pickerColumnCount(*sheet)) : size_t{0};
     while (buttons_.size() > wanted) {
         delete buttons_.back().data();
         buttons_.pop_back();
@@ -187,7 +187,7 @@ void AutoFilterButtons::refresh() {
         buttons_.emplace_back(button);
     }
     for (size_t c = 0; c < buttons_.size(); ++c) {
-        const bool active = editor.autoFilterAllowed.contains(static_cast<int64_t>(c));
+        const bool active = editor.autoFilter.allowed.contains(static_cast<int64_t>(c));
         buttons_[c]->setStyleSheet(active ? QStringLiteral("background: #BFD9FF;") : QString());
     }
     place();

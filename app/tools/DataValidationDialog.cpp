@@ -124,8 +124,7 @@ DataValidationDialog::DataValidationDialog(DocumentContext& context, QWidget* pa
     SumoraEditorView& editor = context_.editor();
     const Sheet* sheet = editor.activeSheet();
     const DataValidationRule* existing =
-        sheet && editor.activeCell ? validationRuleAt(*sheet, editor.activeCell->col, editor.activeCell->row)
-                                   : nullptr;
+        sheet && editor.activeCell ? validationRuleAt(*sheet, *editor.activeCell) : nullptr;
     if (existing) {
         loadRule(*existing);
     } else {

@@ -71,57 +71,37 @@ void FindReplaceBar::activate() {
     find_->selectAll();
 }
 
-bool FindReplaceBar::syncInputs() {
-    SumoraEditorView& editor = context_.editor();
-    const std::string text = toStdString(find_->text());
-    const bool changed = text != editor.findText || matchCase_->isChecked() != editor.findMatchCase ||
-                         entireCell_->isChecked() != editor.findMatchEntireCell ||
-                         formulas_->isChecked() != editor.findSearchInFormulas ||
-                         regex_->isChecked() != editor.findUseRegularExpression;
-    editor.findText = text;
-    editor.replaceText = toStdString(replace_->text());
-    editor.findMatchCase = matchCase_->isChecked();
-    editor.findMatchEntireCell = entireCell_->isChecked();
-    editor.findSearchInFormulas = formulas_->isChecked();
-    editor.findUseRegularExpression = regex_->isChecked();
-    return changed;
+FindRequest FindReplaceBar::request() const {
+    FindRequest r;
+    r.findText = toStdString(find_->text());
+    r.replaceText = toStdString(replace_->text());
+    r.matchCase = matchCase_->isChecked();
+    r.matchEntireCell = entireCell_->isChecked();
+    r.searchInFormulas = formulas_->isChecked();
+    r.useRegularExpression = regex_->isChecked();
+    return r;
 }
 
-void FindReplaceBar::showResult(bool changedCells) {
+void FindReplaceBar::showResult(const FindResult& result, bool changedCells) {
     if (changedCells) refreshAfterCommand(context_);
     followEditorSelection(context_);
-    status_->setText(toQString(context_.editor().findStatusText));
+    status_->setText(toQString(result.statusText));
 }
 
 void FindReplaceBar::findNext() {
-    SumoraEditorView& editor = context_.editor();
-    if (syncInputs())
-        editor.performFind();
-    else
-        editor.findNext();
-    showResult(false);
+    showResult(context_.editor().findNext(request()), false);
 }
 
 void FindReplaceBar::findPrevious() {
-    SumoraEditorView& editor = context_.editor();
-    if (syncInputs())
-        editor.performFind();
-    else
-        editor.findPrevious();
-    showResult(false);
+    showResult(context_.editor().findPrevious(request()), false);
 }
 
 void FindReplaceBar::replaceCurrent() {
-    SumoraEditorView& editor = context_.editor();
-    if (syncInputs()) editor.performFind();
-    editor.replaceCurrentMatch();
-    showResult(true);
+    showResult(context_.editor().replaceCurrentMatch(request()), true);
 }
 
 void FindReplaceBar::replaceAll() {
-    syncInputs();
-    context_.editor().replaceAllMatches();
-    showResult(true);
+    showResult(context_.editor().replaceAllMatches(request()), true);
 }
 
 void FindReplaceBar::keyPressEvent(QKeyEvent* event) {

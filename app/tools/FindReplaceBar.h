@@ -1,11 +1,12 @@
 #pragma once
 // The find and replace bar: the search and replacement texts, the four
 // options, stepping through matches, replacing one or all, and the editor's
-// status text ("No matches", "2 of 5"). Every button copies the bar's inputs
-// into the editor and calls the matching editor command.
+// status text ("No matches", "2 of 5"). Every button hands the bar's fields
+// to the matching editor command as one FindRequest.
 #include <QWidget>
 
 #include "app/DocumentContext.h"
+#include "editing/FindReplace.h"
 
 class QCheckBox;
 class QLabel;
@@ -40,9 +41,9 @@ class FindReplaceBar : public QWidget {
     void keyPressEvent(QKeyEvent* event) override;
 
   private:
-    // Copies the inputs into the editor; true when they differ from the last search's.
-    bool syncInputs();
-    void showResult(bool changedCells);
+    // The bar's fields as the editor's find operations take them.
+    FindRequest request() const;
+    void showResult(const FindResult& result, bool changedCells);
 
     DocumentContext& context_;
     QLineEdit* find_;

@@ -7,6 +7,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "app/tools/ToolInputs.h"
 #include "app/tools/ToolSupport.h"
 #include "document/ColumnLetters.h"
 
@@ -36,25 +37,26 @@ GoalSeekDialog::GoalSeekDialog(DocumentContext& context, QWidget* parent)
 
     // The last inputs, else the active cell as the formula to watch.
     SumoraEditorView& editor = context_.editor();
-    QString setCell = toQString(editor.goalSeekSetCell);
+    const GoalSeekRequest& last = context_.toolInputs().goalSeek;
+    QString setCell = toQString(last.setCell);
     if (setCell.isEmpty() && editor.activeCell)
         setCell = toQString(cellAddress(editor.activeCell->col, editor.activeCell->row));
     setCell_->setText(setCell);
-    target_->setText(toQString(editor.goalSeekTargetValue));
-    changing_->setText(toQString(editor.goalSeekChangingCell));
+    target_->setText(toQString(last.targetValue));
+    changing_->setText(toQString(last.changingCell));
 
     connect(solve, &QPushButton::clicked, this, &GoalSeekDialog::apply);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
 }
 
 void GoalSeekDialog::apply() {
-    SumoraEditorView& editor = context_.editor();
-    editor.goalSeekSetCell = toStdString(setCell_->text().trimmed());
-    editor.goalSeekTargetValue = toStdString(target_->text().trimmed());
-    editor.goalSeekChangingCell = toStdString(changing_->text().trimmed());
-    editor.performGoalSeek();
+    GoalSeekRequest& request = context_.toolInputs().goalSeek;
+    request.setCell = toStdString(setCell_->text().trimmed());
+    request.targetValue = toStdString(target_->text().trimmed());
+    request.changingCell = toStdString(changing_->text().trimmed());
+    const GoalSeekResult result = context_.editor().performGoalSeek(request);
     refreshAfterCommand(context_);
-    status_->setText(toQString(editor.goalSeekStatusText));
+    status_->setText(toQString(result.statusText));
 }
 
 } // namespace sumora::app

@@ -1,6 +1,6 @@
 #pragma once
-// Goal seek: "Set cell", "To value" and "By changing cell" fill the editor's
-// goal-seek inputs; Solve runs performGoalSeek and shows its status text.
+// Goal seek: "Set cell", "To value" and "By changing cell" make the request
+// that Solve hands to performGoalSeek; the dialog shows its status text.
 #include <QDialog>
 
 #include "app/DocumentContext.h"

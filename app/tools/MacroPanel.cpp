@@ -56,11 +56,6 @@ constexpr std::string_view kHeading = "Output";
 constexpr std::string_view kPlaceholder = "Run a macro to see output here.";
 #endif
 
-struct CellChange {
-    int64_t row, col;
-    Cell before, after;
-};
-
 // The cells whose records differ between two states of a sheet.
 std::vector<std::pair<int64_t, int64_t>> changedCells(const Sheet& before, const Sheet& after) {
     std::set<std::pair<int64_t, int64_t>> positions;
@@ -211,7 +206,6 @@ bool MacroPanel::run() {
     work->editor = std::make_unique<SumoraEditorView>(work->document);
     work->editor->activeSheetIndex = editor.activeSheetIndex;
     work->editor->localeIdentifier = editor.localeIdentifier;
-    work->editor->undoManager = nullptr; // the window's step is registered here, on return
     work->runner = std::make_unique<MacroRunner>(*work->editor);
     if (timeLimit_ > 0) work->runner->timeLimitSeconds = timeLimit_;
     current_ = work;
@@ -259,44 +253,27 @@ void MacroPanel::writeBack(const Run& run) {
     if (!after || target == document.sheets.size()) return; // the sheet went away meanwhile
 
     // Only what the macro changed is written back: edits made elsewhere on
-    // the sheet while it ran stay.
-    std::vector<CellChange> changes;
+    // the sheet while it ran stay. The run's own step stays on the copy; the
+    // window gets one over what is written here.
+    CellChangeRecord record;
     Sheet& sheet = document.sheets[target];
     for (const auto& [row, col] : changedCells(work->before, *after)) {
         if (!sheet.contains(row, col)) continue;
-        changes.push_back({row, col, sheet.cell(row, col), after->cell(row, col)});
+        record.add(sheet, {col, row}, sheet.cell(row, col), after->cell(row, col));
     }
-    Log::debug("Macro run finished: " + std::to_string(changes.size()) + " cell(s) changed");
-    if (changes.empty()) {
+    Log::debug("Macro run finished: " + std::to_string(record.size()) + " cell(s) changed");
+    if (record.empty()) {
         editor.recalculateAllFormulas();
         context_.documentChanged();
         return;
     }
-    for (const CellChange& c : changes)
-        sheet.setCell(c.row, c.col, c.after);
-
-    const std::string sheetId = work->sheetId;
-    auto put = [&editor, sheetId, ctx = &context_](const std::vector<CellChange>& list, bool before) {
-        for (size_t i = 0; i < editor.document.sheets.size(); ++i) {
-            Sheet& s = editor.document.sheets[i];
-            if (s.id != sheetId) continue;
-            for (const CellChange& c : list)
-                if (s.contains(c.row, c.col)) s.setCell(c.row, c.col, before ? c.before : c.after);
-        }
-        editor.invalidateCalculators();
-        editor.recalculateAllFormulas();
-        ctx->documentChanged();
-    };
-    if (editor.undoManager) {
-        auto shared = std::make_shared<std::vector<CellChange>>(std::move(changes));
+    record.put(document, CellChangeRecord::Side::after);
 #if SUMORA_HAVE_MACROS
-        const std::string name(kMacroUndoActionName);
+    const std::string name(kMacroUndoActionName);
 #else
-        const std::string name = "Run Macro";
+    const std::string name = "Run Macro";
 #endif
-        editor.undoManager->registerStep(
-            name, [put, shared] { put(*shared, true); }, [put, shared] { put(*shared, false); });
-    }
+    editor.registerCellChanges(name, std::move(record), UndoRecalculation::wholeSheet);
     editor.invalidateCalculators();
     editor.recalculateAllFormulas();
     refreshAfterCommand(context_);

@@ -27,7 +27,7 @@ SheetPrinter makeSheetPrinter(DocumentContext& context, const PageSetup& setup) 
     const Sheet* sheet = editor.activeSheet();
     SheetPrinter printer(sheet ? *sheet : kEmpty, setup, defaults,
                          settings.real(settingsKey::defaultColumnWidth), context.documentTitle());
-    if (editor.autoFilterEnabled)
+    if (editor.autoFilter.enabled)
         printer.setRowFilter([&editor](int64_t row) { return editor.filteredRowVisible(row); });
     return printer;
 }

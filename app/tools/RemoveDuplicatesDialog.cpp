@@ -8,6 +8,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "app/tools/ToolInputs.h"
 #include "app/tools/ToolSupport.h"
 
 namespace sumora::app {
@@ -31,7 +32,7 @@ RemoveDuplicatesDialog::RemoveDuplicatesDialog(DocumentContext& context, QWidget
     selection->addStretch();
     layout->addLayout(selection);
 
-    message_ = new QLabel(toQString(SumoraEditorView::removeDuplicatesWarningText), this);
+    message_ = new QLabel(toQString(kRemoveDuplicatesWarningText), this);
     message_->setObjectName(QStringLiteral("removeDuplicatesMessage"));
     message_->setWordWrap(true);
     layout->addWidget(message_);
@@ -41,7 +42,7 @@ RemoveDuplicatesDialog::RemoveDuplicatesDialog(DocumentContext& context, QWidget
     layout->addWidget(buttons);
 
     SumoraEditorView& editor = context_.editor();
-    header_->setChecked(editor.removeDuplicatesHasHeaders);
+    header_->setChecked(context_.toolInputs().removeDuplicates.hasHeaders);
     if (const Sheet* sheet = editor.activeSheet()) {
         const int64_t count = pickerColumnCount(*sheet);
         for (int64_t c = 0; c < count; ++c) {
@@ -84,21 +85,20 @@ void RemoveDuplicatesDialog::relabel() {
 
 void RemoveDuplicatesDialog::apply() {
     SumoraEditorView& editor = context_.editor();
-    editor.removeDuplicatesHasHeaders = header_->isChecked();
-    editor.removeDuplicatesColumns.clear();
+    RemoveDuplicatesRequest& request = context_.toolInputs().removeDuplicates;
+    request.hasHeaders = header_->isChecked();
+    request.columns.clear();
     for (int i = 0; i < columns_->count(); ++i)
-        if (columns_->item(i)->checkState() == Qt::Checked) editor.removeDuplicatesColumns.insert(i);
-    if (editor.removeDuplicatesColumns.empty()) {
+        if (columns_->item(i)->checkState() == Qt::Checked) request.columns.insert(i);
+    if (request.columns.empty()) {
         message_->setText(tr("Select at least one column."));
         return;
     }
-    editor.removeDuplicatesStatusText.clear();
-    editor.performRemoveDuplicates();
+    const RemoveDuplicatesResult result = editor.performRemoveDuplicates(request);
     // Rows moved: calculators learnt positions that are gone.
     editor.invalidateCalculators();
     refreshAfterCommand(context_);
-    if (!editor.removeDuplicatesStatusText.empty())
-        message_->setText(toQString(editor.removeDuplicatesStatusText));
+    if (!result.statusText.empty()) message_->setText(toQString(result.statusText));
 }
 
 } // namespace sumora::app

@@ -1,8 +1,8 @@
 #pragma once
 // "Remove Duplicates": "My data has headers", "Select columns to check" with
 // a check box per used column, and the warning that the removal cannot be
-// undone. Removing fills the editor's inputs, runs performRemoveDuplicates
-// and shows its status text in place of the warning.
+// undone. Removing runs performRemoveDuplicates with the choices and shows
+// its status text in place of the warning.
 #include <QDialog>
 
 #include "app/DocumentContext.h"

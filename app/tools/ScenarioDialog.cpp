@@ -10,6 +10,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "app/tools/ToolInputs.h"
 #include "app/tools/ToolSupport.h"
 
 namespace sumora::app {
@@ -65,8 +66,7 @@ ScenarioDialog::ScenarioDialog(DocumentContext& context, QWidget* parent)
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
     layout->addWidget(buttons);
 
-    SumoraEditorView& editor = context_.editor();
-    cells_->setText(toQString(editor.scenarioChangingCells));
+    cells_->setText(toQString(context_.toolInputs().scenarioChangingCells));
     reloadList(0);
 
     connect(list_, &QListWidget::currentRowChanged, this, &ScenarioDialog::fillFields);
@@ -107,17 +107,18 @@ void ScenarioDialog::save(std::optional<std::string> id) {
         return;
     }
     SumoraEditorView& editor = context_.editor();
-    editor.scenarioName = toStdString(name_->text().trimmed());
-    editor.scenarioChangingCells = toStdString(cells_->text());
-    editor.scenarioComment = toStdString(comment_->toPlainText());
-    editor.editingScenarioId = std::move(id);
-    editor.saveScenario();
-    editor.editingScenarioId.reset();
+    ScenarioRequest request;
+    request.name = toStdString(name_->text().trimmed());
+    request.changingCells = toStdString(cells_->text());
+    request.comment = toStdString(comment_->toPlainText());
+    request.editingScenarioId = std::move(id);
+    context_.toolInputs().scenarioChangingCells = request.changingCells;
+    editor.saveScenario(request);
     context_.markEdited();
 
     int row = static_cast<int>(editor.document.scenarios.size()) - 1;
     for (size_t i = 0; i < editor.document.scenarios.size(); ++i)
-        if (editor.document.scenarios[i].name == editor.scenarioName) row = static_cast<int>(i);
+        if (editor.document.scenarios[i].name == request.name) row = static_cast<int>(i);
     reloadList(row);
     status_->setText(tr("Scenario \"%1\" saved.").arg(name_->text().trimmed()));
 }
@@ -146,7 +147,7 @@ void ScenarioDialog::showSelected() {
 
 void ScenarioDialog::restoreOriginals() {
     SumoraEditorView& editor = context_.editor();
-    if (editor.savedOriginalValues.empty()) {
+    if (editor.savedOriginalValues().empty()) {
         status_->setText(tr("No scenario is shown."));
         return;
     }

@@ -2,8 +2,8 @@
 // The scenario manager: the workbook's scenarios in a list; a name, the
 // changing cells and a comment to save the cells' present values as a new
 // scenario or over the selected one; Show applies the selected scenario and
-// Restore puts back the values it replaced. Each button fills the editor's
-// scenario inputs and calls its command.
+// Restore puts back the values it replaced. Each button calls the matching
+// editor command (saving with a ScenarioRequest made of the fields).
 #include <QDialog>
 #include <optional>
 #include <string>

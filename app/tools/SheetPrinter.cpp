@@ -171,7 +171,7 @@ void SheetPrinter::paintRow(QPainter& p, const Page& page, int64_t row, double y
                 p.drawLine(r.bottomLeft(), r.bottomRight());
             }
         }
-        if (const Sparkline* s = sparklineAt(sheet_, col, row)) paintSparkline(p, r, *s, sheet_);
+        if (const Sparkline* s = sparklineAt(sheet_, {col, row})) paintSparkline(p, r, *s, sheet_);
     }
 }
 

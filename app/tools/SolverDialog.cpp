@@ -13,6 +13,7 @@
 #include <QTableWidget>
 #include <QVBoxLayout>
 
+#include "app/tools/ToolInputs.h"
 #include "app/tools/ToolSupport.h"
 
 namespace sumora::app {
@@ -79,12 +80,12 @@ SolverDialog::SolverDialog(DocumentContext& context, QWidget* parent) : QDialog(
     solve->setDefault(true);
     layout->addWidget(buttons);
 
-    SumoraEditorView& editor = context_.editor();
-    objective_->setText(toQString(editor.solverObjectiveCell));
-    setGoal(toQString(editor.solverGoal));
-    target_->setText(toQString(editor.solverTargetValue));
-    variables_->setText(toQString(editor.solverVariableCells));
-    for (const SolverConstraint& c : editor.solverConstraints)
+    const SolverRequest& last = context_.toolInputs().solver;
+    objective_->setText(toQString(last.objectiveCell));
+    setGoal(toQString(last.goal));
+    target_->setText(toQString(last.targetValue));
+    variables_->setText(toQString(last.variableCells));
+    for (const SolverConstraint& c : last.constraints)
         addConstraint(toQString(c.cellRef), toQString(c.op), toQString(c.value));
 
     connect(add, &QPushButton::clicked, this,
@@ -129,12 +130,12 @@ int SolverDialog::constraintCount() const {
 }
 
 void SolverDialog::apply() {
-    SumoraEditorView& editor = context_.editor();
-    editor.solverObjectiveCell = toStdString(objective_->text().trimmed());
-    editor.solverGoal = toStdString(goal());
-    editor.solverTargetValue = toStdString(target_->text().trimmed());
-    editor.solverVariableCells = toStdString(variables_->text());
-    editor.solverConstraints.clear();
+    SolverRequest& request = context_.toolInputs().solver;
+    request.objectiveCell = toStdString(objective_->text().trimmed());
+    request.goal = toStdString(goal());
+    request.targetValue = toStdString(target_->text().trimmed());
+    request.variableCells = toStdString(variables_->text());
+    request.constraints.clear();
     for (int row = 0; row < constraints_->rowCount(); ++row) {
         SolverConstraint c;
         c.cellRef = toStdString(constraints_->item(row, 0) ? constraints_->item(row, 0)->text().trimmed()
@@ -143,11 +144,11 @@ void SolverDialog::apply() {
             c.op = toStdString(opBox->currentText());
         c.value = toStdString(constraints_->item(row, 2) ? constraints_->item(row, 2)->text().trimmed()
                                                          : QString());
-        if (!c.cellRef.empty()) editor.solverConstraints.push_back(std::move(c));
+        if (!c.cellRef.empty()) request.constraints.push_back(std::move(c));
     }
-    editor.runSolver();
+    const SolverResult result = context_.editor().runSolver(request);
     refreshAfterCommand(context_);
-    status_->setText(toQString(editor.solverStatusText));
+    status_->setText(toQString(result.statusText));
 }
 
 } // namespace sumora::app

@@ -1,7 +1,7 @@
 #pragma once
 // The solver: objective cell, goal (maximise, minimise or reach a value),
 // the variable cells, and the constraint list (cell, operator, bound). Solve
-// fills the editor's solver inputs, runs runSolver and shows its status.
+// hands them to runSolver as one request and shows its status.
 #include <QDialog>
 
 #include "app/DocumentContext.h"

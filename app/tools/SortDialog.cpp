@@ -8,6 +8,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "app/tools/ToolInputs.h"
 #include "app/tools/ToolSupport.h"
 #include "values/Log.h"
 
@@ -46,9 +47,10 @@ SortDialog::SortDialog(DocumentContext& context, QWidget* parent) : QDialog(pare
 
     // Start from what the editor last sorted by, else the active column.
     SumoraEditorView& editor = context_.editor();
-    header_->setChecked(editor.sortHasHeaderRow);
-    if (!editor.sortKeys.empty()) {
-        for (const SortKey& key : editor.sortKeys)
+    const SortRequest& last = context_.toolInputs().sort;
+    header_->setChecked(last.hasHeaderRow);
+    if (!last.keys.empty()) {
+        for (const SortKey& key : last.keys)
             addKey(key.column, key.ascending);
     } else {
         addKey(editor.activeCell ? editor.activeCell->col : 0, true);
@@ -93,14 +95,14 @@ void SortDialog::relabelColumns() {
 }
 
 void SortDialog::apply() {
-    SumoraEditorView& editor = context_.editor();
-    editor.sortKeys.clear();
+    SortRequest& request = context_.toolInputs().sort;
+    request.keys.clear();
     for (const Level& level : levels_)
-        editor.sortKeys.push_back(
+        request.keys.push_back(
             {level.column->currentData().toLongLong(), level.order->currentData().toBool()});
-    editor.sortHasHeaderRow = header_->isChecked();
-    Log::debug("Sort dialog: " + std::to_string(editor.sortKeys.size()) + " key(s)");
-    editor.performMultiSort();
+    request.hasHeaderRow = header_->isChecked();
+    Log::debug("Sort dialog: " + std::to_string(request.keys.size()) + " key(s)");
+    context_.editor().performMultiSort(request);
     refreshAfterCommand(context_);
 }
 

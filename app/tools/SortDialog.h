@@ -1,7 +1,7 @@
 #pragma once
 // The sort dialog: one or more keys (a column and an order each), tried in
-// turn, and whether the first row is a header that stays in place. It fills
-// the editor's sortKeys and sortHasHeaderRow and runs performMultiSort.
+// turn, and whether the first row is a header that stays in place. It runs
+// performMultiSort with them and keeps them for the next time it opens.
 #include <QDialog>
 
 #include "app/DocumentContext.h"
@@ -22,7 +22,7 @@ class SortDialog : public QDialog {
     void removeLastKey();
     int keyCount() const { return static_cast<int>(levels_.size()); }
     QCheckBox* headerCheck() const { return header_; }
-    // Fills the editor's inputs from the levels and sorts.
+    // Sorts by the levels.
     void apply();
 
   private:

@@ -65,9 +65,8 @@ SparklineDialog::SparklineDialog(DocumentContext& context, QWidget* parent)
     SumoraEditorView& editor = context_.editor();
     const Sheet* sheet = editor.activeSheet();
     Sparkline s;
-    const Sparkline* existing = sheet && editor.activeCell
-                                    ? sparklineAt(*sheet, editor.activeCell->col, editor.activeCell->row)
-                                    : nullptr;
+    const Sparkline* existing =
+        sheet && editor.activeCell ? sparklineAt(*sheet, *editor.activeCell) : nullptr;
     if (existing) {
         s = *existing;
     } else if (auto range = currentRange(editor)) {

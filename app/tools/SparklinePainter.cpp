@@ -117,7 +117,7 @@ void registerSparklinePainter() {
     registerCellOverlayPainter(
         [](QPainter& painter, const QRect& rect, const Sheet& sheet, int64_t row, int64_t col) {
             if (sheet.sparklines.empty()) return;
-            if (const Sparkline* s = sparklineAt(sheet, col, row)) paintSparkline(painter, rect, *s, sheet);
+            if (const Sparkline* s = sparklineAt(sheet, {col, row})) paintSparkline(painter, rect, *s, sheet);
         });
 }
 

@@ -10,6 +10,7 @@
 #include <QRadioButton>
 #include <QVBoxLayout>
 
+#include "app/tools/ToolInputs.h"
 #include "app/tools/ToolSupport.h"
 
 namespace sumora::app {
@@ -49,10 +50,10 @@ TextToColumnsDialog::TextToColumnsDialog(DocumentContext& context, QWidget* pare
     buttons->button(QDialogButtonBox::Ok)->setText(tr("Split"));
     layout->addWidget(buttons);
 
-    SumoraEditorView& editor = context_.editor();
-    setDelimiter(editor.textToColumnsDelimiter);
-    custom_->setText(toQString(editor.textToColumnsCustomDelimiter));
-    consecutive_->setChecked(editor.textToColumnsTreatConsecutiveAsOne);
+    const TextToColumnsRequest last = context_.toolInputs().textToColumns;
+    setDelimiter(last.delimiter);
+    custom_->setText(toQString(last.customDelimiter));
+    consecutive_->setChecked(last.treatConsecutiveAsOne);
 
     connect(delimiters_, &QButtonGroup::idClicked, this, &TextToColumnsDialog::updatePreview);
     connect(custom_, &QLineEdit::textChanged, this, [this] {
@@ -74,11 +75,10 @@ void TextToColumnsDialog::setDelimiter(TextToColumnsDelimiter delimiter) {
 }
 
 void TextToColumnsDialog::syncInputs() {
-    SumoraEditorView& editor = context_.editor();
-    editor.textToColumnsDelimiter =
-        static_cast<TextToColumnsDelimiter>(std::max(0, delimiters_->checkedId()));
-    editor.textToColumnsCustomDelimiter = toStdString(custom_->text());
-    editor.textToColumnsTreatConsecutiveAsOne = consecutive_->isChecked();
+    TextToColumnsRequest& request = context_.toolInputs().textToColumns;
+    request.delimiter = static_cast<TextToColumnsDelimiter>(std::max(0, delimiters_->checkedId()));
+    request.customDelimiter = toStdString(custom_->text());
+    request.treatConsecutiveAsOne = consecutive_->isChecked();
 }
 
 void TextToColumnsDialog::updatePreview() {
@@ -94,14 +94,14 @@ void TextToColumnsDialog::updatePreview() {
     const std::string_view text = sheet->cell(range->minRow(), range->minCol()).displayValue();
     QStringList pieces;
     // As written into the cells: each piece trimmed of spaces and tabs.
-    for (const std::string& piece : editor.splitText(text))
+    for (const std::string& piece : splitText(text, context_.toolInputs().textToColumns))
         pieces << QStringLiteral("[%1]").arg(toQString(piece).trimmed());
     preview_->setText(tr("Preview: %1").arg(pieces.join(QLatin1Char(' '))));
 }
 
 void TextToColumnsDialog::apply() {
     syncInputs();
-    context_.editor().performTextToColumns();
+    context_.editor().performTextToColumns(context_.toolInputs().textToColumns);
     refreshAfterCommand(context_);
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 // Text to columns: the delimiter ("Comma", "Semicolon", "Space", "Pipe" or
 // "Custom" with its text), "Treat consecutive delimiters as one", and a
-// preview of the first selected cell split as the editor's splitText splits
-// it. Splitting runs the editor's performTextToColumns over the selection.
+// preview of the first selected cell split as splitText splits it. Splitting
+// runs the editor's performTextToColumns over the selection.
 #include <QDialog>
 
 #include "app/DocumentContext.h"

@@ -204,7 +204,7 @@ void ToolHost::hideFindBar() {
 
 void ToolHost::toggleFilter() {
     toggleAutoFilter(context_);
-    if (filterAction_) filterAction_->setChecked(context_.editor().autoFilterEnabled);
+    if (filterAction_) filterAction_->setChecked(context_.editor().autoFilter.enabled);
     if (filterButtons_) filterButtons_->refresh();
 }
 

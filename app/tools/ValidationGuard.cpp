@@ -47,9 +47,8 @@ ValidationGuard::ValidationGuard(DocumentContext& context, SheetGridView* grid)
         connect(grid->verticalScrollBar(), &QScrollBar::valueChanged, this, &ValidationGuard::showCellAids);
         connect(grid->horizontalScrollBar(), &QScrollBar::valueChanged, this, &ValidationGuard::showCellAids);
         SheetTableModel& model = grid->sheetModel();
-        model.setEntryApprover([this](int64_t col, int64_t row, const QString& text) {
-            return approve(col, row, text);
-        });
+        model.setEntryApprover(
+            [this](int64_t col, int64_t row, const QString& text) { return approve(col, row, text); });
         // The formula bar asks through the model, which lets unchanged text pass.
         if (QWidget* window = context.window())
             if (auto* bar = window->findChild<FormulaBar*>())
@@ -88,13 +87,13 @@ bool ValidationGuard::approve(int64_t col, int64_t row, const QString& text) {
     SumoraEditorView& editor = context_.editor();
     const Sheet* sheet = editor.activeSheet();
     // Most cells have no rule: spare them the entry's locale reading.
-    if (!sheet || !validationRuleAt(*sheet, col, row)) return true;
+    if (!sheet || !validationRuleAt(*sheet, {col, row})) return true;
     // A locked cell of a protected sheet refuses the entry by itself.
     if (sheet->isProtected && row < sheet->rowCount() && col < sheet->columnCount() &&
         sheet->cell(row, col).isLocked())
         return true;
     const ValidationVerdict verdict =
-        checkEntry(editor.document, static_cast<size_t>(editor.activeSheetIndex), col, row,
+        checkEntry(editor.document, static_cast<size_t>(editor.activeSheetIndex), {col, row},
                    editor.storedEntryText(toStdString(text)));
     if (verdict.outcome == ValidationOutcome::accept) return true;
     const bool keep = ask(verdict);
@@ -111,8 +110,8 @@ void ValidationGuard::showCellAids() {
     std::optional<InputPrompt> prompt;
     std::optional<std::vector<std::string>> entries;
     if (sheet && cell && single) {
-        prompt = inputPromptAt(*sheet, cell->col, cell->row);
-        entries = dropdownEntriesAt(*sheet, cell->col, cell->row);
+        prompt = inputPromptAt(*sheet, *cell);
+        entries = dropdownEntriesAt(*sheet, *cell);
     }
     const QRect rect = cell ? grid_->visualRect(grid_->model()->index(static_cast<int>(cell->row),
                                                                       static_cast<int>(cell->col)))
@@ -150,7 +149,7 @@ void ValidationGuard::openDropdown() {
     SumoraEditorView& editor = context_.editor();
     const Sheet* sheet = editor.activeSheet();
     if (!sheet || !editor.activeCell) return;
-    auto entries = dropdownEntriesAt(*sheet, editor.activeCell->col, editor.activeCell->row);
+    auto entries = dropdownEntriesAt(*sheet, *editor.activeCell);
     if (!entries) return;
     QMenu menu(dropdown_);
     for (const std::string& entry : *entries) {
