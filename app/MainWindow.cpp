@@ -209,7 +209,7 @@ void MainWindow::applyLayoutIfChanged() {
         for (const LineSet* hidden : {&sheet->hiddenRows, &sheet->hiddenColumns})
             for (const auto& [first, last] : hidden->spans())
                 hashCombine(signature, first * 41 + last);
-        hashCombine(signature, static_cast<int64_t>(editor_->autoFilterEnabled));
+        hashCombine(signature, static_cast<int64_t>(editor_->autoFilter.enabled));
         hashCombine(signature, static_cast<int64_t>(model_->rowCount()));
         hashCombine(signature, static_cast<int64_t>(model_->columnCount()));
     }
