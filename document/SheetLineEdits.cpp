@@ -68,8 +68,8 @@ void insertRowProperties(Sheet& sheet, int64_t at, int64_t count) {
         insertIntoSpan(g.startRow, g.endRow, at, count);
         g.summaryRow = inserted(g.summaryRow, at, count);
     }
-    moveHyperlinks(sheet, [&](int64_t r, int64_t c) -> std::optional<ColRow> {
-        return ColRow{c, inserted(r, at, count)};
+    moveHyperlinks(sheet, [&](int64_t r, int64_t c) -> std::optional<CellPosition> {
+        return CellPosition{c, inserted(r, at, count)};
     });
 }
 
@@ -80,8 +80,8 @@ void removeRowProperties(Sheet& sheet, int64_t at, int64_t count) {
         g.summaryRow = removed(g.summaryRow, at, count).value_or(g.summaryRow >= at ? at : g.summaryRow);
         return !removeFromSpan(g.startRow, g.endRow, at, count);
     });
-    moveHyperlinks(sheet, [&](int64_t r, int64_t c) -> std::optional<ColRow> {
-        if (auto to = removed(r, at, count)) return ColRow{c, *to};
+    moveHyperlinks(sheet, [&](int64_t r, int64_t c) -> std::optional<CellPosition> {
+        if (auto to = removed(r, at, count)) return CellPosition{c, *to};
         return std::nullopt;
     });
 }
@@ -91,8 +91,8 @@ void insertColumnProperties(Sheet& sheet, int64_t at, int64_t count) {
     sheet.hiddenColumns.insertLines(at, count);
     for (ColumnOutlineGroup& g : sheet.columnOutlineGroups)
         insertIntoSpan(g.startCol, g.endCol, at, count);
-    moveHyperlinks(sheet, [&](int64_t r, int64_t c) -> std::optional<ColRow> {
-        return ColRow{inserted(c, at, count), r};
+    moveHyperlinks(sheet, [&](int64_t r, int64_t c) -> std::optional<CellPosition> {
+        return CellPosition{inserted(c, at, count), r};
     });
 }
 
@@ -101,8 +101,8 @@ void removeColumnProperties(Sheet& sheet, int64_t at, int64_t count) {
     sheet.hiddenColumns.removeLines(at, count);
     std::erase_if(sheet.columnOutlineGroups,
                   [&](ColumnOutlineGroup& g) { return !removeFromSpan(g.startCol, g.endCol, at, count); });
-    moveHyperlinks(sheet, [&](int64_t r, int64_t c) -> std::optional<ColRow> {
-        if (auto to = removed(c, at, count)) return ColRow{*to, r};
+    moveHyperlinks(sheet, [&](int64_t r, int64_t c) -> std::optional<CellPosition> {
+        if (auto to = removed(c, at, count)) return CellPosition{*to, r};
         return std::nullopt;
     });
 }
@@ -120,8 +120,8 @@ void permuteRowProperties(Sheet& sheet, int64_t first, const std::vector<int64_t
     };
     moveKeys(sheet.rowHeights, move);
     sheet.hiddenRows.permute(first, order);
-    moveHyperlinks(sheet, [&](int64_t r, int64_t c) -> std::optional<ColRow> {
-        if (auto to = move(r)) return ColRow{c, *to};
+    moveHyperlinks(sheet, [&](int64_t r, int64_t c) -> std::optional<CellPosition> {
+        if (auto to = move(r)) return CellPosition{c, *to};
         return std::nullopt;
     });
 }
