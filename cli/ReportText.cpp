@@ -3,30 +3,8 @@
 #include <cstdio>
 
 #include "document/ColumnLetters.h"
-#include "functions/ReferenceSupport.h"
 
 namespace sumora::cli {
-
-namespace {
-
-std::string sheetPrefix(std::string_view sheet) {
-    if (isPlainSheetName(sheet)) return std::string(sheet) + "!";
-    std::string quoted = "'";
-    for (char c : sheet)
-        quoted += c == '\'' ? std::string("''") : std::string(1, c);
-    return quoted + "'!";
-}
-
-} // namespace
-
-std::string cellLabel(std::string_view sheet, int64_t col, int64_t row) {
-    return sheetPrefix(sheet) + cellAddress(col, row);
-}
-
-std::string rangeLabel(std::string_view sheet, int64_t col1, int64_t row1, int64_t col2, int64_t row2) {
-    if (col1 == col2 && row1 == row2) return cellLabel(sheet, col1, row1);
-    return sheetPrefix(sheet) + cellAddress(col1, row1) + ":" + cellAddress(col2, row2);
-}
 
 std::string jsonString(std::string_view text) {
     std::string out = "\"";

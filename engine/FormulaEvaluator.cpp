@@ -61,15 +61,18 @@ FormulaValue FormulaEvaluator::evaluateName(const FormulaTree& tree, const Formu
     return FormulaValue::error(ErrorKind::invalidValue);
 }
 
-FormulaValue FormulaEvaluator::evaluate(const FormulaTree& tree, uint32_t index, int depth) {
+FormulaValue FormulaEvaluator::evaluateNode(const FormulaTree& tree, uint32_t index, int depth) {
     if (depth > kMaxDepth) return FormulaValue::error(ErrorKind::circularReference);
     const FormulaNode& n = tree.node(index);
     switch (n.kind) {
     case NodeKind::literal:
         switch (n.literal) {
-        case LiteralKind::number: return FormulaValue::number(n.number);
-        case LiteralKind::boolean: return FormulaValue::boolean(n.boolean);
-        case LiteralKind::text: return FormulaValue::text(std::string(tree.string(n.stringIndex)));
+        case LiteralKind::number:
+            return FormulaValue::number(n.number);
+        case LiteralKind::boolean:
+            return FormulaValue::boolean(n.boolean);
+        case LiteralKind::text:
+            return FormulaValue::text(std::string(tree.string(n.stringIndex)));
         }
         break;
     case NodeKind::cellRef: {
@@ -77,20 +80,24 @@ FormulaValue FormulaEvaluator::evaluate(const FormulaTree& tree, uint32_t index,
         return resolver_.cellValue(n.ref.col, n.ref.row,
                                    sheet ? std::optional<std::string_view>(*sheet) : std::nullopt);
     }
-    case NodeKind::range: return FormulaValue::error(ErrorKind::invalidValue);
+    case NodeKind::range:
+        return FormulaValue::error(ErrorKind::invalidValue);
     case NodeKind::unaryOp: {
         auto v = evaluate(tree, n.first, depth + 1).asNumber();
         if (!v) return FormulaValue::error(ErrorKind::invalidValue);
         return FormulaValue::number(n.op == '-' ? -*v : *v);
     }
-    case NodeKind::binaryOp: return evaluateBinaryOp(tree, n, depth + 1);
-    case NodeKind::functionCall: return evaluateFunction(tree, index, depth + 1);
+    case NodeKind::binaryOp:
+        return evaluateBinaryOp(tree, n, depth + 1);
+    case NodeKind::functionCall:
+        return evaluateFunction(tree, index, depth + 1);
     case NodeKind::percent: {
         auto v = evaluate(tree, n.first, depth + 1).asNumber();
         if (!v) return FormulaValue::error(ErrorKind::invalidValue);
         return FormulaValue::number(*v / 100);
     }
-    case NodeKind::name: return evaluateName(tree, n);
+    case NodeKind::name:
+        return evaluateName(tree, n);
     }
     return FormulaValue::error(ErrorKind::invalidValue);
 }
@@ -140,19 +147,27 @@ FormulaValue FormulaEvaluator::evaluateBinaryOp(const FormulaTree& tree, const F
         auto x = a.asNumber(), y = b.asNumber();
         if (x && y) {
             switch (op) {
-            case BinaryOp::lt: return FormulaValue::boolean(*x < *y);
-            case BinaryOp::gt: return FormulaValue::boolean(*x > *y);
-            case BinaryOp::le: return FormulaValue::boolean(*x <= *y);
-            default: return FormulaValue::boolean(*x >= *y);
+            case BinaryOp::lt:
+                return FormulaValue::boolean(*x < *y);
+            case BinaryOp::gt:
+                return FormulaValue::boolean(*x > *y);
+            case BinaryOp::le:
+                return FormulaValue::boolean(*x <= *y);
+            default:
+                return FormulaValue::boolean(*x >= *y);
             }
         }
         // Plain code-point order of the text forms (UTF-8 byte order agrees).
         int c = a.description().compare(b.description());
         switch (op) {
-        case BinaryOp::lt: return FormulaValue::boolean(c < 0);
-        case BinaryOp::gt: return FormulaValue::boolean(c > 0);
-        case BinaryOp::le: return FormulaValue::boolean(c <= 0);
-        default: return FormulaValue::boolean(c >= 0);
+        case BinaryOp::lt:
+            return FormulaValue::boolean(c < 0);
+        case BinaryOp::gt:
+            return FormulaValue::boolean(c > 0);
+        case BinaryOp::le:
+            return FormulaValue::boolean(c <= 0);
+        default:
+            return FormulaValue::boolean(c >= 0);
         }
     }
     case BinaryOp::add:
@@ -163,13 +178,17 @@ FormulaValue FormulaEvaluator::evaluateBinaryOp(const FormulaTree& tree, const F
         auto x = a.asNumber(), y = b.asNumber();
         if (!x || !y) return FormulaValue::error(ErrorKind::invalidValue);
         switch (op) {
-        case BinaryOp::add: return FormulaValue::number(*x + *y);
-        case BinaryOp::sub: return FormulaValue::number(*x - *y);
-        case BinaryOp::mul: return FormulaValue::number(*x * *y);
+        case BinaryOp::add:
+            return FormulaValue::number(*x + *y);
+        case BinaryOp::sub:
+            return FormulaValue::number(*x - *y);
+        case BinaryOp::mul:
+            return FormulaValue::number(*x * *y);
         case BinaryOp::div:
             if (*y == 0) return FormulaValue::error(ErrorKind::divisionByZero);
             return FormulaValue::number(*x / *y);
-        default: return FormulaValue::number(std::pow(*x, *y));
+        default:
+            return FormulaValue::number(std::pow(*x, *y));
         }
     }
     }

@@ -7,7 +7,8 @@
 namespace sumora {
 
 std::string_view binaryOpText(BinaryOp op) {
-    static constexpr std::string_view texts[] = {"=", "<>", "<", ">", "<=", ">=", "&", "+", "-", "*", "/", "^"};
+    static constexpr std::string_view texts[] = {
+        "=", "<>", "<", ">", "<=", ">=", "&", "+", "-", "*", "/", "^"};
     return texts[static_cast<size_t>(op)];
 }
 
@@ -34,8 +35,7 @@ struct FormulaParser::NestingGuard {
 
 FormulaParser::FormulaParser(std::vector<Token> tokens, const FunctionRegistry& registry,
                              std::function<bool(std::string_view)> isWorkbookName)
-    : tokens_(std::move(tokens)), registry_(&registry),
-      isWorkbookName_(std::move(isWorkbookName)) {}
+    : tokens_(std::move(tokens)), registry_(&registry), isWorkbookName_(std::move(isWorkbookName)) {}
 
 int FormulaParser::precedence(std::string_view op) {
     if (op == "=" || op == "<>" || op == "<" || op == ">" || op == "<=" || op == ">=") return 1;
@@ -46,9 +46,12 @@ int FormulaParser::precedence(std::string_view op) {
     return 0;
 }
 
-void FormulaParser::fail(FormulaError e) const { throw FormulaParseError{std::move(e)}; }
+void FormulaParser::fail(FormulaError e) const {
+    throw FormulaParseError{std::move(e)};
+}
 
-uint32_t FormulaParser::add(FormulaNode node) {
+uint32_t FormulaParser::add(FormulaNode node, uint32_t begin) {
+    if (spans_) spans_->push_back({begin, pos_ > 0 ? tokens_[pos_ - 1].end : begin});
     tree_.nodes.push_back(node);
     return static_cast<uint32_t>(tree_.nodes.size() - 1);
 }
@@ -82,14 +85,14 @@ uint32_t FormulaParser::parseExpression(int minPrecedence) {
         n.op = static_cast<uint8_t>(op);
         n.first = left;
         tree_.nodes[left].next = right;
-        left = add(n);
+        left = add(n, beginOf(left));
     }
     if (const Token* t = peek(); t && t->kind == TokenKind::percent) {
         ++pos_;
         FormulaNode n;
         n.kind = NodeKind::percent;
         n.first = left;
-        left = add(n);
+        left = add(n, beginOf(left));
     }
     return left;
 }
@@ -108,12 +111,12 @@ uint32_t FormulaParser::parseReference(const Token& first) {
         n.kind = NodeKind::range;
         n.ref.col2 = clampCoordinate(second->col);
         n.ref.row2 = clampCoordinate(second->row);
-        return add(n);
+        return add(n, first.begin);
     }
     n.kind = NodeKind::cellRef;
     n.ref.col2 = n.ref.col;
     n.ref.row2 = n.ref.row;
-    return add(n);
+    return add(n, first.begin);
 }
 
 bool FormulaParser::isLetVariable(std::string_view upper) const {
@@ -122,7 +125,7 @@ bool FormulaParser::isLetVariable(std::string_view upper) const {
     return false;
 }
 
-uint32_t FormulaParser::parseCall(std::string name) {
+uint32_t FormulaParser::parseCall(std::string name, uint32_t begin) {
     ++pos_; // "("
     FormulaNode call;
     call.kind = NodeKind::functionCall;
@@ -135,7 +138,7 @@ uint32_t FormulaParser::parseCall(std::string name) {
     const Token* t = peek();
     if (t && t->kind == TokenKind::rparen) {
         ++pos_;
-        return add(call);
+        return add(call, begin);
     }
     uint32_t previous = FormulaNode::kNone;
     while (true) {
@@ -151,8 +154,9 @@ uint32_t FormulaParser::parseCall(std::string name) {
             n.kind = NodeKind::name;
             n.stringIndex = addString(a->text);
             letScope_.push_back(a->text);
+            const uint32_t nameBegin = a->begin;
             ++pos_;
-            arg = add(n);
+            arg = add(n, nameBegin);
         } else {
             arg = parseExpression(0);
         }
@@ -174,27 +178,28 @@ uint32_t FormulaParser::parseCall(std::string name) {
         fail(FormulaError::generic("Unexpected token"));
     }
     letScope_.resize(scopeMark);
-    return add(call);
+    return add(call, begin);
 }
 
 uint32_t FormulaParser::parsePrimary() {
     NestingGuard guard(*this);
     const Token* t = peek();
     if (!t) fail(FormulaError::generic("Unexpected end of formula"));
+    const uint32_t begin = t->begin;
     switch (t->kind) {
     case TokenKind::number: {
         FormulaNode n;
         n.literal = LiteralKind::number;
         n.number = t->number;
         ++pos_;
-        return add(n);
+        return add(n, begin);
     }
     case TokenKind::string: {
         FormulaNode n;
         n.literal = LiteralKind::text;
         n.stringIndex = addString(t->text);
         ++pos_;
-        return add(n);
+        return add(n, begin);
     }
     case TokenKind::boolean: {
         FormulaNode n;
@@ -206,7 +211,7 @@ uint32_t FormulaParser::parsePrimary() {
         if (pos_ + 1 < tokens_.size() && tokens_[pos_].kind == TokenKind::lparen &&
             tokens_[pos_ + 1].kind == TokenKind::rparen)
             pos_ += 2;
-        return add(n);
+        return add(n, begin);
     }
     case TokenKind::cellRef:
     case TokenKind::sheetCellRef: {
@@ -218,7 +223,7 @@ uint32_t FormulaParser::parsePrimary() {
         std::string name = t->text;
         ++pos_;
         const Token* next = peek();
-        if (next && next->kind == TokenKind::lparen) return parseCall(std::move(name));
+        if (next && next->kind == TokenKind::lparen) return parseCall(std::move(name), begin);
         if (isLetVariable(name) || (isWorkbookName_ && isWorkbookName_(name))) {
             FormulaNode n;
             n.kind = NodeKind::name;
@@ -233,7 +238,7 @@ uint32_t FormulaParser::parsePrimary() {
                 tokens_[pos_].signFolded = false;
                 tokens_.insert(tokens_.begin() + static_cast<ptrdiff_t>(pos_), std::move(op));
             }
-            return add(n);
+            return add(n, begin);
         }
         fail(FormulaError::generic("Unexpected token"));
     }
@@ -246,7 +251,7 @@ uint32_t FormulaParser::parsePrimary() {
         n.kind = NodeKind::unaryOp;
         n.op = static_cast<uint8_t>(sign);
         n.first = operand;
-        return add(n);
+        return add(n, begin);
     }
     case TokenKind::lparen: {
         ++pos_;
@@ -254,9 +259,11 @@ uint32_t FormulaParser::parsePrimary() {
         const Token* close = peek();
         if (!close || close->kind != TokenKind::rparen) fail(FormulaError::generic("Unexpected token"));
         ++pos_;
+        if (spans_) (*spans_)[inner] = {begin, close->end};
         return inner;
     }
-    default: fail(FormulaError::generic("Unexpected token"));
+    default:
+        fail(FormulaError::generic("Unexpected token"));
     }
 }
 

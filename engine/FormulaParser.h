@@ -31,8 +31,14 @@ struct FormulaParseError {
     FormulaError error;
 };
 
+// Where a node was written: bytes [begin, end) of the formula text (without
+// its "="). A parenthesised expression's span includes its parentheses.
+struct TextSpan {
+    uint32_t begin = 0, end = 0;
+};
+
 class FormulaParser {
-public:
+  public:
     // isWorkbookName answers whether an upper-cased bare name is a workbook
     // named range; without it every bare name outside LET is an error.
     FormulaParser(std::vector<Token> tokens, const FunctionRegistry& registry,
@@ -40,15 +46,19 @@ public:
 
     // Parses one expression; throws FormulaParseError.
     FormulaTree parse();
+    // Has parse() fill `spans` with one span per node, indexed like the nodes.
+    void recordSpans(std::vector<TextSpan>* spans) { spans_ = spans; }
 
     static int precedence(std::string_view op);
 
-private:
+  private:
     uint32_t parseExpression(int minPrecedence);
     uint32_t parsePrimary();
     uint32_t parseReference(const Token& first);
-    uint32_t parseCall(std::string name);
-    uint32_t add(FormulaNode node);
+    uint32_t parseCall(std::string name, uint32_t begin);
+    // Appends a node that starts at byte `begin` and ends with the last token read.
+    uint32_t add(FormulaNode node, uint32_t begin);
+    uint32_t beginOf(uint32_t node) const { return spans_ ? (*spans_)[node].begin : 0; }
     uint32_t addString(std::string s);
     const Token* peek() const { return pos_ < tokens_.size() ? &tokens_[pos_] : nullptr; }
     [[noreturn]] void fail(FormulaError e) const;
@@ -62,6 +72,7 @@ private:
     struct NestingGuard;
     int nesting_ = 0;
     FormulaTree tree_;
+    std::vector<TextSpan>* spans_ = nullptr;
 };
 
 // Strips one leading "=", tokenizes and parses against the caller's function

@@ -4,6 +4,7 @@
 #include <cctype>
 #include <cmath>
 
+#include "document/ColumnLetters.h"
 #include "engine/FormulaTokenizer.h"
 #include "engine/FunctionDeclaration.h"
 #include "engine/WorkbookResolver.h"
@@ -105,6 +106,25 @@ bool isPlainSheetName(std::string_view name) {
         auto u = static_cast<unsigned char>(ch);
         return u >= 0x80 || std::isalnum(u) || ch == '_' || ch == '.';
     });
+}
+
+namespace {
+std::string sheetPrefix(std::string_view sheet) {
+    if (isPlainSheetName(sheet)) return std::string(sheet) + "!";
+    std::string quoted = "'";
+    for (char c : sheet)
+        quoted += c == '\'' ? std::string("''") : std::string(1, c);
+    return quoted + "'!";
+}
+} // namespace
+
+std::string cellLabel(std::string_view sheet, int64_t col, int64_t row) {
+    return sheetPrefix(sheet) + cellAddress(col, row);
+}
+
+std::string rangeLabel(std::string_view sheet, int64_t col1, int64_t row1, int64_t col2, int64_t row2) {
+    if (col1 == col2 && row1 == row2) return cellLabel(sheet, col1, row1);
+    return sheetPrefix(sheet) + cellAddress(col1, row1) + ":" + cellAddress(col2, row2);
 }
 
 RangeSpec Reference::rangeSpec() const {

@@ -71,6 +71,10 @@ IndexSelection indexSelection(FunctionContext& c, int64_t rows, int64_t cols);
 // Whether a sheet name can stand unquoted before "!": letters, digits, "_"
 // and "." only (any non-ASCII character counts as a letter).
 bool isPlainSheetName(std::string_view name);
+// "Data!B2", or "'Q1 Sales'!B2" when the name needs quoting.
+std::string cellLabel(std::string_view sheet, int64_t col, int64_t row);
+// A range's label: "Data!A1:B9" (one cell prints as a cell).
+std::string rangeLabel(std::string_view sheet, int64_t col1, int64_t row1, int64_t col2, int64_t row2);
 
 // Reference text to a reference: "B2", "$A$1:C3", "'My Sheet'!A1", "Data!B2"
 // (an unquoted sheet name holds only letters, digits, "_" and "."), "R2C3"

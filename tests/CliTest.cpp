@@ -10,8 +10,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "tests/CliTestSupport.h"
 #include "formats/OdsFormat.h"
+#include "tests/CliTestSupport.h"
 #include "tests/TestSupport.h"
 
 namespace {
@@ -26,6 +26,7 @@ TEST_F(Cli, EvalPrintsTheCellText) {
     const struct {
         const char* formula;
         const char* printed;
+        const char* options = "";
     } cases[] = {
         {"=-2^2", "4\n"},
         {"=1234567&\"\"", "1.23457e+06\n"},
@@ -34,9 +35,11 @@ TEST_F(Cli, EvalPrintsTheCellText) {
         {"1+1", "2\n"},
         {"=1/0", "#DIV/0!\n"},
         {"=\"a\"&\"b\"", "ab\n"},
+        {"=(1+2)*LEN(\"ab\")", "(1+2) → 3\nLEN(\"ab\") → 2\n3*2 → 6\n6\n", "--steps"},
+        {"=1+", "#ERROR: Unexpected end of formula\n\n", "--steps"},
     };
     for (const auto& c : cases) {
-        CliRun r = run("eval " + shellQuoted(c.formula));
+        CliRun r = run("eval " + shellQuoted(c.formula) + " " + c.options);
         EXPECT_EQ(r.status, 0) << c.formula;
         EXPECT_EQ(r.out, c.printed) << c.formula;
     }

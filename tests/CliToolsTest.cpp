@@ -11,8 +11,8 @@
 
 #include "engine/WorkbookDependencies.h"
 #include "formats/StoredResultCheck.h"
-#include "tests/CliTestSupport.h"
 #include "functions/BuiltinFunctions.h"
+#include "tests/CliTestSupport.h"
 
 namespace {
 
@@ -97,6 +97,13 @@ TEST_F(ToolCommands, JsonOutputIsOneDocumentAScriptReads) {
         {"diff book.xlsx renamed.xlsx --json", "print(j['sheetsRenamed'], j['sheetsAdded'], j['cells'])",
          "[{'from': 'Notes', 'to': 'Remarks'}] [] []"},
         {"diff book.xlsx book.ods --json", "print(j['equal'])", "True"},
+        {"trace book.xlsx Calc!C1 --depth 2 --json",
+         "print(j['cell'], j['direction'], [(n['ref'], n['level'], n['parent'], n['value'], n['more']) "
+         "for n in j['nodes']])",
+         "Calc!C1 precedents [('Calc!C1', 0, None, '86', False), ('Data!A1:A3', 1, 0, None, False), "
+         "('Calc!B1', 1, 0, '26.1429', False), ('Calc!A2', 2, 2, '183', True)]"},
+        {"trace cycle.xlsx Loop!A1 --json", "print([(n['formula'], n['seeAbove']) for n in j['nodes']])",
+         "[('=B1+1', False), ('=A1+1', False), ('=B1+1', True)]"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.args);

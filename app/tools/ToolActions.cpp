@@ -18,6 +18,7 @@
 #include "app/tools/ConditionalFormatDialog.h"
 #include "app/tools/DataValidationDialog.h"
 #include "app/tools/FindReplaceBar.h"
+#include "app/tools/FormulaAuditing.h"
 #include "app/tools/GoalSeekDialog.h"
 #include "app/tools/MacroPanel.h"
 #include "app/tools/PdfExport.h"
@@ -247,6 +248,7 @@ void ToolHost::exportPdf() {
 
 void installToolActions(DocumentContext& context, QMenuBar* menuBar) {
     new ToolHost(context, menuBar);
+    installFormulaAuditing(context, menuBar);
     Log::debug("Tools installed");
 }
 
