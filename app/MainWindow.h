@@ -110,6 +110,8 @@ class MainWindow : public QMainWindow, public DocumentContext {
     // Re-applies sizes, merges and hidden rows when any of them changed.
     void applyLayoutIfChanged();
     void sheetSwitched();
+    // Ctrl+PgUp / Ctrl+PgDn: the neighbouring visible sheet in tab order.
+    void stepSheet(int step);
     void replaceDocument(SumoraDocument document);
 
     std::unique_ptr<SumoraDocument> document_;

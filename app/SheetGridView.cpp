@@ -67,6 +67,11 @@ SheetGridView::SheetGridView(SheetTableModel& model, QWidget* parent)
     connect(verticalHeader(), &QHeaderView::sectionResized, this,
             [this](int i, int, int size) { onSectionResized(Qt::Vertical, i, size); });
     connect(&model_, &QAbstractItemModel::modelReset, this, [this] { applySheetLayout(); });
+    connect(delegate_, &CellDelegate::moveRequested, this, [this](int dRow, int dCol) {
+        const QModelIndex c = currentIndex();
+        tabRunStart_.reset();
+        if (c.isValid()) moveCurrent(c.row() + dRow, c.column() + dCol, false);
+    });
     applySheetLayout();
 }
 
@@ -143,6 +148,7 @@ void SheetGridView::applyLayoutTo(QTableView& view) {
                     columns->resizeSection(static_cast<int>(col), scaled(width, zoom_));
             for (const auto& [row, height] : sheet->rowHeights)
                 if (row < rows->count()) rows->resizeSection(static_cast<int>(row), scaled(height, zoom_));
+            fitWrappedRowsIn(view, 0, sheet->storedRowCount() - 1);
             if (editor().autoFilterEnabled) {
                 const int64_t used = std::min<int64_t>(sheet->usedExtent().rows, rows->count());
                 for (int64_t r = 0; r < used; ++r)
@@ -222,6 +228,7 @@ void SheetGridView::syncEditorSelection() {
     else
         ed.activeCell.reset();
     ed.selection = selectedRange();
+    if (ed.selection) ed.selection = commandRange(*ed.selection);
     viewport()->update();
     frozen_->repaint();
     emit selectionMoved();

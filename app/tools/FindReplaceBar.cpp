@@ -8,6 +8,7 @@
 #include <QPushButton>
 
 #include "app/tools/ToolSupport.h"
+#include "editing/SumoraEditorView.h"
 
 namespace sumora::app {
 
@@ -120,8 +121,20 @@ void FindReplaceBar::replaceCurrent() {
 
 void FindReplaceBar::replaceAll() {
     syncInputs();
-    context_.editor().replaceAllMatches();
+    SumoraEditorView& editor = context_.editor();
+    // The matches and their cells before the replacement, to count what changed.
+    editor.performFind();
+    std::vector<std::pair<CellPosition, Cell>> before;
+    if (const Sheet* sheet = editor.activeSheet())
+        for (const CellPosition& at : editor.findMatches)
+            before.emplace_back(at, sheet->cell(at.row, at.col));
+    editor.replaceAllMatches();
+    qsizetype changed = 0;
+    if (const Sheet* sheet = editor.activeSheet())
+        for (const auto& [at, cell] : before)
+            if (!(sheet->cell(at.row, at.col) == cell)) ++changed;
     showResult(true);
+    status_->setText(changed == 1 ? tr("Replaced 1 cell") : tr("Replaced %1 cells").arg(changed));
 }
 
 void FindReplaceBar::keyPressEvent(QKeyEvent* event) {
