@@ -115,14 +115,24 @@ void showChartMenu(MainWindow& window, const std::string& chartId, const QPoint&
     menu.exec(globalPos);
 }
 
-// Right-clicking outside the selection selects what was clicked first.
+// Right-clicking outside the selection selects what was clicked first: a
+// header selects its whole row or column unless that is already selected.
 void selectForMenu(SheetGridView& grid, int row, int column, bool wholeRow, bool wholeColumn) {
     const auto sel = grid.selectedRange();
-    const bool inside = sel && (wholeRow || (column >= sel->minCol() && column <= sel->maxCol())) &&
-                        (wholeColumn || (row >= sel->minRow() && row <= sel->maxRow()));
-    if (!inside) grid.selectCell(std::max(0, row), std::max(0, column));
-    if (wholeRow && !(inside && sel && sel->minCol() == 0)) grid.selectWholeRows();
-    if (wholeColumn && !(inside && sel && sel->minRow() == 0)) grid.selectWholeColumns();
+    const int lastRow = grid.model()->rowCount() - 1, lastCol = grid.model()->columnCount() - 1;
+    const bool rowInside = sel && row >= sel->minRow() && row <= sel->maxRow();
+    const bool columnInside = sel && column >= sel->minCol() && column <= sel->maxCol();
+    if (wholeRow) {
+        if (rowInside && sel->minCol() == 0 && sel->maxCol() == lastCol) return;
+        grid.selectCell(row, 0);
+        grid.selectWholeRows();
+    } else if (wholeColumn) {
+        if (columnInside && sel->minRow() == 0 && sel->maxRow() == lastRow) return;
+        grid.selectCell(0, column);
+        grid.selectWholeColumns();
+    } else if (!rowInside || !columnInside) {
+        grid.selectCell(row, column);
+    }
 }
 
 } // namespace

@@ -3,12 +3,12 @@
 // height, column width and comment commands they offer.
 #include <QAction>
 #include <QCheckBox>
-#include <QSpinBox>
 #include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QListWidget>
 #include <QMenu>
 #include <QScrollBar>
+#include <QSpinBox>
 #include <QTimer>
 
 #include "AppTestSupport.h"
@@ -76,7 +76,9 @@ class WindowCommandsTest : public QObject {
         QCOMPARE(popup->count(), 1);
         QVERIFY(!popup->horizontalScrollBar()->isVisible());
         const QRect row = popup->visualItemRect(popup->item(0));
-        QVERIFY2(popup->viewport()->rect().contains(row), "the only match must be fully visible");
+        // The row may be wider than the popup (its text is elided), never cut off below.
+        QVERIFY2(row.top() >= 0 && row.bottom() <= popup->viewport()->rect().bottom(),
+                 "the only match must be visible");
         pressKey(grid(), Qt::Key_Escape);
     }
 
