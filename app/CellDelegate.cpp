@@ -4,11 +4,14 @@
 #include <QLineEdit>
 #include <QPainter>
 #include <QPainterPath>
+#include <QTableView>
 
 #include "app/CellOverlayPainters.h"
 #include "app/ConditionalIconPainter.h"
 #include "app/FormulaAutocomplete.h"
+#include "app/GridKeyMap.h"
 #include "app/SheetTableModel.h"
+#include "app/TextOverflow.h"
 
 namespace sumora::app {
 
@@ -76,12 +79,14 @@ void CellDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
     }
     if (a.icon) paintConditionalIcon(p, r, *a.icon);
 
+    const auto* view = qobject_cast<const QTableView*>(option.widget);
+    const Sheet* sheet = model_.sheet();
     if (!a.text.isEmpty()) {
         p.save();
         p.setFont(a.font);
         p.setPen(a.textColor);
         const int iconWidth = a.icon ? conditionalIconWidth(r) : 0;
-        const QRect textRect = r.adjusted(kTextPadding + iconWidth, 0, -kTextPadding, 0);
+        QRect textRect = r.adjusted(kTextPadding + iconWidth, 0, -kTextPadding, 0);
         QString text = a.text;
         int flags = static_cast<int>(a.alignment);
         if (a.wrap) {
@@ -100,9 +105,29 @@ void CellDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
                 text = QString(std::max(1, textRect.width() / hashWidth), QLatin1Char('#'));
             }
         }
+        if (view && sheet && mayOverflow(a))
+            textRect = overflowRect(*view, *sheet, index.row(), index.column(), r, a, p.fontMetrics())
+                           .adjusted(kTextPadding, 0, -kTextPadding, 0);
         p.setClipRect(r);
         p.drawText(textRect, flags, text);
         p.restore();
+    } else if (view && sheet) {
+        // This empty cell shows the part of a neighbour's text that runs over it.
+        for (int source : overflowSources(*view, *sheet, index.row(), index.column())) {
+            const CellAppearance s = model_.appearance(model_.index(index.row(), source));
+            if (!mayOverflow(s)) continue;
+            const QRect own = view->visualRect(model_.index(index.row(), source));
+            p.save();
+            p.setFont(s.font);
+            const QRect run = overflowRect(*view, *sheet, index.row(), source, own, s, p.fontMetrics());
+            if (run.intersects(r)) {
+                p.setPen(s.textColor);
+                p.setClipRect(r);
+                p.drawText(run.adjusted(kTextPadding, 0, -kTextPadding, 0),
+                           static_cast<int>(s.alignment) | Qt::TextSingleLine, s.text);
+            }
+            p.restore();
+        }
     }
 
     drawBorders(p, r, a);
@@ -134,6 +159,7 @@ QWidget* CellDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem&
 void CellDelegate::setEditorData(QWidget* editor, const QModelIndex& index) const {
     auto* edit = qobject_cast<QLineEdit*>(editor);
     if (!edit) return;
+    entryMode_ = pendingText_.has_value();
     if (pendingText_) {
         edit->setText(*pendingText_);
         pendingText_.reset();
@@ -175,6 +201,29 @@ bool CellDelegate::approveTypedEntry(QLineEdit* edit) {
     return true;
 }
 
+bool CellDelegate::handleEditorKey(QLineEdit* edit, QKeyEvent* key) {
+    if (auto text = dateTimeShortcutText(key)) {
+        edit->insert(*text);
+        emit editorTextChanged(edit->text());
+        return true;
+    }
+    const int k = key->key();
+    const bool arrow = k == Qt::Key_Left || k == Qt::Key_Right || k == Qt::Key_Up || k == Qt::Key_Down;
+    if (!arrow || (key->modifiers() & ~Qt::KeypadModifier) != Qt::NoModifier) return false;
+    // A formula being typed keeps its arrows for the caret.
+    if (!entryMode_ || edit->text().startsWith(QLatin1Char('='))) {
+        // Up and Down have no meaning in one line; they must not reach the grid.
+        return k == Qt::Key_Up || k == Qt::Key_Down;
+    }
+    if (!approveTypedEntry(edit)) return true;
+    const int dRow = k == Qt::Key_Up ? -1 : k == Qt::Key_Down ? 1 : 0;
+    const int dCol = k == Qt::Key_Left ? -1 : k == Qt::Key_Right ? 1 : 0;
+    emit commitData(edit);
+    emit closeEditor(edit, QAbstractItemDelegate::NoHint);
+    emit moveRequested(dRow, dCol);
+    return true;
+}
+
 void CellDelegate::updateEditorGeometry(QWidget* editor, const QStyleOptionViewItem& option,
                                         const QModelIndex&) const {
     QRect r = option.rect.adjusted(-1, -1, 1, 1);
@@ -196,9 +245,10 @@ bool CellDelegate::eventFilter(QObject* object, QEvent* event) {
                 if (completion->isPopupVisible()) return false;
         const bool commits = key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter ||
                              key->key() == Qt::Key_Tab || key->key() == Qt::Key_Backtab;
-        if (commits)
-            if (auto* edit = qobject_cast<QLineEdit*>(object))
-                if (!approveTypedEntry(edit)) return true;
+        if (auto* edit = qobject_cast<QLineEdit*>(object)) {
+            if (commits && !approveTypedEntry(edit)) return true;
+            if (handleEditorKey(edit, key)) return true;
+        }
     }
     // The approval dialog takes the focus; the editor stays open under it.
     if (approving_ && (event->type() == QEvent::FocusOut || event->type() == QEvent::Hide)) return true;

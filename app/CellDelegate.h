@@ -34,6 +34,8 @@ class CellDelegate : public QStyledItemDelegate {
     // The cell editor's text while typing (the formula bar mirrors it).
     void editorTextChanged(const QString& text);
     void editingStarted();
+    // An arrow key committed a new entry: the grid moves by this step.
+    void moveRequested(int dRow, int dCol);
 
   protected:
     bool eventFilter(QObject* object, QEvent* event) override;
@@ -42,10 +44,15 @@ class CellDelegate : public QStyledItemDelegate {
     // Enter or Tab in an editor: asks the model's approver; a refused entry
     // keeps the editor open with its text selected for correction.
     bool approveTypedEntry(QLineEdit* edit);
+    // Arrows, and Ctrl+; or Ctrl+Shift+;, in the editor; true when consumed.
+    bool handleEditorKey(QLineEdit* edit, QKeyEvent* key);
 
     SheetTableModel& model_;
     mutable std::optional<QString> pendingText_;
     mutable QPersistentModelIndex editedIndex_;
+    // Typing over a cell starts an entry, whose arrows commit and move; F2 and
+    // double-click edit the content, whose arrows move the caret.
+    mutable bool entryMode_ = false;
     // While an approval dialog is up, the editor's focus loss must not commit.
     bool approving_ = false;
     // The text last approved through a key, so the commit does not ask twice.

@@ -71,6 +71,10 @@ void FormulaAutocomplete::update(const QString& text) {
         popup_->setObjectName(QStringLiteral("formulaAutocompletePopup"));
         popup_->setFocusPolicy(Qt::NoFocus);
         popup_->setFrameShape(QFrame::Box);
+        // Long signatures are elided: a horizontal scroll bar would cover the
+        // only row of a single match and leave an empty strip.
+        popup_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+        popup_->setTextElideMode(Qt::ElideRight);
         connect(popup_, &QListWidget::itemClicked, this,
                 [this](QListWidgetItem* item) { accept(item->data(Qt::UserRole).toString()); });
     }

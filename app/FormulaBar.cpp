@@ -5,8 +5,10 @@
 #include <QLineEdit>
 #include <QToolButton>
 
+#include "app/Alerts.h"
 #include "app/FormulaAutocomplete.h"
 #include "document/ColumnLetters.h"
+#include "editing/GoToTarget.h"
 #include "editing/SumoraEditorView.h"
 
 namespace sumora::app {
@@ -91,17 +93,25 @@ void FormulaBar::commit() {
 }
 
 void FormulaBar::goToAddress() {
-    const QString text = address_->text().trimmed().toUpper();
-    const QStringList parts = text.split(QLatin1Char(':'));
-    auto first = parseCellAddress(parts.value(0).toStdString());
-    auto last = parts.size() == 2 ? parseCellAddress(parts[1].toStdString()) : first;
-    if (!first || !last || parts.size() > 2) {
+    goTo(address_->text());
+}
+
+bool FormulaBar::goTo(const QString& text) {
+    const auto target = resolveGoToTarget(editor_.document,
+                                          static_cast<size_t>(std::max<int64_t>(0, editor_.activeSheetIndex)),
+                                          text.toStdString());
+    if (!target || editor_.document.sheets[target->sheetIndex].isHidden) {
         refresh();
-        return;
+        showAlert(window(), tr("“%1” is not a cell reference or a defined name.").arg(text.trimmed()),
+                  tr("Type a cell such as AB1000, a range such as B2:D9, a sheet and cell such as Sheet2!C3, "
+                     "or the name of a named range."));
+        return false;
     }
-    emit rangeEntered(
-        static_cast<int>(std::min(first->row, last->row)), static_cast<int>(std::min(first->col, last->col)),
-        static_cast<int>(std::max(first->row, last->row)), static_cast<int>(std::max(first->col, last->col)));
+    if (static_cast<int64_t>(target->sheetIndex) != editor_.activeSheetIndex)
+        emit sheetEntered(static_cast<int>(target->sheetIndex));
+    emit rangeEntered(static_cast<int>(target->top), static_cast<int>(target->left),
+                      static_cast<int>(target->bottom), static_cast<int>(target->right));
+    return true;
 }
 
 bool FormulaBar::eventFilter(QObject* watched, QEvent* event) {

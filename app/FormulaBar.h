@@ -32,6 +32,9 @@ class FormulaBar : public QWidget {
     QToolButton* functionButton() const { return function_; }
     FormulaAutocomplete* autocomplete() const { return autocomplete_; }
     void setEntryApprover(EntryApprover approver) { approver_ = std::move(approver); }
+    // Goes to a cell, a block (on another sheet when named "Sheet2!C3") or a
+    // workbook name; anything else is reported and changes nothing.
+    bool goTo(const QString& text);
 
   signals:
     // The formula field's text was entered into the active cell.
@@ -41,6 +44,8 @@ class FormulaBar : public QWidget {
     void insertFunctionRequested();
     // The address field named a cell or a block (zero-based, inclusive).
     void rangeEntered(int top, int left, int bottom, int right);
+    // Emitted before rangeEntered when the destination is on another sheet.
+    void sheetEntered(int sheetIndex);
     void editingChanged(bool editing);
 
   protected:

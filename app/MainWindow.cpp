@@ -12,6 +12,7 @@
 
 #include "app/Autosave.h"
 #include "app/CellDelegate.h"
+#include "app/ContextMenus.h"
 #include "app/DocumentWindows.h"
 #include "app/FormatBar.h"
 #include "app/FormulaBar.h"
@@ -54,6 +55,7 @@ MainWindow::MainWindow(SumoraDocument document, const QString& untitledName)
     buildLayout();
     buildMenus();
     installToolActions(*this, menuBar());
+    installContextMenus(*this);
     connectSettings();
 
     grid_->selectCell(0, 0);
@@ -119,7 +121,8 @@ void MainWindow::buildLayout() {
     });
     connect(grid_, &SheetGridView::layoutEdited, this, &MainWindow::markEdited);
     connect(grid_, &SheetGridView::internalLinkActivated, this, &MainWindow::followInternalLink);
-    connect(model_, &SheetTableModel::cellCommitted, this, [this] {
+    connect(model_, &SheetTableModel::cellCommitted, this, [this](int row) {
+        grid_->fitWrappedRows(row, row);
         markEdited();
         documentChanged();
     });
@@ -139,6 +142,11 @@ void MainWindow::buildLayout() {
     connect(formulaBar_, &FormulaBar::cancelled, grid_, qOverload<>(&QWidget::setFocus));
     connect(formulaBar_, &FormulaBar::editingChanged, this, &MainWindow::setToolbarFaded);
     connect(formulaBar_, &FormulaBar::insertFunctionRequested, this, &MainWindow::showInsertFunction);
+    connect(formulaBar_, &FormulaBar::sheetEntered, this,
+            [this](int sheet) { tabs_->activateSheet(static_cast<size_t>(sheet)); });
+    connect(grid_, &SheetGridView::sheetStepRequested, this, &MainWindow::stepSheet);
+    connect(grid_, &SheetGridView::zoomStepRequested, this,
+            [this](int steps) { setZoomPercent(qRound(grid_->zoom() * 100) + 10 * steps); });
     connect(formulaBar_, &FormulaBar::rangeEntered, this, [this](int top, int left, int bottom, int right) {
         grid_->selectRange(top, left, bottom, right);
         grid_->setFocus();
@@ -185,6 +193,11 @@ void MainWindow::showInsertFunction() {
 void MainWindow::documentChanged() {
     model_->refreshCells();
     applyLayoutIfChanged();
+    // Wrapping or typing may have changed what the selected rows need; a
+    // whole-column selection refits only the rows the sheet stores.
+    if (editor_->selection)
+        grid_->fitWrappedRows(editor_->selection->minRow(),
+                              std::min(editor_->selection->maxRow(), editor_->selection->minRow() + 10000));
     tabs_->refresh();
     formulaBar_->refresh();
     formatBar_->refresh();
@@ -241,6 +254,15 @@ void MainWindow::sheetSwitched() {
     formulaBar_->refresh();
     formatBar_->refresh();
     updateStatus();
+}
+
+void MainWindow::stepSheet(int step) {
+    const std::vector<size_t>& order = tabs_->tabSheets();
+    auto at = std::find(order.begin(), order.end(), static_cast<size_t>(editor_->activeSheetIndex));
+    if (at == order.end()) return;
+    const auto index = (at - order.begin()) + step;
+    if (index >= 0 && index < static_cast<std::ptrdiff_t>(order.size()))
+        tabs_->activateSheet(order[static_cast<size_t>(index)]);
 }
 
 void MainWindow::replaceDocument(SumoraDocument document) {

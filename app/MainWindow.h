@@ -113,6 +113,8 @@ class MainWindow : public QMainWindow, public DocumentContext {
     void applyLayoutIfChanged();
     void followInternalLink(const QString& location);
     void sheetSwitched();
+    // Ctrl+PgUp / Ctrl+PgDn: the neighbouring visible sheet in tab order.
+    void stepSheet(int step);
     void replaceDocument(SumoraDocument document);
 
     std::unique_ptr<SumoraDocument> document_;

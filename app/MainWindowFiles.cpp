@@ -14,35 +14,17 @@
 #include "app/DocumentWindows.h"
 #include "app/MainWindow.h"
 #include "app/RecentFiles.h"
+#include "app/SaveAsTarget.h"
 #include "app/Settings.h"
 #include "app/SheetGridView.h"
-#include "values/Log.h"
 #include "engine/Recalculation.h"
 #include "formats/FileErrors.h"
 #include "functions/BuiltinFunctions.h"
+#include "values/Log.h"
 
 namespace sumora::app {
 
 namespace {
-
-struct SaveFilter {
-    FileType type;
-    QString settingValue;
-    QString filter;
-    QString suffix;
-};
-
-const QList<SaveFilter>& saveFilters() {
-    static const QList<SaveFilter> filters = {
-        {FileType::xlsx, QStringLiteral("xlsx"), QObject::tr("XLSX Workbook (*.xlsx)"),
-         QStringLiteral("xlsx")},
-        {FileType::ods, QStringLiteral("ods"), QObject::tr("OpenDocument Spreadsheet (*.ods)"),
-         QStringLiteral("ods")},
-        {FileType::csv, QStringLiteral("csv"), QObject::tr("Comma-Separated Values (*.csv)"),
-         QStringLiteral("csv")},
-    };
-    return filters;
-}
 
 QString messageOf(const std::exception_ptr& failure) {
     try {
@@ -60,9 +42,8 @@ bool MainWindow::loadFile(const QString& path) {
     const QString name = QFileInfo(path).fileName();
     auto loaded = std::make_shared<SumoraDocument>(SumoraDocument::empty());
     const std::string file = path.toStdString();
-    std::exception_ptr failure = runWithProgress(this, tr("Opening “%1”…").arg(name), [loaded, file] {
-        *loaded = openDocumentFile(file);
-    });
+    std::exception_ptr failure = runWithProgress(this, tr("Opening “%1”…").arg(name),
+                                                 [loaded, file] { *loaded = openDocumentFile(file); });
     if (failure) {
         showAlert(this, tr("The document “%1” could not be opened.").arg(name), messageOf(failure));
         return false;
@@ -82,9 +63,8 @@ bool MainWindow::loadFile(const QString& path) {
 bool MainWindow::loadRecovered(const QString& recoveryPath, const QString& name) {
     auto loaded = std::make_shared<SumoraDocument>(SumoraDocument::empty());
     const std::string file = recoveryPath.toStdString();
-    std::exception_ptr failure = runWithProgress(this, tr("Restoring “%1”…").arg(name), [loaded, file] {
-        *loaded = openDocumentFile(file);
-    });
+    std::exception_ptr failure = runWithProgress(this, tr("Restoring “%1”…").arg(name),
+                                                 [loaded, file] { *loaded = openDocumentFile(file); });
     if (failure) {
         showAlert(this, tr("The recovered document “%1” could not be opened.").arg(name), messageOf(failure));
         return false;
@@ -119,11 +99,8 @@ bool MainWindow::saveAs() {
     QString path = QFileDialog::getSaveFileName(this, tr("Save As"), start,
                                                 filters.join(QStringLiteral(";;")), &selected);
     if (path.isEmpty()) return false;
-    const SaveFilter* chosen = &saveFilters().front();
-    for (const SaveFilter& f : saveFilters())
-        if (f.filter == selected) chosen = &f;
-    if (QFileInfo(path).suffix().isEmpty()) path += QLatin1Char('.') + chosen->suffix;
-    return saveTo(path, chosen->type);
+    const SaveAsTarget target = saveAsTarget(path, selected);
+    return saveTo(target.path, target.type);
 }
 
 bool MainWindow::saveTo(const QString& path, FileType type) {

@@ -6,12 +6,17 @@
 #include <QAction>
 #include <QApplication>
 #include <QDockWidget>
+#include <QInputDialog>
+#include <QLineEdit>
 #include <QMenuBar>
 #include <QMessageBox>
 
+#include "app/Alerts.h"
 #include "app/DocumentWindows.h"
 #include "app/FormatBar.h"
+#include "app/FormulaBar.h"
 #include "app/MainWindow.h"
+#include "app/PasteGuard.h"
 #include "app/RecentFiles.h"
 #include "app/Settings.h"
 #include "app/SettingsWindow.h"
@@ -94,17 +99,27 @@ void MainWindow::buildEditMenu() {
                [this] { runCommand([this] { editor_->cutSelection(); }); });
     addCommand(edit, QStringLiteral("copy"), tr("Copy"), QKeySequence::Copy,
                [this] { editor_->copySelection(); });
+    // A block that would reach past the sheet's last row or column is refused whole.
+    auto pasteIfFits = [this](const std::function<void()>& paste) {
+        const QString text = QString::fromStdString(editor_->clipboard->text().value_or(std::string()));
+        if (auto refusal = pasteRefusal(*editor_, text))
+            return showAlert(this, tr("The cells cannot be pasted here."), *refusal);
+        runCommand(paste);
+    };
     addCommand(edit, QStringLiteral("paste"), tr("Paste"), QKeySequence::Paste,
-               [this] { runCommand([this] { editor_->paste(); }); });
+               [this, pasteIfFits] { pasteIfFits([this] { editor_->paste(); }); });
     QMenu* special = edit->addMenu(tr("Paste Special"));
     special->setObjectName(QStringLiteral("pasteSpecialMenu"));
     addCommand(special, QStringLiteral("pasteValues"), tr("Paste only cell values"),
-               QKeySequence(QStringLiteral("Ctrl+Shift+V")),
-               [this] { runCommand([this] { editor_->pasteSpecial(PasteMode::valuesOnly); }); });
-    addCommand(special, QStringLiteral("pasteFormulas"), tr("Paste only formulas"), {},
-               [this] { runCommand([this] { editor_->pasteSpecial(PasteMode::formulasOnly); }); });
-    addCommand(special, QStringLiteral("pasteFormatting"), tr("Paste only formatting"), {},
-               [this] { runCommand([this] { editor_->pasteSpecial(PasteMode::formattingOnly); }); });
+               QKeySequence(QStringLiteral("Ctrl+Shift+V")), [this, pasteIfFits] {
+                   pasteIfFits([this] { editor_->pasteSpecial(PasteMode::valuesOnly); });
+               });
+    addCommand(special, QStringLiteral("pasteFormulas"), tr("Paste only formulas"), {}, [this, pasteIfFits] {
+        pasteIfFits([this] { editor_->pasteSpecial(PasteMode::formulasOnly); });
+    });
+    addCommand(
+        special, QStringLiteral("pasteFormatting"), tr("Paste only formatting"), {},
+        [this, pasteIfFits] { pasteIfFits([this] { editor_->pasteSpecial(PasteMode::formattingOnly); }); });
     addCommand(edit, QStringLiteral("clearContents"), tr("Clear Contents"), {},
                [this] { runCommand([this] { editor_->clearContents(); }); });
     edit->addSeparator();
@@ -114,7 +129,14 @@ void MainWindow::buildEditMenu() {
                [this] { runCommand([this] { editor_->fillRight(); }); });
     edit->addSeparator();
     addCommand(edit, QStringLiteral("selectAll"), tr("Select All"), QKeySequence::SelectAll,
-               [this] { grid_->selectRange(0, 0, model_->rowCount() - 1, model_->columnCount() - 1); });
+               [this] { grid_->selectAllStep(); });
+    addCommand(edit, QStringLiteral("goTo"), tr("Go To…"), QKeySequence(QStringLiteral("Ctrl+G")), [this] {
+        bool ok = false;
+        const QString text =
+            QInputDialog::getText(this, tr("Go To"), tr("Reference or name:"), QLineEdit::Normal,
+                                  formulaBar_->addressField()->text(), &ok);
+        if (ok && !text.trimmed().isEmpty()) formulaBar_->goTo(text);
+    })->setShortcuts({QKeySequence(QStringLiteral("Ctrl+G")), QKeySequence(Qt::Key_F5)});
     addCommand(edit, QStringLiteral("editCell"), tr("Edit Cell"), QKeySequence(Qt::Key_F2), [this] {
         grid_->startEditing();
     })->setShortcutContext(Qt::WidgetShortcut); // the grid handles F2 itself

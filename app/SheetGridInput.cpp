@@ -39,29 +39,10 @@ bool isPlainText(const QKeyEvent* event) {
 } // namespace
 
 void SheetGridView::moveCurrent(int row, int column, bool extend) {
+    if (extend) return extendSelectionTo(row, column);
     row = std::clamp(row, 0, std::max(0, model_.rowCount() - 1));
     column = std::clamp(column, 0, std::max(0, model_.columnCount() - 1));
-    const QModelIndex target = model_.index(row, column);
-    if (!target.isValid()) return;
-    if (!extend) {
-        selectCell(row, column);
-        return;
-    }
-    // The anchor is the corner of the selection opposite the current cell.
-    const QModelIndex current = currentIndex();
-    auto range = selectedRange();
-    int anchorRow = row, anchorCol = column;
-    if (range && current.isValid()) {
-        anchorRow = current.row() == range->maxRow() ? static_cast<int>(range->minRow())
-                                                     : static_cast<int>(range->maxRow());
-        anchorCol = current.column() == range->maxCol() ? static_cast<int>(range->minCol())
-                                                        : static_cast<int>(range->maxCol());
-    }
-    selectionModel()->setCurrentIndex(target, QItemSelectionModel::NoUpdate);
-    selectionModel()->select(QItemSelection(model_.index(anchorRow, anchorCol), target),
-                             QItemSelectionModel::ClearAndSelect);
-    scrollTo(target);
-    syncEditorSelection();
+    if (model_.index(row, column).isValid()) selectCell(row, column);
 }
 
 void SheetGridView::moveAfterEdit(QAbstractItemDelegate::EndEditHint hint) {
@@ -69,10 +50,15 @@ void SheetGridView::moveAfterEdit(QAbstractItemDelegate::EndEditHint hint) {
     if (!c.isValid()) return;
     const bool back = QApplication::keyboardModifiers() & Qt::ShiftModifier;
     switch (hint) {
-    case QAbstractItemDelegate::SubmitModelCache:
-        moveCurrent(c.row() + (back ? -1 : 1), c.column(), false);
+    case QAbstractItemDelegate::SubmitModelCache: {
+        // Enter after a run of Tabs goes back to the column the run began in.
+        const int column = back ? c.column() : tabRunStart_.value_or(c.column());
+        tabRunStart_.reset();
+        moveCurrent(c.row() + (back ? -1 : 1), column, false);
         break;
+    }
     case QAbstractItemDelegate::EditNextItem:
+        if (!tabRunStart_) tabRunStart_ = c.column();
         moveCurrent(c.row(), c.column() + 1, false);
         break;
     case QAbstractItemDelegate::EditPreviousItem:
@@ -105,14 +91,18 @@ void SheetGridView::keyPressEvent(QKeyEvent* event) {
     }
     if (!c.isValid() || isEditing()) return QTableView::keyPressEvent(event);
     const Sheet* sheet = model_.sheet();
+    if (handleMappedKey(event)) return;
+    // Shift+keys move the selection's far corner; the active cell stays.
+    const QModelIndex from = shift ? movingCorner() : c;
 
     switch (key) {
     case Qt::Key_Return:
     case Qt::Key_Enter:
-        return moveCurrent(c.row() + (shift ? -1 : 1), c.column(), false);
+        return moveAfterEdit(QAbstractItemDelegate::SubmitModelCache);
     case Qt::Key_Tab:
-        return moveCurrent(c.row(), c.column() + 1, false);
+        return moveAfterEdit(QAbstractItemDelegate::EditNextItem);
     case Qt::Key_Backtab:
+        tabRunStart_.reset();
         return moveCurrent(c.row(), c.column() - 1, false);
     case Qt::Key_F2:
         return startEditing();
@@ -123,33 +113,33 @@ void SheetGridView::keyPressEvent(QKeyEvent* event) {
         emit cellsEdited();
         return;
     case Qt::Key_Home:
-        return ctrl ? moveCurrent(0, 0, shift) : moveCurrent(c.row(), 0, shift);
+        tabRunStart_.reset();
+        return ctrl ? moveCurrent(0, 0, shift) : moveCurrent(from.row(), 0, shift);
     case Qt::Key_End:
+        tabRunStart_.reset();
         if (sheet) {
             const auto used = sheet->usedExtent();
             if (ctrl)
-                return moveCurrent(static_cast<int>(used.rows - 1), static_cast<int>(used.cols - 1), shift);
-            const int64_t lastInRow = sheet->storedColumnCount(c.row()) - 1;
-            return moveCurrent(c.row(), static_cast<int>(std::max<int64_t>(0, lastInRow)), shift);
+                return moveCurrent(static_cast<int>(std::max<int64_t>(0, used.rows - 1)),
+                                   static_cast<int>(std::max<int64_t>(0, used.cols - 1)), shift);
+            const int64_t lastInRow = sheet->storedColumnCount(from.row()) - 1;
+            return moveCurrent(from.row(), static_cast<int>(std::max<int64_t>(0, lastInRow)), shift);
         }
         break;
     case Qt::Key_Up:
     case Qt::Key_Down:
     case Qt::Key_Left:
-    case Qt::Key_Right:
+    case Qt::Key_Right: {
+        tabRunStart_.reset();
+        const int dRow = key == Qt::Key_Up ? -1 : key == Qt::Key_Down ? 1 : 0;
+        const int dCol = key == Qt::Key_Left ? -1 : key == Qt::Key_Right ? 1 : 0;
         if (ctrl && sheet) {
-            const int dRow = key == Qt::Key_Up ? -1 : key == Qt::Key_Down ? 1 : 0;
-            const int dCol = key == Qt::Key_Left ? -1 : key == Qt::Key_Right ? 1 : 0;
-            const GridPoint to = dataEdge(*sheet, {c.row(), c.column()}, dRow, dCol);
+            const GridPoint to = dataEdge(*sheet, {from.row(), from.column()}, dRow, dCol, model_.rowCount(),
+                                          model_.columnCount());
             return moveCurrent(static_cast<int>(to.row), static_cast<int>(to.col), shift);
         }
-        if (shift) {
-            const int dRow = key == Qt::Key_Up ? -1 : key == Qt::Key_Down ? 1 : 0;
-            const int dCol = key == Qt::Key_Left ? -1 : key == Qt::Key_Right ? 1 : 0;
-            return moveCurrent(c.row() + dRow, c.column() + dCol, true);
-        }
-        return moveCurrent(c.row() + (key == Qt::Key_Down) - (key == Qt::Key_Up),
-                           c.column() + (key == Qt::Key_Right) - (key == Qt::Key_Left), false);
+        return moveCurrent(from.row() + dRow, from.column() + dCol, shift);
+    }
     default:
         break;
     }
@@ -196,7 +186,15 @@ void SheetGridView::mousePressEvent(QMouseEvent* event) {
         fillTarget_ = fillSource_;
         return;
     }
+    tabRunStart_.reset();
+    const QModelIndex at = indexAt(pos);
+    if ((event->modifiers() & Qt::ShiftModifier) && at.isValid() && currentIndex().isValid() &&
+        !isEditing()) {
+        extendSelectionTo(at.row(), at.column());
+        return;
+    }
     QTableView::mousePressEvent(event);
+    dragAnchor_ = at.isValid() && !(event->modifiers() & Qt::ControlModifier) ? at : QModelIndex();
 }
 
 // Addresses outside the workbook open in the desktop's handler (browser,
@@ -251,12 +249,22 @@ void SheetGridView::mouseMoveEvent(QMouseEvent* event) {
     if (!(event->buttons() & Qt::LeftButton))
         viewport()->setCursor(fillHandleRect().adjusted(-2, -2, 2, 2).contains(pos) ? Qt::CrossCursor
                                                                                     : Qt::ArrowCursor);
+    if ((event->buttons() & Qt::LeftButton) && dragAnchor_.isValid() && !isEditing()) {
+        const QModelIndex at = indexAt(pos);
+        if (at.isValid()) {
+            if (currentIndex() != dragAnchor_)
+                selectionModel()->setCurrentIndex(dragAnchor_, QItemSelectionModel::NoUpdate);
+            extendSelectionTo(at.row(), at.column());
+        }
+        return;
+    }
     QTableView::mouseMoveEvent(event);
 }
 
 void SheetGridView::mouseReleaseEvent(QMouseEvent* event) {
     if (picking_) return pickRelease();
     if (fillSource_) return finishFillDrag();
+    dragAnchor_ = QModelIndex();
     QTableView::mouseReleaseEvent(event);
 }
 

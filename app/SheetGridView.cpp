@@ -67,6 +67,11 @@ SheetGridView::SheetGridView(SheetTableModel& model, QWidget* parent)
     connect(verticalHeader(), &QHeaderView::sectionResized, this,
             [this](int i, int, int size) { onSectionResized(Qt::Vertical, i, size); });
     connect(&model_, &QAbstractItemModel::modelReset, this, [this] { applySheetLayout(); });
+    connect(delegate_, &CellDelegate::moveRequested, this, [this](int dRow, int dCol) {
+        const QModelIndex c = currentIndex();
+        tabRunStart_.reset();
+        if (c.isValid()) moveCurrent(c.row() + dRow, c.column() + dCol, false);
+    });
     applySheetLayout();
 }
 
@@ -152,6 +157,7 @@ void SheetGridView::applyLayoutTo(QTableView& view) {
             };
             hide(rows, sheet->hiddenRows);
             hide(columns, sheet->hiddenColumns);
+            fitWrappedRowsIn(view, 0, sheet->storedRowCount() - 1);
             if (editor().autoFilter.enabled) {
                 const int64_t used = std::min<int64_t>(sheet->usedExtent().rows, rows->count());
                 for (int64_t r = 0; r < used; ++r)
@@ -231,6 +237,7 @@ void SheetGridView::syncEditorSelection() {
     else
         ed.activeCell.reset();
     ed.selection = selectedRange();
+    if (ed.selection) ed.selection = commandRange(*ed.selection);
     viewport()->update();
     frozen_->repaint();
     emit selectionMoved();

@@ -41,11 +41,22 @@ class SheetGridView : public QTableView {
     // Re-reads the sheet's sizes, merges, frozen panes and filtered rows
     // (after a sheet switch, a file load or a structural command).
     void applySheetLayout();
+    // Rows without an explicit height take the height their wrapped text
+    // needs, and go back to the default when it needs none (AutoRowHeights.cpp).
+    void fitWrappedRows(int64_t first, int64_t last);
     // Re-reads only which rows the filter hides.
     void applyRowVisibility();
     // Selects a cell (and makes it current), or a block of cells.
     void selectCell(int row, int column);
     void selectRange(int top, int left, int bottom, int right);
+    // Selects from the active cell to (row, column); the active cell stays
+    // where it is, as Shift+arrows and Shift+click do (GridKeyMap.cpp).
+    void extendSelectionTo(int row, int column);
+    // Ctrl+A: the used area first, the whole sheet when that is selected.
+    void selectAllStep();
+    // Ctrl+Space / Shift+Space: the whole columns / rows of the selection.
+    void selectWholeColumns();
+    void selectWholeRows();
     // Starts editing the current cell, replacing its content with `text`
     // when given (type-to-edit), else from its content (F2).
     void startEditing(std::optional<QString> text = std::nullopt);
@@ -84,6 +95,10 @@ class SheetGridView : public QTableView {
     void rangePicked(const QString& reference);
     void pickingCommitRequested();
     void pickingCancelRequested();
+    // Ctrl+PgUp / Ctrl+PgDn: the previous (-1) or next (+1) sheet.
+    void sheetStepRequested(int step);
+    // Ctrl+wheel: zoom in (positive) or out by whole wheel steps.
+    void zoomStepRequested(int steps);
 
   protected:
     void keyPressEvent(QKeyEvent* event) override;
@@ -97,6 +112,7 @@ class SheetGridView : public QTableView {
     void selectionChanged(const QItemSelection& selected, const QItemSelection& deselected) override;
     void closeEditor(QWidget* editor, QAbstractItemDelegate::EndEditHint hint) override;
     void updateGeometries() override;
+    void wheelEvent(QWheelEvent* event) override;
 
   private:
     void syncEditorSelection();
@@ -106,6 +122,14 @@ class SheetGridView : public QTableView {
     void moveCurrent(int row, int column, bool extend);
     void onSectionResized(Qt::Orientation orientation, int index, int newSize);
     void finishFillDrag();
+    void fitWrappedRowsIn(QTableView& view, int64_t first, int64_t last);
+    // Keys beyond plain movement (GridKeyMap.cpp); true when handled.
+    bool handleMappedKey(QKeyEvent* event);
+    // The selection's corner opposite the active cell: where Shift+keys move.
+    QModelIndex movingCorner() const;
+    // The selection as commands see it: whole rows and columns are cut to
+    // the sheet's grid so that formatting a column stores no million cells.
+    SelectionRange commandRange(const SelectionRange& shown) const;
 
     SheetTableModel& model_;
     CellDelegate* delegate_;
@@ -118,6 +142,11 @@ class SheetGridView : public QTableView {
     // Fill-handle drag: the source block and the block it is extended over.
     std::optional<SelectionRange> fillSource_;
     std::optional<SelectionRange> fillTarget_;
+
+    // Tab moves along a row; Enter then returns to the column it started in.
+    std::optional<int> tabRunStart_;
+    // A mouse drag selects from where it was pressed; the active cell stays there.
+    QPersistentModelIndex dragAnchor_;
 
     bool picking_ = false;
     std::optional<QModelIndex> pickAnchor_;

@@ -4,6 +4,7 @@
 
 #include "document/ColumnLetters.h"
 #include "editing/ConditionalFormulas.h"
+#include "editing/GoToTarget.h"
 #include "editing/SumoraEditorView.h"
 
 namespace sumora::app {
@@ -12,6 +13,16 @@ namespace {
 
 int clampedCount(int64_t n) {
     return static_cast<int>(std::clamp<int64_t>(n, 0, INT_MAX));
+}
+
+// The view shows the whole grid a sheet may address; the sheet stores only
+// what was written, and grows (ensureGridSize) when a command writes further.
+int shownRows(const Sheet* s) {
+    return s ? clampedCount(std::max(s->rowCount(), kSheetRowLimit)) : 0;
+}
+
+int shownColumns(const Sheet* s) {
+    return s ? clampedCount(std::max(s->columnCount(), kSheetColumnLimit)) : 0;
 }
 
 } // namespace
@@ -24,10 +35,8 @@ SheetTableModel::SheetTableModel(SumoraEditorView& editor, QObject* parent)
             if (&sheets[i] == &sheet) return conditionalFormulaNumbers(editor_.document, i);
         return {};
     });
-    if (const Sheet* s = sheet()) {
-        rows_ = clampedCount(s->rowCount());
-        columns_ = clampedCount(s->columnCount());
-    }
+    rows_ = shownRows(sheet());
+    columns_ = shownColumns(sheet());
 }
 
 const Sheet* SheetTableModel::sheet() const {
@@ -112,16 +121,16 @@ void SheetTableModel::reload() {
     beginResetModel();
     appearances_.beginPaint(nullptr);
     const Sheet* s = sheet();
-    rows_ = s ? clampedCount(s->rowCount()) : 0;
-    columns_ = s ? clampedCount(s->columnCount()) : 0;
+    rows_ = shownRows(s);
+    columns_ = shownColumns(s);
     endResetModel();
 }
 
 void SheetTableModel::refreshCells() {
     const Sheet* s = sheet();
     appearances_.beginPaint(nullptr);
-    const int rows = s ? clampedCount(s->rowCount()) : 0;
-    const int columns = s ? clampedCount(s->columnCount()) : 0;
+    const int rows = shownRows(s);
+    const int columns = shownColumns(s);
     if (rows < rows_ || columns < columns_) {
         reload();
         return;

@@ -412,8 +412,11 @@ const FindResult& SumoraEditorView::replaceAllMatches(const FindRequest& request
     }
     CellChangeRecord record = endCellChanges();
     record.dropUnchanged();
+    const size_t replaced = record.size();
     registerCellChanges("Replace All", std::move(record), UndoRecalculation::wholeSheet);
-    return performFind(request);
+    performFind(request);
+    findResult_.replacedCells = replaced;
+    return findResult_;
 }
 
 // ---- text to columns -------------------------------------------------------------

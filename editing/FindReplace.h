@@ -31,7 +31,8 @@ struct FindRequest {
 struct FindResult {
     std::vector<CellPosition> matches; // row-major
     std::optional<size_t> currentMatchIndex;
-    std::string statusText; // "No matches", "2 of 5"
+    std::string statusText;   // "No matches", "2 of 5"
+    size_t replacedCells = 0; // set by Replace All: the cells whose content changed
 };
 
 } // namespace sumora

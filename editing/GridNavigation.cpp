@@ -13,7 +13,10 @@ bool filled(const Sheet& sheet, int64_t row, int64_t col) {
 } // namespace
 
 GridPoint dataEdge(const Sheet& sheet, GridPoint from, int dRow, int dCol) {
-    const int64_t rows = sheet.rowCount(), cols = sheet.columnCount();
+    return dataEdge(sheet, from, dRow, dCol, sheet.rowCount(), sheet.columnCount());
+}
+
+GridPoint dataEdge(const Sheet& sheet, GridPoint from, int dRow, int dCol, int64_t rows, int64_t cols) {
     auto inside = [&](int64_t r, int64_t c) { return r >= 0 && c >= 0 && r < rows && c < cols; };
     GridPoint next{from.row + dRow, from.col + dCol};
     if (!inside(next.row, next.col)) return from;
@@ -25,11 +28,12 @@ GridPoint dataEdge(const Sheet& sheet, GridPoint from, int dRow, int dCol) {
         }
         return next;
     }
-    // Searching downwards past the stored rows finds nothing: jump to the edge
-    // rather than walking a million empty rows.
+    // Searching down or right past the stored cells finds nothing: jump to
+    // the edge rather than walking a million empty rows.
     const int64_t lastStored = sheet.storedRowCount() - 1;
     while (!filled(sheet, next.row, next.col)) {
         if (dRow > 0 && next.row >= lastStored) return {rows - 1, next.col};
+        if (dCol > 0 && next.col >= sheet.storedColumnCount(next.row) - 1) return {next.row, cols - 1};
         if (!inside(next.row + dRow, next.col + dCol)) return next;
         next.row += dRow;
         next.col += dCol;

@@ -17,5 +17,8 @@ struct GridPoint {
 // last cell of that run; otherwise to the next cell with content, or to the
 // edge of the grid when there is none. `dRow`/`dCol` is one unit step.
 GridPoint dataEdge(const Sheet& sheet, GridPoint from, int dRow, int dCol);
+// The same over a grid of `rows` × `cols` (the view shows more than the sheet
+// stores: moving off the data reaches the last row or column of that grid).
+GridPoint dataEdge(const Sheet& sheet, GridPoint from, int dRow, int dCol, int64_t rows, int64_t cols);
 
 } // namespace sumora

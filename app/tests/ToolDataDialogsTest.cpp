@@ -138,6 +138,7 @@ class ToolDataDialogsTest : public QObject {
         bar->replaceField()->setText(QStringLiteral("Bergen"));
         bar->replaceAll();
         QCOMPARE(column(1, 6), QStringList({"City", "Bergen", "Rome", "Bergen", "Bergen", "Rome"}));
+        QCOMPARE(bar->statusLabel()->text(), QStringLiteral("Replaced 3 cells"));
         QCOMPARE(*window->undoManager().undoActionName(), std::string("Replace All"));
     }
 

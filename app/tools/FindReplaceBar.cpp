@@ -8,6 +8,7 @@
 #include <QPushButton>
 
 #include "app/tools/ToolSupport.h"
+#include "editing/SumoraEditorView.h"
 
 namespace sumora::app {
 
@@ -101,7 +102,10 @@ void FindReplaceBar::replaceCurrent() {
 }
 
 void FindReplaceBar::replaceAll() {
-    showResult(context_.editor().replaceAllMatches(request()), true);
+    const FindResult& result = context_.editor().replaceAllMatches(request());
+    showResult(result, true);
+    const auto changed = static_cast<qsizetype>(result.replacedCells);
+    status_->setText(changed == 1 ? tr("Replaced 1 cell") : tr("Replaced %1 cells").arg(changed));
 }
 
 void FindReplaceBar::keyPressEvent(QKeyEvent* event) {

@@ -1,0 +1,91 @@
+// How cell text takes its room: long text runs on over empty neighbours
+// (right for left-aligned, left for right-aligned) and stops at the next
+// value, even when only the neighbour is repainted; wrapped text makes its
+// row taller and unwrapping shrinks it back; the default font is the
+// settings' font.
+#include <QAction>
+#include <QImage>
+
+#include "AppTestSupport.h"
+#include "app/Settings.h"
+
+using namespace sumora;
+using namespace sumora::app;
+using namespace sumora::app::test;
+
+namespace {
+
+const char* const kLong = "WWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWW";
+
+} // namespace
+
+class CellTextLayoutTest : public QObject {
+    Q_OBJECT
+
+    MainWindow* window = nullptr;
+    SheetGridView* grid() { return window->grid(); }
+
+    // Dark pixels inside the cell, painted on their own: a repaint of just that cell.
+    int inkIn(int row, int col) {
+        const QRect cell = grid()->visualRect(window->sheetModel()->index(row, col)).adjusted(3, 3, -3, -3);
+        const QImage image = grid()->viewport()->grab(cell).toImage();
+        int dark = 0;
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                if (qGray(image.pixel(x, y)) < 128) ++dark;
+        return dark;
+    }
+
+  private slots:
+    void init() {
+        SumoraDocument doc;
+        Sheet& s = doc.sheets[0];
+        s.cellForWriting(0, 0).setValue(kLong); // runs over B1…
+        s.cellForWriting(1, 0).setValue(kLong); // …but not over B2, which holds a value
+        s.cellForWriting(1, 1).setValue("x");
+        s.cellForWriting(2, 0).setValue("123456789012345678901234567890"); // numbers never run on
+        Cell& right = s.cellForWriting(3, 4);
+        right.setValue(kLong);
+        right.updateFormat([](CellFormat& f) { f.alignment = CellAlignment::right; });
+        window = openWindow(std::move(doc));
+        grid()->selectCell(10, 10);
+        QApplication::processEvents();
+    }
+    void cleanup() { discardWindow(window); }
+
+    void longTextRunsOverEmptyNeighboursOnly() {
+        QVERIFY(inkIn(0, 1) > 0); // A1's text in B1
+        QVERIFY(inkIn(0, 2) > 0); // and C1
+        QCOMPARE(inkIn(2, 1), 0); // the number stays in A3
+        QVERIFY(inkIn(3, 3) > 0); // right-aligned E4 runs left into D4
+        QCOMPARE(inkIn(3, 5), 0); // not right
+        // B2 shows only its own "x": much less ink than a run of W's.
+        QVERIFY(inkIn(1, 1) < inkIn(0, 1) / 2);
+    }
+
+    void wrappedTextGrowsItsRowAndUnwrappingShrinksIt() {
+        const int standard = grid()->rowHeight(0);
+        window->editor().setCellValue({0, 0}, "words that need several lines in a column of the default width");
+        window->documentChanged();
+        QCOMPARE(grid()->rowHeight(0), standard);
+        grid()->selectCell(0, 0);
+        window->action(QStringLiteral("wrapText"))->trigger();
+        QVERIFY2(grid()->rowHeight(0) > 2 * standard, qPrintable(QString::number(grid()->rowHeight(0))));
+        QVERIFY(!window->document().sheets[0].rowHeights.count(0)); // nothing stored
+        window->action(QStringLiteral("wrapText"))->trigger();
+        QCOMPARE(grid()->rowHeight(0), standard);
+    }
+
+    void cellsUseTheSettingsFont() {
+        Settings::instance().setValue(settingsKey::defaultFontName, QStringLiteral("DejaVu Serif"));
+        Settings::instance().setValue(settingsKey::defaultFontSize, 15.0);
+        const CellAppearance a = window->sheetModel()->appearance(window->sheetModel()->index(0, 0));
+        QCOMPARE(a.font.family(), QStringLiteral("DejaVu Serif"));
+        QCOMPARE(a.font.pointSizeF(), 15.0);
+        Settings::instance().setValue(settingsKey::defaultFontName, QStringLiteral("SF Mono"));
+        Settings::instance().setValue(settingsKey::defaultFontSize, 12.0);
+    }
+};
+
+SUMORA_APP_TEST_MAIN(CellTextLayoutTest)
+#include "CellTextLayoutTest.moc"

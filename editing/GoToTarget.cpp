@@ -1,0 +1,92 @@
+#include "editing/GoToTarget.h"
+
+#include <algorithm>
+#include <cctype>
+#include <string>
+
+#include "document/ColumnLetters.h"
+
+namespace sumora {
+
+namespace {
+
+std::string_view trimmed(std::string_view s) {
+    while (!s.empty() && std::isspace(static_cast<unsigned char>(s.front())))
+        s.remove_prefix(1);
+    while (!s.empty() && std::isspace(static_cast<unsigned char>(s.back())))
+        s.remove_suffix(1);
+    return s;
+}
+
+bool equalsIgnoringCase(std::string_view a, std::string_view b) {
+    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+               return std::tolower(static_cast<unsigned char>(x)) ==
+                      std::tolower(static_cast<unsigned char>(y));
+           });
+}
+
+std::optional<size_t> sheetNamed(const SumoraDocument& document, std::string_view name) {
+    for (size_t i = 0; i < document.sheets.size(); ++i)
+        if (equalsIgnoringCase(document.sheets[i].name, name)) return i;
+    return std::nullopt;
+}
+
+std::optional<ColRow> cellInGrid(std::string_view text) {
+    auto at = parseCellAddress(trimmed(text));
+    if (!at || at->col >= kSheetColumnLimit || at->row >= kSheetRowLimit) return std::nullopt;
+    return at;
+}
+
+} // namespace
+
+std::optional<GoToTarget> resolveGoToTarget(const SumoraDocument& document, size_t activeSheet,
+                                            std::string_view text) {
+    text = trimmed(text);
+    if (text.empty() || document.sheets.empty()) return std::nullopt;
+    GoToTarget target;
+    target.sheetIndex = std::min(activeSheet, document.sheets.size() - 1);
+
+    // A sheet prefix: "Name!" or "'Name with spaces'!" (a doubled quote is one quote).
+    std::string_view reference = text;
+    if (const size_t bang = text.rfind('!'); bang != std::string_view::npos) {
+        std::string name(trimmed(text.substr(0, bang)));
+        if (name.size() >= 2 && name.front() == '\'' && name.back() == '\'') {
+            name = name.substr(1, name.size() - 2);
+            for (size_t q = name.find("''"); q != std::string::npos; q = name.find("''", q + 1))
+                name.erase(q, 1);
+        }
+        auto sheet = sheetNamed(document, name);
+        if (!sheet) return std::nullopt;
+        target.sheetIndex = *sheet;
+        reference = text.substr(bang + 1);
+    }
+
+    const size_t colon = reference.find(':');
+    auto first = cellInGrid(reference.substr(0, colon));
+    auto last = colon == std::string_view::npos ? first : cellInGrid(reference.substr(colon + 1));
+    if (first && last) {
+        target.top = std::min(first->row, last->row);
+        target.bottom = std::max(first->row, last->row);
+        target.left = std::min(first->col, last->col);
+        target.right = std::max(first->col, last->col);
+        return target;
+    }
+    if (reference.size() != text.size()) return std::nullopt;
+
+    for (const NamedRange& named : document.namedRanges) {
+        if (!equalsIgnoringCase(named.name, text)) continue;
+        if (named.sheetName) {
+            auto sheet = sheetNamed(document, *named.sheetName);
+            if (!sheet) return std::nullopt;
+            target.sheetIndex = *sheet;
+        }
+        target.top = std::clamp<int64_t>(std::min(named.startRow, named.endRow), 0, kSheetRowLimit - 1);
+        target.bottom = std::clamp<int64_t>(std::max(named.startRow, named.endRow), 0, kSheetRowLimit - 1);
+        target.left = std::clamp<int64_t>(std::min(named.startCol, named.endCol), 0, kSheetColumnLimit - 1);
+        target.right = std::clamp<int64_t>(std::max(named.startCol, named.endCol), 0, kSheetColumnLimit - 1);
+        return target;
+    }
+    return std::nullopt;
+}
+
+} // namespace sumora
