@@ -309,8 +309,10 @@ std::string worksheetXml(const Sheet& sheet, SharedStringTable& strings, StylesW
     appendMergeCells(out, sheet);
     appendConditionalFormatting(out, sheet, styles);
     appendDataValidations(out, sheet);
+    out += links.carriedBeforeDrawings;
     if (links.drawing) out += "<drawing r:id=\"" + *links.drawing + "\"/>";
     if (links.legacyDrawing) out += "<legacyDrawing r:id=\"" + *links.legacyDrawing + "\"/>";
+    out += links.carriedAfterDrawings;
     out += "</worksheet>";
     return out;
 }

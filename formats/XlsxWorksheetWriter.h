@@ -18,6 +18,9 @@ class StylesWriter;
 struct WorksheetLinks {
     std::optional<std::string> drawing;       // the charts
     std::optional<std::string> legacyDrawing; // the comments' note shapes
+    // Elements kept from the opened file that go before and after the two
+    // above (see XlsxRemainderWriter), in the format's order.
+    std::string carriedBeforeDrawings, carriedAfterDrawings;
 };
 
 std::string worksheetXml(const Sheet& sheet, SharedStringTable& strings, StylesWriter& styles,
