@@ -74,6 +74,8 @@ class AnchorHandler : public XmlHandler {
 } // namespace
 
 std::optional<DrawingPart> readDrawingPart(std::string_view xml) {
+    XmlHandler wellFormed; // the spans below assume it
+    XmlReader::parse(xml, wellFormed);
     auto root = xml::rootChildren(xml);
     if (!root) return std::nullopt;
     DrawingPart part;

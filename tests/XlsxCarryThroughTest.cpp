@@ -213,7 +213,7 @@ TEST(XlsxCarryThrough, PartsFollowTheirSheetAndGoWithIt) {
 }
 
 TEST(XlsxCarryThrough, DamagedChartsAndDrawingsCostOnlyThemselves) {
-    Package plain(Package(richPackage()));
+    const Package plain(richPackage());
     const std::string chart = "xl/charts/chart1.xml";
     const std::string drawing = "xl/drawings/drawing1.xml";
     std::string outside = plain[drawing];

@@ -24,6 +24,19 @@ std::string fileBytes(const std::string& path) {
     return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
+// The fields of a chart, for readable failures.
+std::string described(const EmbeddedChart& c) {
+    std::ostringstream out;
+    out << rawText(c.chartType) << " '" << c.title << "' " << c.dataStartCol << "," << c.dataStartRow << ":"
+        << c.dataEndCol << "," << c.dataEndRow << " header " << c.hasHeaderRow << " categories "
+        << c.hasCategoryColumn << " at " << c.anchorCol << "," << c.anchorRow << " size " << c.widthCols
+        << "x" << c.heightRows << " legend " << c.showLegend << " grid " << c.showGridLines << " trend "
+        << c.showTrendline << rawText(c.trendlineType) << " secondary " << c.useSecondaryYAxis << " palette";
+    for (const std::string& color : c.colorPalette)
+        out << " " << color;
+    return out.str();
+}
+
 const EmbeddedChart* chartTitled(const SumoraDocument& doc, std::string_view title) {
     for (const Sheet& sheet : doc.sheets)
         for (const EmbeddedChart& chart : sheet.charts)
@@ -117,7 +130,7 @@ TEST(XlsxChartImport, WrittenChartsReadBackUnchanged) {
         // The fixed axis markup has no place for grid lines, so none are read back.
         chart.showGridLines = false;
         chart.showTrendline = c.trendline;
-        chart.trendlineType = TrendlineType::exponential;
+        if (c.trendline) chart.trendlineType = TrendlineType::exponential;
         chart.useSecondaryYAxis = c.secondary;
         chart.colorPalette = c.palette;
         sheet.charts.push_back(chart);
@@ -127,7 +140,7 @@ TEST(XlsxChartImport, WrittenChartsReadBackUnchanged) {
         // when the chart has none, and read back as the chart's palette.
         EmbeddedChart read = back.sheets.front().charts.front();
         if (chart.colorPalette.empty()) read.colorPalette.clear();
-        EXPECT_EQ(read, chart);
+        EXPECT_EQ(described(read), described(chart));
         EXPECT_TRUE(back.carriedParts.empty());
     }
 }
