@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "XlsxTestSupport.h"
+#include "formats/SaveLosses.h"
 #include "formats/XlsxFormat.h"
 #include "values/Log.h"
 
@@ -240,6 +241,7 @@ TEST(XlsxCarryThrough, DamagedChartsAndDrawingsCostOnlyThemselves) {
         ASSERT_EQ(doc.droppedOnOpen.size(), 1u);
         EXPECT_NE(doc.droppedOnOpen.front().find(c.sentence), std::string::npos) << doc.droppedOnOpen.front();
         EXPECT_TRUE(log.contains("Skipped: " + doc.droppedOnOpen.front()));
+        EXPECT_EQ(lossesOnSave(doc, FileType::xlsx), doc.droppedOnOpen); // said again before every save
         Package saved(writeXlsx(doc));
         EXPECT_EQ(saved.has("xl/media/image1.png"), c.pictureKept);
         EXPECT_TRUE(saved.has("xl/pivotTables/pivotTable1.xml"));
