@@ -2,6 +2,7 @@
 
 #include <QAbstractButton>
 #include <QMessageBox>
+#include <QPushButton>
 
 #include "values/Log.h"
 
@@ -44,6 +45,24 @@ SaveChoice askToSaveChanges(QWidget* parent, const QString& documentName) {
     default:
         return SaveChoice::cancel;
     }
+}
+
+LossChoice askAboutLosses(QWidget* parent, const QString& format, const QStringList& losses, bool offerXlsx) {
+    Log::info("Save as " + format.toStdString() + " will not keep " + std::to_string(losses.size()) +
+              " things");
+    if (handlers().losses) return handlers().losses(format, losses);
+    QMessageBox box(QMessageBox::Warning, QObject::tr("Save as %1").arg(format),
+                    QObject::tr("Some of this document will not be kept in %1.").arg(format),
+                    QMessageBox::NoButton, parent);
+    box.setInformativeText(losses.join(QLatin1Char('\n')));
+    QPushButton* keep = offerXlsx ? box.addButton(QObject::tr("Keep using XLSX"), QMessageBox::RejectRole)
+                                  : box.addButton(QMessageBox::Cancel);
+    QPushButton* anyway = box.addButton(QObject::tr("Save anyway"), QMessageBox::AcceptRole);
+    box.setDefaultButton(offerXlsx ? keep : anyway);
+    box.setEscapeButton(keep);
+    box.exec();
+    if (box.clickedButton() == anyway) return LossChoice::saveAnyway;
+    return offerXlsx && box.clickedButton() == keep ? LossChoice::keepXlsx : LossChoice::cancel;
 }
 
 bool askToRestoreRecoveredWork(QWidget* parent, int documentCount) {

@@ -10,6 +10,7 @@
 #include <QMainWindow>
 #include <memory>
 #include <optional>
+#include <set>
 
 #include "app/DocumentContext.h"
 #include "app/SystemClipboard.h"
@@ -74,8 +75,10 @@ class MainWindow : public QMainWindow, public DocumentContext {
     // Shows a recovered copy as unsaved work under `name`.
     bool loadRecovered(const QString& recoveryPath, const QString& name);
     bool save();
-    bool saveAs();
-    // Writes the document to `path` as `type` (on a worker thread).
+    // The save panel, its type preselected from the settings or by `preferred`.
+    bool saveAs(std::optional<FileType> preferred = std::nullopt);
+    // Writes the document to `path` as `type` (on a worker thread), after
+    // asking, once per document and format, about what `type` will not keep.
     bool saveTo(const QString& path, FileType type);
 
     // ---- commands used by menus and tests ----------------------------------
@@ -136,6 +139,8 @@ class MainWindow : public QMainWindow, public DocumentContext {
 
     QString filePath_;
     std::optional<FileType> fileType_;
+    // Formats whose losses the user agreed to for this document.
+    std::set<FileType> acceptedLosses_;
     QString untitledName_;
     bool edited_ = false;
     size_t layoutSignature_ = 0;

@@ -19,6 +19,7 @@
 #include "app/SheetGridView.h"
 #include "engine/Recalculation.h"
 #include "formats/FileErrors.h"
+#include "formats/SaveLosses.h"
 #include "functions/BuiltinFunctions.h"
 #include "values/Log.h"
 
@@ -49,6 +50,7 @@ bool MainWindow::loadFile(const QString& path) {
         return false;
     }
     replaceDocument(std::move(*loaded));
+    acceptedLosses_.clear();
     filePath_ = QFileInfo(path).absoluteFilePath();
     fileType_ = fileTypeForPath(file);
     edited_ = false;
@@ -84,8 +86,10 @@ bool MainWindow::save() {
     return saveTo(filePath_, *fileType_);
 }
 
-bool MainWindow::saveAs() {
-    const QString preferred = Settings::instance().text(settingsKey::defaultFileFormat);
+bool MainWindow::saveAs(std::optional<FileType> preferredType) {
+    QString preferred = Settings::instance().text(settingsKey::defaultFileFormat);
+    for (const SaveFilter& f : saveFilters())
+        if (preferredType && f.type == *preferredType) preferred = f.settingValue;
     QStringList filters;
     QString selected = saveFilters().front().filter;
     for (const SaveFilter& f : saveFilters()) {
@@ -93,9 +97,15 @@ bool MainWindow::saveAs() {
         if (f.settingValue == preferred) selected = f.filter;
     }
     QString start = filePath_.isEmpty() ? documentTitle() : filePath_;
-    if (filePath_.isEmpty())
+    if (filePath_.isEmpty()) {
         for (const SaveFilter& f : saveFilters())
             if (f.filter == selected) start += QLatin1Char('.') + f.suffix;
+    } else if (preferredType) {
+        for (const SaveFilter& f : saveFilters())
+            if (f.type == *preferredType)
+                start = QFileInfo(filePath_).path() + QLatin1Char('/') +
+                        QFileInfo(filePath_).completeBaseName() + QLatin1Char('.') + f.suffix;
+    }
     QString path = QFileDialog::getSaveFileName(this, tr("Save As"), start,
                                                 filters.join(QStringLiteral(";;")), &selected);
     if (path.isEmpty()) return false;
@@ -105,23 +115,33 @@ bool MainWindow::saveAs() {
 
 bool MainWindow::saveTo(const QString& path, FileType type) {
     if (grid_->isEditing()) grid_->setFocus(); // commits the cell being typed
+    const LossReport losses = lossesOnSave(*document_, type);
+    if (!losses.empty() && !acceptedLosses_.count(type)) {
+        QStringList lines;
+        for (const std::string& loss : losses)
+            lines << QString::fromStdString(loss);
+        QString format;
+        for (const SaveFilter& f : saveFilters())
+            if (f.type == type) format = f.settingValue.toUpper();
+        switch (askAboutLosses(this, format, lines, type != FileType::xlsx)) {
+        case LossChoice::keepXlsx:
+            return saveAs(FileType::xlsx);
+        case LossChoice::cancel:
+            return false;
+        case LossChoice::saveAnyway:
+            acceptedLosses_.insert(type);
+            break;
+        }
+    }
     const auto snapshot = std::make_shared<const SumoraDocument>(*document_);
     const std::string file = path.toStdString();
     const QString name = QFileInfo(path).fileName();
-    auto losses = std::make_shared<LossReport>();
-    std::exception_ptr failure =
-        runWithProgress(this, tr("Saving “%1”…").arg(name), [snapshot, file, type, losses] {
-            *losses = saveDocumentFile(*snapshot, file, type);
-        });
+    std::exception_ptr failure = runWithProgress(this, tr("Saving “%1”…").arg(name), [snapshot, file, type] {
+        saveDocumentFile(*snapshot, file, type);
+    });
     if (failure) {
         showAlert(this, tr("The document “%1” could not be saved.").arg(name), messageOf(failure));
         return false;
-    }
-    if (!losses->empty()) {
-        QStringList lines;
-        for (const std::string& loss : *losses)
-            lines << QString::fromStdString(loss);
-        showAlert(this, tr("“%1” was saved with these changes.").arg(name), lines.join(QLatin1Char('\n')));
     }
     filePath_ = QFileInfo(path).absoluteFilePath();
     fileType_ = type;

@@ -38,7 +38,10 @@ SumoraDocument openWorkbookForEditing(const std::string& path);
 // prints one line and ends the command with status 2.
 SumoraDocument openWorkbookForReport(const std::string& path, bool recalculate);
 // Writes atomically, or fails the command with the writer's message. What
-// the format could not keep is listed on stderr.
+// the format will not keep is listed on stderr first; with strict saves
+// (--strict) any such loss fails the command with status 3 and nothing is
+// written.
+void setStrictSaves(bool strict);
 void saveEditedWorkbook(const SumoraDocument& document, const std::string& path);
 
 } // namespace sumora::cli

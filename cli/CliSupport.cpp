@@ -10,8 +10,9 @@
 #include "formats/DocumentIO.h"
 #include "formats/DocumentLock.h"
 #include "formats/FileErrors.h"
-#include "functions/BuiltinFunctions.h"
 #include "formats/FileReplacement.h"
+#include "formats/SaveLosses.h"
+#include "functions/BuiltinFunctions.h"
 
 namespace sumora::cli {
 
@@ -71,7 +72,8 @@ SumoraDocument openWorkbookForReport(const std::string& path, bool recalculate) 
         throw CLI::RuntimeError(2);
     }
     try {
-        SumoraDocument doc = openDocumentFile(path, recalculate ? OpenMode::recalculated : OpenMode::asStored);
+        SumoraDocument doc =
+            openDocumentFile(path, recalculate ? OpenMode::recalculated : OpenMode::asStored);
         if (doc.sheets.empty()) doc.sheets.push_back(SumoraDocument::makeNewSheet("Sheet 1"));
         return doc;
     } catch (const std::exception& e) {
@@ -80,10 +82,26 @@ SumoraDocument openWorkbookForReport(const std::string& path, bool recalculate) 
     }
 }
 
+namespace {
+bool strictSaves = false;
+}
+
+void setStrictSaves(bool strict) {
+    strictSaves = strict;
+}
+
 void saveEditedWorkbook(const SumoraDocument& document, const std::string& path) {
-    try {
-        for (const std::string& loss : saveDocumentFile(document, path))
+    if (auto type = fileTypeForPath(path)) {
+        LossReport losses = lossesOnSave(document, *type);
+        for (const std::string& loss : losses)
             std::cerr << "Warning: " << loss << '\n';
+        if (strictSaves && !losses.empty()) {
+            std::cerr << "Not saved: \"" << path << "\" would lose what is listed above (--strict).\n";
+            throw CLI::RuntimeError(3);
+        }
+    }
+    try {
+        saveDocumentFile(document, path);
     } catch (const std::exception& e) {
         std::cerr << e.what() << '\n';
         throw CLI::RuntimeError(1);

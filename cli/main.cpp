@@ -5,8 +5,8 @@
 #include <CLI/CLI.hpp>
 
 #include "cli/CliCommands.h"
-#include "values/Log.h"
 #include "formats/SaveInterruption.h"
+#include "values/Log.h"
 
 int main(int argc, char** argv) {
     sumora::installSaveSignalHandlers();
@@ -14,7 +14,14 @@ int main(int argc, char** argv) {
     app.require_subcommand(1);
     bool verbose = false;
     app.add_flag("-v,--verbose", verbose, "Write diagnostic lines to stderr");
-    app.parse_complete_callback([&verbose] { sumora::Log::setEnabled(verbose); });
+    bool strict = false;
+    app.add_flag("--strict", strict,
+                 "Refuse a save that would lose anything (exit status 3, nothing written)");
+    app.fallthrough(); // the two flags may follow the subcommand too
+    app.parse_complete_callback([&verbose, &strict] {
+        sumora::Log::setEnabled(verbose);
+        sumora::cli::setStrictSaves(strict);
+    });
     sumora::Log::setEnabled(false);
     sumora::cli::addEvalCommand(app);
     sumora::cli::addRecalcCommand(app);

@@ -5,13 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "document/PackageRemainder.h"
 #include "document/Sheet.h"
 #include "document/WorkbookRecords.h"
 
 namespace sumora {
 
 class SumoraDocument {
-public:
+  public:
     // A new document: one sheet "Sheet 1" of 500 × 26 default cells.
     SumoraDocument();
     // A document with no sheets (readers fill it).
@@ -31,6 +32,10 @@ public:
     // not parse, a row beyond the grid…), one sentence each. Logged once when
     // read; every save's loss report repeats them. Not part of equality.
     std::vector<std::string> droppedOnOpen;
+    // The parts of the opened XLSX package that the model does not describe,
+    // written back by the XLSX writer for the sheets that still exist. Not
+    // part of equality.
+    PackageRemainder carriedParts;
 
     // Grows a sheet so it holds at least `rows` × `cols`; never shrinks; an
     // invalid index does nothing.

@@ -5,15 +5,16 @@
 #include <new>
 #include <sstream>
 
-#include "values/Log.h"
 #include "engine/Recalculation.h"
 #include "formats/CsvFormat.h"
 #include "formats/DocumentLock.h"
 #include "formats/FileErrors.h"
 #include "formats/FileReplacement.h"
 #include "formats/OdsFormat.h"
+#include "formats/SaveLosses.h"
 #include "formats/XlsxFormat.h"
 #include "functions/BuiltinFunctions.h"
+#include "values/Log.h"
 
 namespace sumora {
 
@@ -40,7 +41,9 @@ SumoraDocument openCsv(const std::string& bytes) {
     }
 }
 
-bool contains(std::string_view haystack, std::string_view needle) { return haystack.find(needle) != std::string_view::npos; }
+bool contains(std::string_view haystack, std::string_view needle) {
+    return haystack.find(needle) != std::string_view::npos;
+}
 
 SumoraDocument openXlsx(const std::string& bytes) {
     Log::progress("  Matched XLSX, parsing " + std::to_string(bytes.size()) + " bytes...");
@@ -72,7 +75,8 @@ SumoraDocument openOds(const std::string& bytes) {
         throw FileReadError(FileReadError::Code::corruptFile,
                             std::string("Could not open this ODS file: ") + std::string(kOutOfMemoryText));
     } catch (const std::exception& e) {
-        throw FileReadError(FileReadError::Code::corruptFile, std::string("Could not open this ODS file: ") + e.what());
+        throw FileReadError(FileReadError::Code::corruptFile,
+                            std::string("Could not open this ODS file: ") + e.what());
     }
 }
 
@@ -93,9 +97,11 @@ namespace {
 // The reader's document, before any formula is calculated.
 SumoraDocument readDocument(const std::optional<std::string>& contents, std::string_view filename,
                             std::string_view contentType) {
-    Log::progress("  regularFileContents size: " + std::to_string(contents ? static_cast<long long>(contents->size()) : -1LL));
+    Log::progress("  regularFileContents size: " +
+                  std::to_string(contents ? static_cast<long long>(contents->size()) : -1LL));
     if (!contents)
-        throw FileReadError(FileReadError::Code::corruptFile, "The file appears to be empty or could not be read.");
+        throw FileReadError(FileReadError::Code::corruptFile,
+                            "The file appears to be empty or could not be read.");
     std::string ext = lowerExtension(filename);
     Log::progress("  filename: " + std::string(filename) + ", ext: " + ext);
     if (contentType == kXlsxContentType || ext == "xlsx") return openXlsx(*contents);
@@ -119,9 +125,12 @@ SumoraDocument openDocument(const std::optional<std::string>& contents, std::str
 
 std::string documentFileContents(const SumoraDocument& document, FileType type, LossReport* losses) {
     switch (type) {
-    case FileType::xlsx: return writeXlsx(document, losses);
-    case FileType::ods: return writeOds(document.sheets);
-    case FileType::csv: return writeCsv(document);
+    case FileType::xlsx:
+        return writeXlsx(document, losses);
+    case FileType::ods:
+        return writeOds(document.sheets);
+    case FileType::csv:
+        return writeCsv(document);
     }
     return writeCsv(document);
 }
@@ -138,9 +147,12 @@ std::string_view contentTypeForPath(const std::filesystem::path& path) {
     auto type = fileTypeForPath(path);
     if (!type) return kDataContentType;
     switch (*type) {
-    case FileType::xlsx: return kXlsxContentType;
-    case FileType::ods: return kOdsContentType;
-    case FileType::csv: return kCsvContentType;
+    case FileType::xlsx:
+        return kXlsxContentType;
+    case FileType::ods:
+        return kOdsContentType;
+    case FileType::csv:
+        return kCsvContentType;
     }
     return kDataContentType;
 }
@@ -159,7 +171,8 @@ SumoraDocument openDocumentFile(const std::filesystem::path& path, OpenMode mode
     }
     if (!contents && !std::filesystem::exists(path, ec))
         throw FileReadError(FileReadError::Code::noSuchFile,
-                            "The file \"" + path.filename().string() + "\" couldn't be opened because there is no such file.");
+                            "The file \"" + path.filename().string() +
+                                "\" couldn't be opened because there is no such file.");
     return openDocument(contents, path.filename().string(), contentTypeForPath(path), mode);
 }
 
@@ -184,13 +197,13 @@ LossReport saveDocumentFile(const SumoraDocument& document, const std::filesyste
                                           : "Sumora cannot write ." + ext + " files") +
                              ". Use .xlsx, .ods or .csv.");
     }
-    LossReport losses;
+    LossReport losses = lossesOnSave(document, *type);
     if (*type == FileType::csv) {
         // CSV writes the whole grid; it is streamed rather than built.
         writeFileAtomically(path, [&document](const ByteSink& sink) { writeCsv(document, sink); });
         return losses;
     }
-    std::string bytes = documentFileContents(document, *type, &losses);
+    std::string bytes = documentFileContents(document, *type);
     writeFileAtomically(path, bytes);
     return losses;
 }

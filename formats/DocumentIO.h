@@ -41,7 +41,7 @@ std::string_view contentTypeForPath(const std::filesystem::path& path);
 // Reads a file from disk and opens it (content type from its extension).
 SumoraDocument openDocumentFile(const std::filesystem::path& path, OpenMode mode = OpenMode::recalculated);
 // Saves through writeFileAtomically (CSV streamed) and returns the loss
-// report. The type defaults to the extension's; an extension that no writer
+// report (lossesOnSave, SaveLosses.h). The type defaults to the extension's; an extension that no writer
 // handles is refused (FileWriteError) rather than given bytes of another format.
 LossReport saveDocumentFile(const SumoraDocument& document, const std::filesystem::path& path,
                             std::optional<FileType> type = std::nullopt);

@@ -13,6 +13,7 @@
 #include "formats/XlsxCommentsReader.h"
 #include "formats/XlsxFormat.h"
 #include "formats/XlsxPackage.h"
+#include "formats/XlsxRemainderReader.h"
 #include "formats/XlsxSanitizer.h"
 #include "formats/XlsxSharedStringsReader.h"
 #include "formats/XlsxStylesReader.h"
@@ -156,6 +157,14 @@ SumoraDocument readXlsxDocument(std::string_view bytes) {
         document.sheets.push_back(std::move(sheet));
     }
     document.namedRanges = definedNames(workbook.rawXml);
+    try {
+        readChartsAndRemainder(*archive, workbook, document);
+    } catch (const std::exception& e) {
+        Log::progress(std::string("  Charts and kept parts unreadable (non-fatal): ") + e.what());
+        document.droppedOnOpen.push_back(
+            "The file's charts, pictures and other parts Sumora does not edit could "
+            "not be read and were left out.");
+    }
     if (document.sheets.empty()) document.sheets.push_back(SumoraDocument::makeNewSheet("Sheet 1"));
 
     return document;

@@ -483,8 +483,10 @@ std::string worksheetXml(const Sheet& sheet, SharedStringTable& strings, StylesW
     appendConditionalFormatting(out, sheet, styles);
     appendDataValidations(out, sheet);
     appendHyperlinks(out, sheet, links.hyperlinks);
+    out += links.carriedBeforeDrawings;
     if (links.drawing) out += "<drawing r:id=\"" + *links.drawing + "\"/>";
     if (links.legacyDrawing) out += "<legacyDrawing r:id=\"" + *links.legacyDrawing + "\"/>";
+    out += links.carriedAfterDrawings;
     out += "</worksheet>";
     return out;
 }

@@ -20,6 +20,9 @@ struct WorksheetLinks {
     std::optional<std::string> drawing;       // the charts
     std::optional<std::string> legacyDrawing; // the comments' note shapes
     std::vector<std::string> hyperlinks;      // one per hyperlink with an address, in the sheet's order
+    // Elements kept from the opened file that go before and after the two
+    // above (see XlsxRemainderWriter), in the format's order.
+    std::string carriedBeforeDrawings, carriedAfterDrawings;
 };
 
 std::string worksheetXml(const Sheet& sheet, SharedStringTable& strings, StylesWriter& styles,

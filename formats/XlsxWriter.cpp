@@ -8,7 +8,9 @@
 #include "formats/XlsxChartWriter.h"
 #include "formats/XlsxCommentsWriter.h"
 #include "formats/XlsxFormat.h"
+#include "formats/XlsxPackage.h"
 #include "formats/XlsxPackageParts.h"
+#include "formats/XlsxRemainderWriter.h"
 #include "formats/XlsxSharedStringsWriter.h"
 #include "formats/XlsxSheetNames.h"
 #include "formats/XlsxStylesWriter.h"
@@ -31,36 +33,46 @@ void addPart(ZipWriter& zip, const std::string& path, std::string&& xml) {
     zip.add(path, std::move(xml), Compression::deflate, level);
 }
 
-std::string buildPackage(const std::vector<Sheet>& sheets, const WorkbookExtras& extras) {
+std::string buildPackage(const std::vector<Sheet>& sheets, const WorkbookExtras& extras,
+                         const PackageRemainder& remainder) {
     std::vector<SheetParts> plan = planSheetParts(sheets);
+    RemainderWriter carried(remainder, sheets);
+    std::vector<bool> drawingSheets;
+    for (const SheetParts& parts : plan)
+        drawingSheets.push_back(!parts.chartNumbers.empty());
     SharedStringTable strings;
     StylesWriter styles;
     std::vector<std::string> worksheets;
     worksheets.reserve(sheets.size());
-    for (size_t i = 0; i < sheets.size(); ++i)
-        worksheets.push_back(
-            worksheetXml(sheets[i], strings, styles,
-                         {plan[i].drawingId, plan[i].legacyDrawingId, plan[i].hyperlinkIds()}));
+    for (size_t i = 0; i < sheets.size(); ++i) {
+        WorksheetLinks links{plan[i].drawingId, plan[i].legacyDrawingId, plan[i].hyperlinkIds(), {}, {}};
+        carried.addWorksheetElements(i, links);
+        worksheets.push_back(worksheetXml(sheets[i], strings, styles, links));
+    }
 
     ZipWriter zip;
-    addPart(zip, "[Content_Types].xml", contentTypesXml(plan));
-    addPart(zip, "_rels/.rels", rootRelsXml());
+    addPart(zip, "[Content_Types].xml", carried.contentTypes(contentTypesXml(plan), drawingSheets));
+    addPart(zip, "_rels/.rels", carried.packageRelationships(rootRelsXml()));
     addPart(zip, "docProps/app.xml", appPropertiesXml());
     addPart(zip, "docProps/core.xml", corePropertiesXml(std::time(nullptr)));
-    addPart(zip, "xl/workbook.xml", workbookXml(sheets, extras));
-    addPart(zip, "xl/_rels/workbook.xml.rels", workbookRelsXml(sheets.size()));
+    addPart(zip, "xl/workbook.xml", carried.workbook(workbookXml(sheets, extras)));
+    addPart(zip, "xl/_rels/workbook.xml.rels", carried.workbookRelationships(workbookRelsXml(sheets.size())));
     addPart(zip, "xl/sharedStrings.xml", strings.xml());
     addPart(zip, "xl/styles.xml", styles.xml());
     for (size_t i = 0; i < sheets.size(); ++i) {
         const Sheet& sheet = sheets[i];
         const SheetParts& parts = plan[i];
         std::string n = std::to_string(parts.number);
-        addPart(zip, "xl/worksheets/sheet" + n + ".xml", std::move(worksheets[i]));
-        if (parts.hasRelationships())
-            addPart(zip, "xl/worksheets/_rels/sheet" + n + ".xml.rels", sheetRelsXml(parts));
+        std::string sheetPath = "xl/worksheets/sheet" + n + ".xml";
+        addPart(zip, sheetPath, std::move(worksheets[i]));
+        std::string rels = carried.sheetRelationships(i, parts.hasRelationships() ? sheetRelsXml(parts) : "",
+                                                      drawingSheets[i], parts.hasComments, sheetPath);
+        if (!rels.empty()) addPart(zip, relationshipsPathFor(sheetPath), std::move(rels));
         if (!parts.chartNumbers.empty()) {
-            addPart(zip, "xl/drawings/drawing" + n + ".xml", drawingXml(sheet.charts, parts.chartNumbers));
-            addPart(zip, "xl/drawings/_rels/drawing" + n + ".xml.rels", drawingRelsXml(parts.chartNumbers));
+            std::string drawingPath = "xl/drawings/drawing" + n + ".xml";
+            addPart(zip, drawingPath, carried.drawing(i, drawingXml(sheet.charts, parts.chartNumbers)));
+            addPart(zip, relationshipsPathFor(drawingPath),
+                    carried.drawingRelationships(i, drawingRelsXml(parts.chartNumbers), drawingPath));
             for (size_t k = 0; k < sheet.charts.size(); ++k)
                 addPart(zip, "xl/charts/chart" + std::to_string(parts.chartNumbers[k]) + ".xml",
                         chartXml(sheet.charts[k], sheet));
@@ -71,6 +83,7 @@ std::string buildPackage(const std::vector<Sheet>& sheets, const WorkbookExtras&
             addPart(zip, "xl/drawings/vmlDrawing" + n + ".vml", vmlDrawingXml(comments, parts.number));
         }
     }
+    carried.addParts(zip, drawingSheets);
     try {
         return zip.finish();
     } catch (const ArchiveError& e) {
@@ -82,12 +95,12 @@ std::string buildPackage(const std::vector<Sheet>& sheets, const WorkbookExtras&
 // carries the file's names, with the formulas and defined names that refer
 // to them rewritten; the common case writes the document's sheets as they are.
 std::string packageWithFileNames(const std::vector<Sheet>& sheets, WorkbookExtras extras,
-                                 LossReport* losses) {
+                                 const PackageRemainder& remainder, LossReport* losses) {
     std::vector<std::string> names = fileSheetNames(sheets, losses);
     bool renamed = false;
     for (size_t i = 0; i < sheets.size(); ++i)
         renamed = renamed || names[i] != sheets[i].name;
-    if (!renamed) return buildPackage(sheets, extras);
+    if (!renamed) return buildPackage(sheets, extras, remainder);
 
     std::vector<Sheet> renamedSheets = sheets;
     for (size_t i = 0; i < renamedSheets.size(); ++i) {
@@ -111,15 +124,15 @@ std::string packageWithFileNames(const std::vector<Sheet>& sheets, WorkbookExtra
         }
         extras.namedRanges = &namedRanges;
     }
-    return buildPackage(renamedSheets, extras);
+    return buildPackage(renamedSheets, extras, remainder);
 }
 
 std::string checkedPackage(const std::vector<Sheet>& sheets, const WorkbookExtras& extras,
-                           LossReport* losses) {
+                           const PackageRemainder& remainder, LossReport* losses) {
     // A workbook needs a sheet; a document always has one, a bare list may not.
     std::vector<Sheet> fallback;
     if (sheets.empty()) fallback.push_back(SumoraDocument::makeNewSheet("Sheet 1"));
-    std::string bytes = packageWithFileNames(sheets.empty() ? fallback : sheets, extras, losses);
+    std::string bytes = packageWithFileNames(sheets.empty() ? fallback : sheets, extras, remainder, losses);
     verifyPackageBytes(bytes);
     return bytes;
 }
@@ -127,7 +140,7 @@ std::string checkedPackage(const std::vector<Sheet>& sheets, const WorkbookExtra
 } // namespace
 
 std::string writeXlsx(const std::vector<Sheet>& sheets, LossReport* losses) {
-    return checkedPackage(sheets, {}, losses);
+    return checkedPackage(sheets, {}, PackageRemainder(), losses);
 }
 
 std::string writeXlsx(const SumoraDocument& document, LossReport* losses) {
@@ -135,7 +148,7 @@ std::string writeXlsx(const SumoraDocument& document, LossReport* losses) {
     extras.namedRanges = &document.namedRanges;
     extras.isProtected = document.isWorkbookProtected;
     extras.password = document.workbookPassword;
-    return checkedPackage(document.sheets, extras, losses);
+    return checkedPackage(document.sheets, extras, document.carriedParts, losses);
 }
 
 } // namespace sumora

@@ -24,6 +24,9 @@ struct CapturedAlerts {
     QStringList messages;
     SaveChoice saveChoice = SaveChoice::discard;
     int saveQuestions = 0;
+    LossChoice lossChoice = LossChoice::saveAnyway;
+    QStringList losses; // of the last question about losses
+    int lossQuestions = 0;
 };
 
 inline CapturedAlerts& alerts() {
@@ -32,7 +35,8 @@ inline CapturedAlerts& alerts() {
 }
 
 // Alerts are recorded; the unsaved-work question answers alerts().saveChoice;
-// recovered work is restored when `restore` says so.
+// recovered work is restored when `restore` says so; a lossy save is
+// answered with alerts().lossChoice.
 inline void installAlertHandlers(bool restore = false) {
     setAlertHandlers({
         [](const QString& title, const QString& message) {
@@ -44,6 +48,11 @@ inline void installAlertHandlers(bool restore = false) {
             return alerts().saveChoice;
         },
         [restore](int) { return restore; },
+        [](const QString&, const QStringList& losses) {
+            ++alerts().lossQuestions;
+            alerts().losses = losses;
+            return alerts().lossChoice;
+        },
     });
 }
 
@@ -108,7 +117,7 @@ inline QString shown(MainWindow* window, int row, int column) {
                                   QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner); \
             qputenv("XDG_RUNTIME_DIR", runtime.path().toLocal8Bit());                                        \
         }                                                                                                    \
-        /* Recovery files and settings of parallel runs stay apart. */                                     \
+        /* Recovery files and settings of parallel runs stay apart. */                                       \
         QTemporaryDir userData;                                                                              \
         qputenv("HOME", userData.path().toLocal8Bit());                                                      \
         QApplication app(argc, argv);                                                                        \

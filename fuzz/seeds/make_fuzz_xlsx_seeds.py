@@ -105,6 +105,47 @@ def main():
                         f'<Relationships xmlns="{PKG}"><Relationship Id="c" Type="{REL}/comments" '
                         'Target="../comments1.xml"/></Relationships>'}))
 
+    # Charts and pictures: one chart the model holds, one whose part is broken,
+    # one that names a missing part, one outside the grid, a picture, and a
+    # pivot table to carry through.
+    xdr = "http://schemas.openxmlformats.org/drawingml/2006/spreadsheetDrawing"
+    chart_ns = "http://schemas.openxmlformats.org/drawingml/2006/chart"
+
+    def anchor(col, rid, kind="chart"):
+        body = (f'<c:chart xmlns:c="{chart_ns}" r:id="{rid}"/>' if kind == "chart" else
+                f'<a:blip r:embed="{rid}"/>')
+        return (f'<xdr:twoCellAnchor><xdr:from><xdr:col>{col}</xdr:col><xdr:colOff>0</xdr:colOff><xdr:row>1</xdr:row>'
+                f'<xdr:rowOff>0</xdr:rowOff></xdr:from><xdr:to><xdr:col>{col + 5}</xdr:col><xdr:colOff>9</xdr:colOff>'
+                f'<xdr:row>9</xdr:row><xdr:rowOff>0</xdr:rowOff></xdr:to><xdr:graphicFrame><a:graphic><a:graphicData>'
+                f'{body}</a:graphicData></a:graphic></xdr:graphicFrame><xdr:clientData/></xdr:twoCellAnchor>')
+    drawing = (f'<xdr:wsDr xmlns:xdr="{xdr}" xmlns:a="http://schemas.openxmlformats.org/drawingml/2006/main" '
+               f'xmlns:r="{REL}">' + anchor(3, "rId1") + anchor(10, "rId2") + anchor(17, "rId3") +
+               anchor(99999, "rId1") + anchor(0, "rId4", "picture") + '</xdr:wsDr>')
+    chart = (f'<c:chartSpace xmlns:c="{chart_ns}"><c:chart><c:title><c:tx><c:rich><a:p '
+             'xmlns:a="http://schemas.openxmlformats.org/drawingml/2006/main"><a:r><a:t>T</a:t></a:r></a:p></c:rich>'
+             '</c:tx></c:title><c:plotArea><c:barChart><c:barDir val="col"/><c:ser><c:tx><c:strRef><c:f>Data!$B$1'
+             '</c:f></c:strRef></c:tx><c:cat><c:strRef><c:f>Data!$A$2:$A$3</c:f></c:strRef></c:cat><c:val><c:numRef>'
+             '<c:f>Data!$B$2:$B$3</c:f></c:numRef></c:val></c:ser></c:barChart></c:plotArea><c:legend/></c:chart>'
+             '</c:chartSpace>')
+    write(out, "charts.xlsx", package(
+        [("Data", worksheet('<row r="1"><c r="B1" t="inlineStr"><is><t>n</t></is></c></row>'
+                            '<row r="2"><c r="A2"><v>1</v></c><c r="B2"><v>2</v></c></row>',
+                            after='<pageSetup r:id="p"/><drawing r:id="d"/>'), "")],
+        {"xl/drawings/drawing1.xml": drawing,
+         "xl/drawings/_rels/drawing1.xml.rels":
+             f'<Relationships xmlns="{PKG}"><Relationship Id="rId1" Type="{REL}/chart" Target="../charts/chart1.xml"/>'
+             f'<Relationship Id="rId2" Type="{REL}/chart" Target="../charts/chart2.xml"/>'
+             f'<Relationship Id="rId3" Type="{REL}/chart" Target="../charts/missing.xml"/>'
+             f'<Relationship Id="rId4" Type="{REL}/image" Target="../media/image1.png"/></Relationships>',
+         "xl/charts/chart1.xml": chart,
+         "xl/charts/chart2.xml": chart[:200],
+         "xl/media/image1.png": "\x89PNG",
+         "xl/printerSettings/printerSettings1.bin": "printer"},
+        sheet_rels={"xl/worksheets/_rels/sheet1.xml.rels":
+                        f'<Relationships xmlns="{PKG}"><Relationship Id="d" Type="{REL}/drawing" '
+                        'Target="../drawings/drawing1.xml"/><Relationship Id="p" Type="{REL}/printerSettings" '
+                        'Target="../printerSettings/printerSettings1.bin"/></Relationships>'.replace("{REL}", REL)}))
+
     write(out, "doubled-declaration.xlsx", package(
         [("Sheet1", DECL + "\n" + DECL + worksheet('<row r="1"><c r="A1"><v>5</v></c></row>'), "")]))
 
