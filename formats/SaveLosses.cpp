@@ -14,8 +14,8 @@ struct Holdings {
     int64_t formulas = 0, numberFormats = 0, borders = 0, fontsAndFills = 0, comments = 0, merges = 0,
             charts = 0, conditionalFormats = 0, validations = 0, sparklines = 0, pivotTables = 0,
             outlineGroups = 0, frozenPanes = 0, protectedSheets = 0, hiddenSheets = 0, tabColors = 0,
-            columnWidths = 0, rowHeights = 0, namedRanges = 0, scenarios = 0, workbookProtection = 0,
-            carriedParts = 0;
+            columnWidths = 0, rowHeights = 0, hiddenRows = 0, hiddenColumns = 0, columnGroups = 0,
+            hyperlinks = 0, namedRanges = 0, scenarios = 0, workbookProtection = 0, carriedParts = 0;
 };
 
 // The kinds of formatting one cell format uses, in counts of 0 or 1.
@@ -58,6 +58,11 @@ void count(const Sheet& sheet, Holdings& h) {
     h.tabColors += sheet.tabColorHex.has_value();
     h.columnWidths += static_cast<int64_t>(sheet.columnWidths.size());
     h.rowHeights += static_cast<int64_t>(sheet.rowHeights.size());
+    // Spans, not lines: "columns X to XFD hidden" is one thing the user did.
+    h.hiddenRows += static_cast<int64_t>(sheet.hiddenRows.spans().size());
+    h.hiddenColumns += static_cast<int64_t>(sheet.hiddenColumns.spans().size());
+    h.columnGroups += static_cast<int64_t>(sheet.columnOutlineGroups.size());
+    h.hyperlinks += static_cast<int64_t>(sheet.hyperlinks.size());
 }
 
 int64_t carriedPartsOf(const SumoraDocument& document) {
@@ -89,7 +94,11 @@ constexpr Feature kFeatures[] = {
     {"Data validations", &Holdings::validations, {true, false, false}},
     {"Sparklines", &Holdings::sparklines, {false, false, false}},
     {"Pivot tables", &Holdings::pivotTables, {false, false, false}},
-    {"Row groups", &Holdings::outlineGroups, {false, false, false}},
+    {"Row groups", &Holdings::outlineGroups, {true, false, false}},
+    {"Column groups", &Holdings::columnGroups, {true, false, false}},
+    {"Hidden row ranges", &Holdings::hiddenRows, {true, false, false}, "; they are saved visible"},
+    {"Hidden column ranges", &Holdings::hiddenColumns, {true, false, false}, "; they are saved visible"},
+    {"Hyperlinks", &Holdings::hyperlinks, {true, false, false}, "; the cells keep their text"},
     {"Frozen panes", &Holdings::frozenPanes, {true, false, false}},
     {"Sheet protection", &Holdings::protectedSheets, {true, false, false}},
     {"Hidden sheets", &Holdings::hiddenSheets, {true, false, false}, "; they are saved visible"},
