@@ -247,7 +247,7 @@ void SumoraEditorView::setCellValue(CellPosition address, std::string_view value
             Sheet& s = document.sheets[*index];
             if (!s.contains(row, col)) return;
             s.setCell(row, col, before);
-            forgetCalculatedState(*index);
+            cellRestored(*index, col, row);
         },
         [this, sheetId = sheet->id, col, row, text = std::string(value), locale = localeIdentifier] {
             auto index = document.sheetIndexById(sheetId);

@@ -62,6 +62,12 @@ void SumoraEditorView::forgetCalculatedState(size_t sheetIndex) {
     if (sheetIndex < calculators_.size() && calculators_[sheetIndex]) calculators_[sheetIndex]->invalidate();
 }
 
+void SumoraEditorView::cellRestored(size_t sheetIndex, int64_t col, int64_t row) {
+    if (sheetIndex < calculators_.size() && calculators_[sheetIndex] &&
+        calculatorSheetIds_[sheetIndex] == document.sheets[sheetIndex].id)
+        calculators_[sheetIndex]->cellRestored(col, row);
+}
+
 void SumoraEditorView::registerUndoStep(std::string name, std::function<void()> undo,
                                         std::function<void()> redo) {
     if (undoManager) undoManager->registerStep(std::move(name), std::move(undo), std::move(redo));

@@ -47,7 +47,7 @@ struct SelectionRange {
 
 // The system pasteboard as plain text; the desktop app plugs in its own.
 class Clipboard {
-public:
+  public:
     virtual ~Clipboard() = default;
     virtual std::optional<std::string> text() const = 0;
     virtual void setText(std::string text) = 0;
@@ -55,11 +55,11 @@ public:
 
 // A clipboard held in memory (tests, the command line).
 class MemoryClipboard : public Clipboard {
-public:
+  public:
     std::optional<std::string> text() const override { return text_; }
     void setText(std::string text) override { text_ = std::move(text); }
 
-private:
+  private:
     std::optional<std::string> text_;
 };
 
@@ -88,7 +88,7 @@ struct SolverConstraint {
 };
 
 class SumoraEditorView {
-public:
+  public:
     explicit SumoraEditorView(SumoraDocument& document);
     ~SumoraEditorView();
     SumoraEditorView(const SumoraEditorView&) = delete;
@@ -168,7 +168,7 @@ public:
     // that starts with `seeds` (one or more texts).
     static std::string autoFillValue(const std::vector<std::string>& seeds, int64_t stepIndex);
 
-private:
+  private:
     // Undo and recalculation plumbing shared by the commands (SumoraEditorView.cpp).
     // Registers a step on the window's undo manager, when there is one.
     void registerUndoStep(std::string name, std::function<void()> undo, std::function<void()> redo);
@@ -184,9 +184,12 @@ private:
     void recalculateChangedSheet(size_t sheetIndex);
     // The same by sheet id, for undo steps (nothing when the sheet is gone).
     void recalculateChangedSheetWithId(const std::string& sheetId);
-    // A cell record was put back without recalculation (undo of an entry):
-    // the calculator forgets what it learnt so later edits see the record.
+    // Cells moved without recalculation (insert, delete): the calculator
+    // forgets what it learnt so later edits see the cells where they are.
     void forgetCalculatedState(size_t sheetIndex);
+    // One cell record was put back without recalculation (undo of an entry):
+    // the calculator re-reads that cell and keeps everything else.
+    void cellRestored(size_t sheetIndex, int64_t col, int64_t row);
     // Pastes the cells held by copySelection/cutSelection; false when there
     // are none or the clipboard's text no longer comes from them.
     bool pasteCopiedCells(PasteMode mode);
@@ -195,10 +198,10 @@ private:
 
     std::vector<std::string> calculatorSheetIds_; // sheet each calculator was built for
 
-public:
+  public:
     // ---- sort, filter, find, clean-up (EditorDataTools.cpp) ----------------
     void sortColumn(bool ascending);
-    std::vector<SortKey> sortKeys;          // the sort dialog's keys
+    std::vector<SortKey> sortKeys; // the sort dialog's keys
     bool sortHasHeaderRow = false;
     void performMultiSort();
     bool autoFilterEnabled = false;
@@ -259,7 +262,7 @@ public:
     void applyScenario(const Scenario& scenario);
     void restoreOriginalValues();
 
-private:
+  private:
     SheetCalculator& calculator(size_t sheetIndex);
 
     UndoManager ownUndoManager_;

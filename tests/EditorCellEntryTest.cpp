@@ -188,6 +188,15 @@ TEST_F(EditorCellEntry, UndoneFormulaStopsBeingRecalculated) {
     EXPECT_EQ(shown("B1"), "");
 }
 
+TEST_F(EditorCellEntry, FormulaBroughtBackByUndoIsRecalculatedAgain) {
+    type("B1", "=A1*3");
+    type("B1", "5");
+    undo().undo();
+    ASSERT_EQ(cell("B1").formula(), "A1*3");
+    type("A1", "7");
+    EXPECT_EQ(shown("B1"), "21");
+}
+
 TEST_F(EditorCellEntry, AutoSumOverASelectionGoesBelowIt) {
     type("B2", "1");
     type("C4", "2");
