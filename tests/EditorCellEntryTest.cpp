@@ -5,8 +5,8 @@
 
 #include "document/ColumnLetters.h"
 #include "editing/SumoraEditorView.h"
-#include "values/Log.h"
 #include "tests/TestSupport.h"
+#include "values/Log.h"
 
 namespace sumora {
 namespace {

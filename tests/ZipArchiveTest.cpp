@@ -200,7 +200,8 @@ TEST(ZipArchive, ArchiveOfManyEntriesReadsBackWhole) {
     ZipWriter writer;
     const int count = 70000;
     for (int i = 0; i < count; ++i)
-        writer.add("s/" + std::to_string(i), std::to_string(i * 3), i % 2 ? Compression::deflate : Compression::store);
+        writer.add("s/" + std::to_string(i), std::to_string(i * 3),
+                   i % 2 ? Compression::deflate : Compression::store);
     ZipReader reader(writer.finish());
     ASSERT_EQ(reader.entries().size(), static_cast<size_t>(count));
     EXPECT_EQ(reader.read("s/0"), "0");
