@@ -51,6 +51,7 @@ run_build() { # label cli
              "csv-xlsx $data/w1-source.csv xlsx" "ods-csv $data/o1.ods csv" "ods-ods $data/o1.ods ods"; do
     read -r name input ext <<<"$job"
     read -r wall cpu rss < <(timed "$bin" recalc "$input" -o "$data/perf-$label-$name.$ext")
+    echo "  run: $label $name wall $wall s, cpu $cpu s, max RSS $((rss / 1024)) MB"
     record "$label:$name" "$wall"
     record "$label:$name:cpu" "$cpu"
     record "$label:$name:rss" "$rss"
