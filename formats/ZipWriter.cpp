@@ -75,13 +75,12 @@ class Deflater {
         part.crc = static_cast<std::uint32_t>(libdeflate_crc32(0, part.bytes.data(), part.bytes.size()));
         if (part.compression != Compression::deflate || part.isDirectory) return;
         libdeflate_compressor* c = compressor(part.level == -1 ? 6 : part.level);
-        std::string out(libdeflate_deflate_compress_bound(c, part.bytes.size()), '\0');
-        size_t n =
-            libdeflate_deflate_compress(c, part.bytes.data(), part.bytes.size(), out.data(), out.size());
+        // Left uninitialised: only the pages the output reaches are ever touched.
+        const size_t bound = libdeflate_deflate_compress_bound(c, part.bytes.size());
+        std::unique_ptr<char[]> out(new char[bound]);
+        size_t n = libdeflate_deflate_compress(c, part.bytes.data(), part.bytes.size(), out.get(), bound);
         if (n == 0) throw ArchiveError("Cannot deflate '" + part.path + "' for the ZIP archive.");
-        out.resize(n);
-        out.shrink_to_fit();
-        part.bytes = std::move(out);
+        part.bytes = std::string(out.get(), n); // releases the uncompressed text
     }
 
   private:
