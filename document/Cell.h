@@ -1,7 +1,9 @@
 #pragma once
 // One cell of the grid: its entered text, optional formula, last computed
-// text and shared formatting. 48 bytes; see CompactText for how texts and
-// flags are packed.
+// text and shared formatting. 32 bytes: the entered text inline (see
+// CompactText), the interned format, and the formula and computed text in a
+// side record that only formula cells and results need. A computed text equal
+// to the entered one (what CSV and constants carry) is a flag, not a copy.
 #include <memory>
 #include <optional>
 #include <string>
@@ -13,7 +15,7 @@
 namespace sumora {
 
 class Cell {
-public:
+  public:
     Cell() = default;
     Cell(const Cell& o);
     Cell(Cell&&) noexcept = default;
@@ -22,34 +24,33 @@ public:
 
     // The constant as entered ("" for a formula cell typed in the editor).
     std::string_view value() const { return value_.view(); }
-    void setValue(std::string_view v) { value_.assign(v); }
+    void setValue(std::string_view v);
 
     // Formula source without its leading "="; absent for constants.
     std::optional<std::string_view> formula() const {
-        if (!formula_) return std::nullopt;
-        return std::string_view(*formula_);
+        if (!extras_ || !(extras_->formula.flags() & kFormulaPresent)) return std::nullopt;
+        return extras_->formula.view();
     }
-    bool hasFormula() const { return formula_ && !formula_->empty(); }
+    bool hasFormula() const { return extras_ && !extras_->formula.empty(); }
     void setFormula(std::optional<std::string_view> f);
 
     // Last evaluated result as text; absent for constants and before evaluation.
     std::optional<std::string_view> computedValue() const {
-        if (!(computed_.flags() & kPresent)) return std::nullopt;
-        return computed_.view();
+        if (value_.flags() & kComputedIsValue) return value_.view();
+        if (!extras_ || !(extras_->computed.flags() & kPresent)) return std::nullopt;
+        return extras_->computed.view();
     }
     void setComputedValue(std::optional<std::string_view> v);
     // The formula is an array formula: its result fills the block of spilled
     // cells right of and below it. Set by the file readers and the
     // calculator; kept by new computed values, cleared with the block.
-    bool isArrayAnchor() const { return computed_.flags() & kArrayAnchor; }
-    void setArrayAnchor(bool anchor) {
-        computed_.setFlags(static_cast<uint8_t>(anchor ? (computed_.flags() | kArrayAnchor)
-                                                       : (computed_.flags() & ~kArrayAnchor)));
-    }
+    bool isArrayAnchor() const { return extras_ && (extras_->computed.flags() & kArrayAnchor); }
+    void setArrayAnchor(bool anchor);
 
     // What every view and exporter shows: computedValue when present, else value.
     std::string_view displayValue() const {
-        return (computed_.flags() & kPresent) ? computed_.view() : value_.view();
+        if (extras_ && (extras_->computed.flags() & kPresent)) return extras_->computed.view();
+        return value_.view();
     }
 
     const CellFormat& format() const { return format_ ? *format_ : CellFormat::defaultFormat(); }
@@ -77,22 +78,36 @@ public:
 
     bool operator==(const Cell& o) const;
 
-private:
-    static constexpr uint8_t kPresent = 1;  // on computed_
-    static constexpr uint8_t kArrayAnchor = 2; // on computed_
-    static constexpr uint8_t kUnlocked = 1; // on value_
-    static constexpr uint8_t kSpill = 2;    // on value_
+  private:
+    // The parts a plain constant does not need.
+    struct Extras {
+        CompactText computed; // flags: kPresent, kArrayAnchor
+        CompactText formula;  // flags: kFormulaPresent
+        bool empty() const { return computed.flags() == 0 && formula.flags() == 0; }
+    };
+
+    static constexpr uint8_t kPresent = 1;         // on extras_->computed
+    static constexpr uint8_t kArrayAnchor = 2;     // on extras_->computed
+    static constexpr uint8_t kFormulaPresent = 1;  // on extras_->formula
+    static constexpr uint8_t kUnlocked = 1;        // on value_
+    static constexpr uint8_t kSpill = 2;           // on value_
+    static constexpr uint8_t kComputedIsValue = 4; // on value_: the computed text is value_ itself
+    static constexpr uint8_t kSharedFlags = kUnlocked | kSpill;
 
     void setValueFlag(uint8_t bit, bool on) {
         value_.setFlags(static_cast<uint8_t>(on ? (value_.flags() | bit) : (value_.flags() & ~bit)));
     }
+    Extras& extras();
+    // Gives the side record up once nothing is left in it.
+    void releaseEmptyExtras();
+    // Turns a computed text shared with value_ into a copy of its own.
+    void unshareComputed();
 
     CompactText value_;
-    CompactText computed_;
-    std::unique_ptr<std::string> formula_;
     const CellFormat* format_ = nullptr;
+    std::unique_ptr<Extras> extras_;
 };
 
-static_assert(sizeof(Cell) == 48, "a stored cell must stay small");
+static_assert(sizeof(Cell) == 32, "a stored cell must stay small");
 
 } // namespace sumora

@@ -1,8 +1,8 @@
 #pragma once
 // A 16-byte string for cell storage: texts of up to 15 bytes live inline (most
-// numbers and short labels), longer ones on the heap. Two spare bits in the
+// numbers and short labels), longer ones on the heap. Three spare bits in the
 // tag byte are lent to the owner (Cell keeps its flags there), which is what
-// keeps a stored cell at 48 bytes.
+// keeps a stored cell at 32 bytes.
 #include <cstdint>
 #include <cstring>
 #include <string_view>
@@ -10,7 +10,7 @@
 namespace sumora {
 
 class CompactText {
-public:
+  public:
     static constexpr size_t kInlineCapacity = 15;
 
     CompactText() noexcept { std::memset(raw_, 0, sizeof raw_); }
@@ -70,16 +70,18 @@ public:
         setFlags(keptFlags);
     }
 
-    // Two bits of owner state that survive assignment of new text.
-    uint8_t flags() const noexcept { return static_cast<uint8_t>((tag() & kFlagMask) >> 5); }
-    void setFlags(uint8_t f) noexcept { setTag(static_cast<uint8_t>((tag() & ~kFlagMask) | ((f << 5) & kFlagMask))); }
+    // Three bits of owner state that survive assignment of new text.
+    uint8_t flags() const noexcept { return static_cast<uint8_t>((tag() & kFlagMask) >> 4); }
+    void setFlags(uint8_t f) noexcept {
+        setTag(static_cast<uint8_t>((tag() & ~kFlagMask) | ((f << 4) & kFlagMask)));
+    }
 
     bool operator==(const CompactText& o) const noexcept { return view() == o.view(); }
 
-private:
+  private:
     static constexpr uint8_t kHeapBit = 0x80;
-    static constexpr uint8_t kFlagMask = 0x60;
-    static constexpr uint8_t kLengthMask = 0x1F;
+    static constexpr uint8_t kFlagMask = 0x70;
+    static constexpr uint8_t kLengthMask = 0x0F;
 
     uint8_t tag() const noexcept { return raw_[15]; }
     void setTag(uint8_t t) noexcept { raw_[15] = t; }

@@ -62,6 +62,12 @@ void SumoraEditorView::forgetCalculatedState(size_t sheetIndex) {
     if (sheetIndex < calculators_.size() && calculators_[sheetIndex]) calculators_[sheetIndex]->invalidate();
 }
 
+void SumoraEditorView::cellRestored(size_t sheetIndex, CellPosition at) {
+    if (sheetIndex < calculators_.size() && calculators_[sheetIndex] &&
+        calculatorSheetIds_[sheetIndex] == document.sheets[sheetIndex].id)
+        calculators_[sheetIndex]->cellRestored(at.col, at.row);
+}
+
 void SumoraEditorView::registerUndoStep(std::string name, std::function<void()> undo,
                                         std::function<void()> redo) {
     if (undoManager) undoManager->registerStep(std::move(name), std::move(undo), std::move(redo));
@@ -101,8 +107,10 @@ void SumoraEditorView::recalculateRestoredCells(const CellChangeRecord& record, 
         return;
     }
     if (side == CellChangeRecord::Side::before) {
-        for (size_t index : sheets)
-            forgetCalculatedState(index);
+        // Undo of an entry recalculates nothing: the calculator re-reads the
+        // restored cells and keeps everything else it knows.
+        for (const CellChangeRecord::Change& c : record.changes())
+            if (auto index = document.sheetIndexById(record.sheetIds()[c.sheet])) cellRestored(*index, c.at);
         return;
     }
     for (const CellChangeRecord::Change& c : record.changes())

@@ -200,10 +200,13 @@ class SumoraEditorView {
     void recalculateChangedSheet(size_t sheetIndex);
     // The same by sheet id (nothing when the sheet is gone).
     void recalculateChangedSheetWithId(const std::string& sheetId);
-    // A cell record was put back without recalculation (undo of an entry):
-    // the calculator forgets what it learnt so later edits see the record.
+    // Cells moved without recalculation (insert, delete): the calculator
+    // forgets what it learnt so later edits see the cells where they are.
     void forgetCalculatedState(size_t sheetIndex);
     SheetCalculator& calculator(size_t sheetIndex);
+    // One cell record was put back without recalculation (undo of an entry):
+    // the calculator re-reads that cell and keeps everything else.
+    void cellRestored(size_t sheetIndex, CellPosition at);
     // Pastes the cells held by copySelection/cutSelection; false when there
     // are none or the clipboard's text no longer comes from them.
     bool pasteCopiedCells(PasteMode mode);

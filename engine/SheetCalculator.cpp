@@ -9,8 +9,8 @@
 #include "engine/EvaluationCache.h"
 #include "engine/FormulaEvaluator.h"
 #include "engine/FormulaParser.h"
-#include "values/Log.h"
 #include "engine/RecalcProfiler.h"
+#include "values/Log.h"
 
 namespace sumora {
 
@@ -101,6 +101,20 @@ void SheetCalculator::ensureBuilt() {
     if (built_) return;
     build();
     graph_.topologicalOrder(); // only for the circular verdicts
+}
+
+void SheetCalculator::cellRestored(int64_t col, int64_t row) {
+    // Before the first build there is nothing learnt to correct.
+    if (!built_ || !representable(col, row)) return;
+    cache_.forget(col, row);
+    const auto c = static_cast<int32_t>(col), r = static_cast<int32_t>(row);
+    unregisterFormula(c, r);
+    const Cell* cell = sheet().storedCell(row, col);
+    if (cell && cell->hasFormula()) registerFormula(c, r, *cell->formula());
+    // Only the circular verdicts of the cell and its readers: what a rebuild
+    // would have found for them.
+    GridPosition changed{c, r};
+    graph_.recalcOrder({&changed, 1}, true);
 }
 
 void SheetCalculator::invalidate() {

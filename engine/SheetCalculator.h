@@ -47,6 +47,10 @@ class SheetCalculator : public CellResolver {
     // After the cell's value or formula changed: re-reads that cell and
     // recomputes every formula that reads it, directly or not.
     void recalculate(int64_t col, int64_t row);
+    // The cell's record was put back as it was before an edit (undo): its
+    // formula is registered again but nothing is recomputed, so the cells
+    // that read it keep their values until a later change reaches them.
+    void cellRestored(int64_t col, int64_t row);
     // Cells moved: drop everything learnt from them; the next call rebuilds.
     void invalidate();
     // Times each formula and function call of later recalculations.

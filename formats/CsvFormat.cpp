@@ -54,20 +54,38 @@ SumoraDocument readCsvDocument(std::string_view bytes) {
     int64_t row = 0;
     size_t widest = 0;
     size_t start = 0;
+    auto store = [&](size_t col, std::string_view field) {
+        if (field.empty()) return;
+        Cell& cell = sheet.cellForWriting(row, static_cast<int64_t>(col));
+        cell.setValue(field);
+        cell.setComputedValue(field); // the same text: kept once
+    };
     auto takeLine = [&](size_t end) {
-        if (end > start) {
-            auto fields = parseCSVLine(bytes.substr(start, end - start));
-            widest = std::max(widest, fields.size());
-            sheet.growTo(row + 1, static_cast<int64_t>(fields.size()));
-            sheet.reserveRow(row, static_cast<int64_t>(fields.size()));
-            for (size_t col = 0; col < fields.size(); ++col) {
-                if (fields[col].empty()) continue;
-                Cell& cell = sheet.cellForWriting(row, static_cast<int64_t>(col));
-                cell.setValue(fields[col]);
-                cell.setComputedValue(fields[col]);
+        if (end <= start) return;
+        std::string_view line = bytes.substr(start, end - start);
+        size_t fields = 0;
+        if (line.find('"') == std::string_view::npos) {
+            // The common line without quotes: its fields are read in place.
+            fields = 1 + static_cast<size_t>(std::count(line.begin(), line.end(), ','));
+            sheet.growTo(row + 1, static_cast<int64_t>(fields));
+            sheet.reserveRow(row, static_cast<int64_t>(fields));
+            size_t from = 0;
+            for (size_t col = 0;; ++col) {
+                size_t comma = line.find(',', from);
+                store(col, line.substr(from, comma == std::string_view::npos ? comma : comma - from));
+                if (comma == std::string_view::npos) break;
+                from = comma + 1;
             }
-            ++row;
+        } else {
+            auto parsed = parseCSVLine(line);
+            fields = parsed.size();
+            sheet.growTo(row + 1, static_cast<int64_t>(fields));
+            sheet.reserveRow(row, static_cast<int64_t>(fields));
+            for (size_t col = 0; col < parsed.size(); ++col)
+                store(col, parsed[col]);
         }
+        widest = std::max(widest, fields);
+        ++row;
     };
     for (size_t i = 0; i < bytes.size();) {
         size_t nl = newlineLength(bytes, i);

@@ -3,16 +3,15 @@
 // a reader works on the package bytes it was given, a writer collects parts and
 // hands back the finished archive's bytes. No temporary files are involved.
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 struct zip;
-struct zip_source;
 
 namespace sumora {
 
@@ -91,14 +90,14 @@ enum class Compression { store, deflate };
 
 // Builds a ZIP archive in memory; entries keep the order in which they were added.
 //
-// Deflate levels follow zlib: 1 is fastest, 9 smallest, -1 means zlib's default
-// (6). For big parts (a worksheet of tens of megabytes) use level 1 to 3: they
-// compress several times faster than the default and lose only a few percent
-// of size on spreadsheet XML.
+// Deflate levels follow zlib's scale: 1 is fastest, 9 smallest, -1 means the
+// usual balance (6). For big parts (a worksheet of tens of megabytes) use
+// level 1 to 3: they compress several times faster and lose only a few
+// percent of size on spreadsheet XML. Parts are compressed when the archive
+// is finished, several at once on the machine's cores, biggest first.
 class ZipWriter {
   public:
-    ZipWriter();
-    ~ZipWriter();
+    ZipWriter() = default;
     ZipWriter(const ZipWriter&) = delete;
     ZipWriter& operator=(const ZipWriter&) = delete;
 
@@ -119,13 +118,24 @@ class ZipWriter {
     // Produces the archive. The writer is spent afterwards: any further call throws.
     std::string finish();
 
-  private:
-    void addStored(std::string_view path, std::string&& bytes, Compression compression, int level);
-    zip* requireOpen(const char* operation) const;
+    struct Part {
+        std::string path;
+        std::string bytes; // as added; replaced by the compressed bytes when finishing
+        Compression compression = Compression::store;
+        int level = -1;
+        bool isDirectory = false;
+        std::uint32_t crc = 0;
+        std::uint64_t size = 0; // uncompressed
+    };
 
-    zip* archive_ = nullptr;
-    zip_source* target_ = nullptr;  // the in-memory buffer the archive is written into
-    std::deque<std::string> parts_; // must outlive the archive: libzip reads them on close
+  private:
+    void addPart(std::string_view path, std::string&& bytes, Compression compression, int level,
+                 bool isDirectory);
+    void requireOpen(const char* operation) const;
+
+    std::vector<Part> parts_;
+    std::unordered_set<std::string> paths_;
+    bool finished_ = false;
 };
 
 } // namespace sumora

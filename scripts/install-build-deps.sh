@@ -8,7 +8,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/lib/apt-install.sh"
 
 packages=(
   build-essential cmake ninja-build ccache pkg-config
-  libicu-dev libzip-dev zlib1g-dev libexpat1-dev
+  libicu-dev libzip-dev libdeflate-dev zlib1g-dev libexpat1-dev
   libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev
   clang libclang-rt-14-dev clang-format
   libjavascriptcoregtk-4.1-dev

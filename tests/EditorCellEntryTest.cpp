@@ -5,8 +5,8 @@
 
 #include "document/ColumnLetters.h"
 #include "editing/SumoraEditorView.h"
-#include "values/Log.h"
 #include "tests/TestSupport.h"
+#include "values/Log.h"
 
 namespace sumora {
 namespace {
@@ -186,6 +186,15 @@ TEST_F(EditorCellEntry, UndoneFormulaStopsBeingRecalculated) {
     EXPECT_FALSE(cell("B1").formula());
     type("A1", "7");
     EXPECT_EQ(shown("B1"), "");
+}
+
+TEST_F(EditorCellEntry, FormulaBroughtBackByUndoIsRecalculatedAgain) {
+    type("B1", "=A1*3");
+    type("B1", "5");
+    undo().undo();
+    ASSERT_EQ(cell("B1").formula(), "A1*3");
+    type("A1", "7");
+    EXPECT_EQ(shown("B1"), "21");
 }
 
 TEST_F(EditorCellEntry, AutoSumOverASelectionGoesBelowIt) {

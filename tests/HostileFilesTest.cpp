@@ -101,6 +101,17 @@ TEST(HostileFiles, ThirtyThousandSheetsOpen) {
     EXPECT_EQ(doc.sheets.back().name, "S30000");
 }
 
+TEST(HostileFiles, DimensionClaimingTheWholeGridIsNotTrusted) {
+    xlsxtest::TestPackage package(xlsxtest::worksheet(R"(<row r="1"><c r="A1"><v>1</v></c></row>)",
+                                                      R"(<dimension ref="A1:XFD1048576"/>)"));
+    SumoraDocument doc = openDocument(package.bytes(), "claims.xlsx", kXlsxContentType);
+    const Sheet& sheet = doc.sheets[0];
+    EXPECT_EQ(sheet.cell(0, 0).value(), "1");
+    EXPECT_EQ(sheet.storedRowCount(), 1);
+    EXPECT_EQ(sheet.rowCount(), SumoraDocument::kNewSheetRows);
+    EXPECT_EQ(sheet.columnCount(), SumoraDocument::kNewSheetColumns);
+}
+
 TEST(HostileFiles, ReaderOutOfMemoryGivesItsMessage) {
     // Twelve million short fields, far more cells than 128 MB can hold.
     std::string csv;

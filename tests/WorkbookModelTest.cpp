@@ -108,6 +108,55 @@ TEST(CellText, LongAndShortTextsKeepTheirFlags) {
     }
 }
 
+// A computed text equal to the value is kept once; every later change must
+// still see two independent texts.
+TEST(CellText, ComputedTextEqualToTheValueStaysIndependent) {
+    const std::string longText(40, 'q');
+    const struct {
+        const char* name;
+        void (*steps)(Cell&);
+        std::optional<std::string> computed;
+        std::string value;
+    } cases[] = {
+        {"value changed after", [](Cell& c) { c.setValue("13"); }, "12", "13"},
+        {"result removed", [](Cell& c) { c.setComputedValue(std::nullopt); }, std::nullopt, "12"},
+        {"other result", [](Cell& c) { c.setComputedValue("7"); }, "7", "12"},
+        {"value emptied", [](Cell& c) { c.setValue(""); }, "12", ""},
+        {"same value again", [](Cell& c) { c.setValue("12"); }, "12", "12"},
+        {"formula added", [](Cell& c) { c.setFormula("A1"); }, "12", "12"},
+    };
+    for (const auto& k : cases) {
+        Cell c;
+        c.setValue("12");
+        c.setComputedValue("12");
+        k.steps(c);
+        EXPECT_EQ(c.computedValue(), k.computed) << k.name;
+        EXPECT_EQ(c.value(), k.value) << k.name;
+        EXPECT_EQ(c.displayValue(), k.computed.value_or(k.value)) << k.name;
+    }
+
+    // Equal however each was reached; the array mark survives sharing.
+    Cell shared, separate;
+    shared.setValue(longText);
+    shared.setArrayAnchor(true);
+    shared.setComputedValue(longText);
+    separate.setComputedValue(longText);
+    separate.setValue(longText);
+    EXPECT_EQ(shared, separate);
+    EXPECT_TRUE(shared.isArrayAnchor());
+    Cell copy = shared;
+    copy.setValue("other");
+    EXPECT_EQ(copy.computedValue(), longText);
+    EXPECT_EQ(shared.value(), longText);
+
+    Cell cleared;
+    cleared.setFormula("1");
+    cleared.setComputedValue("1");
+    cleared.setFormula(std::nullopt);
+    cleared.setComputedValue(std::nullopt);
+    EXPECT_TRUE(cleared.isDefault());
+}
+
 TEST(CellText, EqualityCoversEveryPart) {
     Cell base;
     base.setValue("v");
@@ -127,7 +176,7 @@ TEST(CellText, EqualityCoversEveryPart) {
 }
 
 TEST(CellStorage, StoredCellsAreSmall) {
-    EXPECT_EQ(sizeof(Cell), 48u);
+    EXPECT_EQ(sizeof(Cell), 32u);
 }
 
 TEST(CellFormatInterning, EqualFormatsShareOneInstance) {

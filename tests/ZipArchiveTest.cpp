@@ -195,6 +195,20 @@ TEST(ZipArchive, WriterRejectsMisuse) {
     EXPECT_THROW(writer.finish(), ArchiveError);
 }
 
+// Past 65,535 entries the count only fits the ZIP64 end records.
+TEST(ZipArchive, ArchiveOfManyEntriesReadsBackWhole) {
+    ZipWriter writer;
+    const int count = 70000;
+    for (int i = 0; i < count; ++i)
+        writer.add("s/" + std::to_string(i), std::to_string(i * 3),
+                   i % 2 ? Compression::deflate : Compression::store);
+    ZipReader reader(writer.finish());
+    ASSERT_EQ(reader.entries().size(), static_cast<size_t>(count));
+    EXPECT_EQ(reader.read("s/0"), "0");
+    EXPECT_EQ(reader.read("s/65535"), "196605");
+    EXPECT_EQ(reader.read("s/69999"), "209997");
+}
+
 TEST(ZipArchive, EmptyWriterProducesAnEmptyArchive) {
     ZipWriter writer;
     std::string bytes = writer.finish();
