@@ -31,7 +31,7 @@ std::optional<size_t> sheetNamed(const SumoraDocument& document, std::string_vie
     return std::nullopt;
 }
 
-std::optional<ColRow> cellInGrid(std::string_view text) {
+std::optional<CellPosition> cellInGrid(std::string_view text) {
     auto at = parseCellAddress(trimmed(text));
     if (!at || at->col >= kSheetColumnLimit || at->row >= kSheetRowLimit) return std::nullopt;
     return at;

@@ -97,12 +97,12 @@ TEST(OdsConditionalFormats, LibreOfficeRulesRead) {
              R"(calcext:axis-position="none" calcext:positive-color="#638ec6" calcext:axis-color="#000000">)"
              R"(<calcext:formatting-entry calcext:value="10" calcext:type="percentile"/>)"
              R"(<calcext:formatting-entry calcext:value="0" calcext:type="auto-maximum"/></calcext:data-bar>)"),
-         ""},
+         "", ""},
         {conditionOver(
              R"(<calcext:icon-set calcext:icon-set-type="3Arrows"><calcext:formatting-entry calcext:show-value="false" )"
              R"(calcext:value="0" calcext:type="percent"/><calcext:formatting-entry calcext:value="2" calcext:type="number"/>)"
              R"(<calcext:formatting-entry calcext:value="=[.$B$3]" calcext:type="formula"/></calcext:icon-set>)"),
-         ""},
+         "", ""},
         dropped(
             conditionOver(R"(<calcext:date-is calcext:date="today" calcext:style="ConditionalStyle_1"/>)"),
             "a date condition"),

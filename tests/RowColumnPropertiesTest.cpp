@@ -196,7 +196,9 @@ TEST(RowColumnFixtures, ReadAndSurviveSavingInBothFormats) {
             EXPECT_EQ(actual(viaXlsx, e), e.expected) << where << " after saving as XLSX";
             // The ODS writer keeps cell contents and character formats only.
             bool keptByOds = e.kind == "value" || e.kind == "font";
-            if (keptByOds) EXPECT_EQ(actual(viaOds, e), e.expected) << where << " after saving as ODS";
+            if (keptByOds) {
+                EXPECT_EQ(actual(viaOds, e), e.expected) << where << " after saving as ODS";
+            }
         }
     }
 }

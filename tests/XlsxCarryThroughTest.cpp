@@ -163,8 +163,11 @@ void expectCarried(const Package& saved, int sheet) {
     EXPECT_NE(
         saved["[Content_Types].xml"].find("PartName=\"/xl/media/image1.png\" ContentType=\"image/png\""),
         std::string::npos);
-    for (const auto& [path, bytes] : saved.parts)
-        if (path.ends_with(".xml") || path.ends_with(".rels")) EXPECT_NO_THROW(test::parseXml(bytes)) << path;
+    for (const auto& [path, bytes] : saved.parts) {
+        if (path.ends_with(".xml") || path.ends_with(".rels")) {
+            EXPECT_NO_THROW(test::parseXml(bytes)) << path;
+        }
+    }
 }
 
 void expectWorkbookParts(const Package& saved) {
