@@ -11,6 +11,7 @@
 #include "editing/SumoraEditorView.h"
 #include "engine/FormulaAdjuster.h"
 #include "engine/FormulaValue.h"
+#include "values/AsciiText.h"
 #include "values/StrictNumber.h"
 
 namespace sumora {
@@ -310,21 +311,6 @@ constexpr std::array<const char*, 12> kMonths = {"January",   "February", "March
 constexpr std::array<const char*, 7> kWeekdays = {"Sunday",   "Monday", "Tuesday", "Wednesday",
                                                   "Thursday", "Friday", "Saturday"};
 
-std::string_view trimmed(std::string_view s) {
-    while (!s.empty() && std::isspace(static_cast<unsigned char>(s.front())))
-        s.remove_prefix(1);
-    while (!s.empty() && std::isspace(static_cast<unsigned char>(s.back())))
-        s.remove_suffix(1);
-    return s;
-}
-
-bool equalsIgnoringCase(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return std::tolower(static_cast<unsigned char>(x)) ==
-                      std::tolower(static_cast<unsigned char>(y));
-           });
-}
-
 // A seed found in a cyclic list (months or weekdays).
 struct NamedSeed {
     int64_t index = 0;
@@ -451,7 +437,7 @@ std::string SumoraEditorView::autoFillValue(const std::vector<std::string>& seed
     if (seeds.empty()) return "";
     std::vector<std::string_view> trimmedSeeds;
     for (const std::string& s : seeds)
-        trimmedSeeds.push_back(trimmed(s));
+        trimmedSeeds.push_back(trimmedSpace(s));
     if (auto v = namedSeries(kMonths, trimmedSeeds, stepIndex)) return *v;
     if (auto v = namedSeries(kWeekdays, trimmedSeeds, stepIndex)) return *v;
     if (auto v = numberSeries(trimmedSeeds, stepIndex)) return *v;

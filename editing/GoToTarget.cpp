@@ -5,34 +5,14 @@
 #include <string>
 
 #include "document/ColumnLetters.h"
+#include "values/AsciiText.h"
 
 namespace sumora {
 
 namespace {
 
-std::string_view trimmed(std::string_view s) {
-    while (!s.empty() && std::isspace(static_cast<unsigned char>(s.front())))
-        s.remove_prefix(1);
-    while (!s.empty() && std::isspace(static_cast<unsigned char>(s.back())))
-        s.remove_suffix(1);
-    return s;
-}
-
-bool equalsIgnoringCase(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return std::tolower(static_cast<unsigned char>(x)) ==
-                      std::tolower(static_cast<unsigned char>(y));
-           });
-}
-
-std::optional<size_t> sheetNamed(const SumoraDocument& document, std::string_view name) {
-    for (size_t i = 0; i < document.sheets.size(); ++i)
-        if (equalsIgnoringCase(document.sheets[i].name, name)) return i;
-    return std::nullopt;
-}
-
 std::optional<CellPosition> cellInGrid(std::string_view text) {
-    auto at = parseCellAddress(trimmed(text));
+    auto at = parseCellAddress(trimmedSpace(text));
     if (!at || at->col >= kSheetColumnLimit || at->row >= kSheetRowLimit) return std::nullopt;
     return at;
 }
@@ -41,7 +21,7 @@ std::optional<CellPosition> cellInGrid(std::string_view text) {
 
 std::optional<GoToTarget> resolveGoToTarget(const SumoraDocument& document, size_t activeSheet,
                                             std::string_view text) {
-    text = trimmed(text);
+    text = trimmedSpace(text);
     if (text.empty() || document.sheets.empty()) return std::nullopt;
     GoToTarget target;
     target.sheetIndex = std::min(activeSheet, document.sheets.size() - 1);
@@ -49,13 +29,13 @@ std::optional<GoToTarget> resolveGoToTarget(const SumoraDocument& document, size
     // A sheet prefix: "Name!" or "'Name with spaces'!" (a doubled quote is one quote).
     std::string_view reference = text;
     if (const size_t bang = text.rfind('!'); bang != std::string_view::npos) {
-        std::string name(trimmed(text.substr(0, bang)));
+        std::string name(trimmedSpace(text.substr(0, bang)));
         if (name.size() >= 2 && name.front() == '\'' && name.back() == '\'') {
             name = name.substr(1, name.size() - 2);
             for (size_t q = name.find("''"); q != std::string::npos; q = name.find("''", q + 1))
                 name.erase(q, 1);
         }
-        auto sheet = sheetNamed(document, name);
+        auto sheet = document.sheetIndex(name);
         if (!sheet) return std::nullopt;
         target.sheetIndex = *sheet;
         reference = text.substr(bang + 1);
@@ -76,7 +56,7 @@ std::optional<GoToTarget> resolveGoToTarget(const SumoraDocument& document, size
     for (const NamedRange& named : document.namedRanges) {
         if (!equalsIgnoringCase(named.name, text)) continue;
         if (named.sheetName) {
-            auto sheet = sheetNamed(document, *named.sheetName);
+            auto sheet = document.sheetIndex(*named.sheetName);
             if (!sheet) return std::nullopt;
             target.sheetIndex = *sheet;
         }

@@ -7,16 +7,11 @@
 #include "engine/FormulaParser.h"
 #include "engine/FunctionRegistry.h"
 #include "engine/WorkbookResolver.h"
+#include "values/AsciiText.h"
 
 namespace sumora {
 
 namespace {
-
-bool equalsIgnoringCase(std::string_view a, std::string_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
-        return std::toupper(static_cast<unsigned char>(x)) == std::toupper(static_cast<unsigned char>(y));
-    });
-}
 
 // The formula text recalculation would compute: the formula, or a value typed as "=…".
 std::optional<std::string_view> formulaText(const Cell& cell) {

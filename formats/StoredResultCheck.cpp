@@ -8,6 +8,7 @@
 #include "engine/WorkbookDependencies.h"
 #include "formats/XlsxWorksheetReader.h"
 #include "functions/BuiltinFunctions.h"
+#include "values/AsciiText.h"
 #include "values/StrictNumber.h"
 
 namespace sumora {
@@ -27,12 +28,6 @@ std::optional<double> numberOrDate(std::string_view text) {
 // "#NAME? (FOO)" carries a detail after the code that files do not store.
 std::string_view errorCode(std::string_view text) {
     return text.substr(0, text.find(' '));
-}
-
-bool equalsIgnoringCase(std::string_view a, std::string_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
-        return std::toupper(static_cast<unsigned char>(x)) == std::toupper(static_cast<unsigned char>(y));
-    });
 }
 
 } // namespace

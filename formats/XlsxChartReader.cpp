@@ -4,6 +4,7 @@
 
 #include "formats/XlsxWorksheetReader.h"
 #include "formats/XmlReader.h"
+#include "values/AsciiText.h"
 
 namespace sumora::xlsx {
 
@@ -11,13 +12,6 @@ namespace {
 
 bool endsWith(std::string_view s, std::string_view suffix) {
     return s.size() >= suffix.size() && s.substr(s.size() - suffix.size()) == suffix;
-}
-
-bool equalsIgnoringCase(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return std::tolower(static_cast<unsigned char>(x)) ==
-                      std::tolower(static_cast<unsigned char>(y));
-           });
 }
 
 class ChartHandler : public XmlHandler {
