@@ -100,7 +100,7 @@ const QFont& CellAppearanceBuilder::fontFor(const CellFormat* handle, const Cell
 
 QString CellAppearanceBuilder::displayText(const Sheet& sheet, int64_t row, int64_t col, bool* isNumber,
                                            QColor* formatColor, CellAppearance* fill) {
-    const Cell& cell = sheet.cell(row, col);
+    const Cell& cell = sheet.cell(at.row, at.col);
     const std::string_view display = cell.displayValue();
     if (isNumber) *isNumber = false;
     if (display.empty()) return {};
@@ -130,7 +130,7 @@ QString CellAppearanceBuilder::displayText(const Sheet& sheet, int64_t row, int6
 
 CellAppearance CellAppearanceBuilder::build(const Sheet& sheet, int64_t row, int64_t col) {
     CellAppearance a;
-    const Cell& cell = sheet.cell(row, col);
+    const Cell& cell = sheet.cell(at.row, at.col);
     const CellFormat& format = cell.format();
 
     QColor formatColor;
@@ -155,15 +155,15 @@ CellAppearance CellAppearanceBuilder::build(const Sheet& sheet, int64_t row, int
     a.borderRight = format.borderRight;
     a.thickBottom = format.borderThickBottom;
     a.isSpillResult = cell.isSpillResult();
-    if (!sheet.cellComments.empty()) a.hasComment = sheet.cellComments.count(cellAddress(col, row)) > 0;
-    if (!sheet.hyperlinks.empty() && sheet.hyperlinks.count(cellAddress(col, row)) > 0) {
+    if (!sheet.cellComments.empty()) a.hasComment = sheet.cellComments.count(cellAddress({col, row})) > 0;
+    if (!sheet.hyperlinks.empty() && sheet.hyperlinks.count(cellAddress({col, row})) > 0) {
         a.isLink = true;
         a.font.setUnderline(true);
         if (!format.fontColor && !formatColor.isValid()) a.textColor = kLinkColor;
     }
 
     if (ConditionalFormatEvaluator* evaluator = evaluatorFor(sheet)) {
-        if (auto conditional = evaluator->evaluate(col, row)) {
+        if (auto conditional = evaluator->evaluate({col, row})) {
             if (conditional->fillColor) a.fill = colorFromHex(*conditional->fillColor);
             if (conditional->fontColor) a.textColor = colorFromHex(*conditional->fontColor);
             if (conditional->isBold) a.font.setBold(*conditional->isBold);
@@ -173,13 +173,13 @@ CellAppearance CellAppearanceBuilder::build(const Sheet& sheet, int64_t row, int
             const auto bar = dataBarColor(rule.ruleType);
             if (!bar || col < rule.startCol || col > rule.endCol || row < rule.startRow || row > rule.endRow)
                 continue;
-            if (auto fraction = evaluator->dataBarFraction(rule, col, row)) {
+            if (auto fraction = evaluator->dataBarFraction(rule, {col, row})) {
                 a.dataBarFraction = *fraction;
                 a.dataBarColor = colorFromHex(*bar);
                 if (!a.dataBarColor.isValid()) a.dataBarColor = QColor(0x63, 0x8E, 0xC6);
             }
         }
-        a.icon = evaluator->icon(col, row);
+        a.icon = evaluator->icon({col, row});
         if (a.icon && !a.icon->showValue) a.text.clear();
     }
     return a;

@@ -70,11 +70,11 @@ void askComment(MainWindow& window) {
     const Sheet* sheet = activeSheet(window);
     const auto& cell = window.editor().activeCell;
     if (!sheet || !cell) return;
-    auto it = sheet->cellComments.find(cellAddress(cell->col, cell->row));
+    auto it = sheet->cellComments.find(cellAddress(*cell));
     bool ok = false;
     const QString text = QInputDialog::getMultiLineText(
         &window, QObject::tr("Comment"),
-        QObject::tr("Comment on %1:").arg(QString::fromStdString(cellAddress(cell->col, cell->row))),
+        QObject::tr("Comment on %1:").arg(QString::fromStdString(cellAddress(*cell))),
         it != sheet->cellComments.end() ? QString::fromStdString(it->second) : QString(), &ok);
     if (ok) setActiveCellComment(window, text);
 }
@@ -161,7 +161,7 @@ void setActiveCellComment(MainWindow& window, const QString& text) {
     Sheet* sheet = activeSheet(window);
     const auto& cell = window.editor().activeCell;
     if (!sheet || !cell) return;
-    const std::string key = cellAddress(cell->col, cell->row);
+    const std::string key = cellAddress(*cell);
     if (text.trimmed().isEmpty())
         sheet->cellComments.erase(key);
     else

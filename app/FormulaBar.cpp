@@ -53,11 +53,11 @@ void FormulaBar::refresh() {
         formula_->clear();
         return;
     }
-    QString address = QString::fromStdString(cellAddress(cell->col, cell->row));
+    QString address = QString::fromStdString(cellAddress(*cell));
     if (editor_.selection && !editor_.selection->isSingleCell()) {
         const SelectionRange& s = *editor_.selection;
-        address = QString::fromStdString(cellAddress(s.minCol(), s.minRow()) + ":" +
-                                         cellAddress(s.maxCol(), s.maxRow()));
+        address = QString::fromStdString(cellAddress({s.minCol(), s.minRow()}) + ":" +
+                                         cellAddress({s.maxCol(), s.maxRow()}));
     }
     address_->setText(address);
     const Cell& c = sheet->cell(cell->row, cell->col);
@@ -78,7 +78,7 @@ void FormulaBar::commit() {
         const QString text = formula_->text();
         if (approver_) {
             approving_ = true;
-            const bool keep = approver_(editor_.activeCell->col, editor_.activeCell->row, text);
+            const bool keep = approver_(*editor_.activeCell, text);
             approving_ = false;
             if (!keep) {
                 formula_->setFocus();
@@ -109,8 +109,9 @@ bool FormulaBar::goTo(const QString& text) {
     }
     if (static_cast<int64_t>(target->sheetIndex) != editor_.activeSheetIndex)
         emit sheetEntered(static_cast<int>(target->sheetIndex));
-    emit rangeEntered(static_cast<int>(target->top), static_cast<int>(target->left),
-                      static_cast<int>(target->bottom), static_cast<int>(target->right));
+    const CellArea& area = target->area;
+    emit rangeEntered(static_cast<int>(area.startRow), static_cast<int>(area.startCol),
+                      static_cast<int>(area.endRow), static_cast<int>(area.endCol));
     return true;
 }
 

@@ -9,8 +9,8 @@
 #include <QVBoxLayout>
 
 #include "document/ColumnLetters.h"
-#include "values/Log.h"
 #include "functions/FunctionCatalogue.h"
+#include "values/Log.h"
 
 namespace sumora::app {
 
@@ -123,7 +123,7 @@ void FunctionArgumentsPage::updatePreview() {
     preview_->setText(tr("%1 in %2")
                           .arg(QStringLiteral("=") + name_ + QLatin1Char('(') + args.join(QLatin1Char(',')) +
                                    QLatin1Char(')'),
-                               QString::fromStdString(cellAddress(target_.col, target_.row))));
+                               QString::fromStdString(cellAddress(target_))));
 }
 
 void FunctionArgumentsPage::commit() {

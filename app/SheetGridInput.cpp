@@ -24,9 +24,9 @@ SelectionRange rangeBetween(const QModelIndex& a, const QModelIndex& b) {
 }
 
 QString referenceText(const SelectionRange& r) {
-    QString text = QString::fromStdString(cellAddress(r.minCol(), r.minRow()));
+    QString text = QString::fromStdString(cellAddress({r.minCol(), r.minRow()}));
     if (!r.isSingleCell())
-        text += QLatin1Char(':') + QString::fromStdString(cellAddress(r.maxCol(), r.maxRow()));
+        text += QLatin1Char(':') + QString::fromStdString(cellAddress({r.maxCol(), r.maxRow()}));
     return text;
 }
 
@@ -134,8 +134,8 @@ void SheetGridView::keyPressEvent(QKeyEvent* event) {
         const int dRow = key == Qt::Key_Up ? -1 : key == Qt::Key_Down ? 1 : 0;
         const int dCol = key == Qt::Key_Left ? -1 : key == Qt::Key_Right ? 1 : 0;
         if (ctrl && sheet) {
-            const GridPoint to = dataEdge(*sheet, {from.row(), from.column()}, dRow, dCol, model_.rowCount(),
-                                          model_.columnCount());
+            const CellPosition to = dataEdge(*sheet, {from.column(), from.row()}, dRow, dCol,
+                                             model_.rowCount(), model_.columnCount());
             return moveCurrent(static_cast<int>(to.row), static_cast<int>(to.col), shift);
         }
         return moveCurrent(from.row() + dRow, from.column() + dCol, shift);
@@ -202,7 +202,7 @@ void SheetGridView::mousePressEvent(QMouseEvent* event) {
 bool SheetGridView::followLink(const QModelIndex& index) {
     const Sheet* sheet = model_.sheet();
     if (!index.isValid() || !sheet || sheet->hyperlinks.empty()) return false;
-    auto it = sheet->hyperlinks.find(cellAddress(index.column(), index.row()));
+    auto it = sheet->hyperlinks.find(cellAddress({index.column(), index.row()}));
     if (it == sheet->hyperlinks.end()) return false;
     const CellHyperlink& link = it->second;
     if (!link.target.empty()) {

@@ -77,7 +77,7 @@ QVariant SheetTableModel::data(const QModelIndex& index, int role) const {
         return editText(index.row(), index.column());
     case Qt::ToolTipRole: {
         if (s->cellComments.empty() && s->hyperlinks.empty()) return {};
-        const std::string address = cellAddress(index.column(), index.row());
+        const std::string address = cellAddress({index.column(), index.row()});
         if (auto it = s->cellComments.find(address); it != s->cellComments.end())
             return QString::fromStdString(it->second);
         auto link = s->hyperlinks.find(address);
@@ -114,7 +114,7 @@ bool SheetTableModel::setData(const QModelIndex& index, const QVariant& value, i
 
 bool SheetTableModel::approveEntry(int row, int column, const QString& text) const {
     if (!approver_ || !sheet() || text == editText(row, column)) return true;
-    return approver_(column, row, text);
+    return approver_({column, row}, text);
 }
 
 void SheetTableModel::reload() {

@@ -23,9 +23,9 @@
 #include <vector>
 
 #include "engine/FunctionRegistry.h"
-#include "values/Log.h"
 #include "engine/SheetCalculator.h"
 #include "functions/BuiltinFunctions.h"
+#include "values/Log.h"
 
 extern char** environ;
 
@@ -184,7 +184,7 @@ int main() {
     Timing lastA = repeat(21, [&](int i) {
         setNumber(doc, kRows - 1, 0, std::to_string(1000 + i));
         auto t = Clock::now();
-        calc.recalculate(0, kRows - 1);
+        calc.recalculate({0, kRows - 1});
         return millisecondsSince(t);
     });
     std::printf("Incremental after editing A%d (4 formulas):       %8.3f ms best, %.3f ms median\n", kRows,
@@ -194,7 +194,7 @@ int main() {
     Timing firstA = repeat(7, [&](int i) {
         setNumber(doc, 0, 0, std::to_string(500 + i));
         auto t = Clock::now();
-        calc.recalculate(0, 0);
+        calc.recalculate({0, 0});
         return millisecondsSince(t);
     });
     std::printf("Incremental after editing A1 (100,102 formulas):  %8.1f ms best, %.1f ms median\n",

@@ -12,7 +12,7 @@ namespace {
 
 void printText(const SumoraDocument& doc, const ResultCheckReport& report) {
     auto line = [&](const ResultDifference& d, std::string_view note) {
-        std::cout << cellLabel(doc.sheets[d.sheet].name, d.col, d.row) << ": stored " << d.stored
+        std::cout << cellLabel(doc.sheets[d.sheet].name, {d.col, d.row}) << ": stored " << d.stored
                   << ", computed " << d.computed << note << '\n';
     };
     for (const ResultDifference& d : report.differences)
@@ -33,9 +33,9 @@ void printJson(const std::string& path, const SumoraDocument& doc, const ResultC
         for (size_t i = 0; i < list.size(); ++i) {
             const ResultDifference& d = list[i];
             out += i ? ",\n    " : "\n    ";
-            out += "{\"cell\": " + jsonString(cellLabel(doc.sheets[d.sheet].name, d.col, d.row)) +
+            out += "{\"cell\": " + jsonString(cellLabel(doc.sheets[d.sheet].name, {d.col, d.row})) +
                    ", \"sheet\": " + jsonString(doc.sheets[d.sheet].name) +
-                   ", \"address\": " + jsonString(cellAddress(d.col, d.row)) +
+                   ", \"address\": " + jsonString(cellAddress({d.col, d.row})) +
                    ", \"stored\": " + jsonString(d.stored) + ", \"computed\": " + jsonString(d.computed) +
                    "}";
         }

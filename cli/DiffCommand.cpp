@@ -34,7 +34,7 @@ void printText(const WorkbookDiff& diff) {
     for (const SheetRename& r : diff.sheetsRenamed)
         std::cout << "Sheet renamed: " << r.from << " → " << r.to << '\n';
     for (const CellChange& c : diff.cells) {
-        std::cout << cellLabel(c.sheet, c.col, c.row);
+        std::cout << cellLabel(c.sheet, {c.col, c.row});
         if (c.aspect == DiffAspect::formats) std::cout << " (format)";
         std::cout << ": " << shown(c.before) << " → " << shown(c.after) << '\n';
     }
@@ -60,9 +60,9 @@ void printJson(const WorkbookDiff& diff) {
     for (size_t i = 0; i < diff.cells.size(); ++i) {
         const CellChange& c = diff.cells[i];
         out += i ? ",\n    " : "\n    ";
-        out += "{\"cell\": " + jsonString(cellLabel(c.sheet, c.col, c.row)) +
+        out += "{\"cell\": " + jsonString(cellLabel(c.sheet, {c.col, c.row})) +
                ", \"sheet\": " + jsonString(c.sheet) +
-               ", \"address\": " + jsonString(cellAddress(c.col, c.row)) +
+               ", \"address\": " + jsonString(cellAddress({c.col, c.row})) +
                ", \"kind\": " + jsonString(aspectName(c.aspect)) + ", \"before\": " + jsonString(c.before) +
                ", \"after\": " + jsonString(c.after) + "}";
         if (out.size() > (1 << 20)) {

@@ -12,7 +12,7 @@ namespace {
 
 // One line per computed part ("2*3 → 6"), as the part reads at that moment.
 void printSteps(const SumoraDocument& doc) {
-    FormulaSteps steps = formulaSteps(doc, 0, 0, 0, builtinFunctions());
+    FormulaSteps steps = formulaSteps(doc, 0, {0, 0}, builtinFunctions());
     if (!steps.failure.empty()) {
         std::cout << steps.failure << '\n';
         return;

@@ -50,7 +50,7 @@ void printProfileReport(const SumoraDocument& doc, const RecalcProfiler& profile
         const auto& f = formulas[i];
         const Sheet& sheet = doc.sheets[f.sheet];
         std::cout << padLeft(milliseconds(f.nanoseconds), 14) << padLeft(share(f.nanoseconds, total), 8)
-                  << "  " << cellLabel(sheet.name, f.col, f.row) << "  ="
+                  << "  " << cellLabel(sheet.name, {f.col, f.row}) << "  ="
                   << sheet.cell(f.row, f.col).formula().value_or("") << '\n';
     }
 
@@ -73,7 +73,7 @@ void printProfileReport(const SumoraDocument& doc, const RecalcProfiler& profile
             i = chain.size() - kChainEnds;
         }
         std::cout << (i ? " ← " : "\n  ")
-                  << cellLabel(doc.sheets[chain[i].sheet].name, chain[i].col, chain[i].row);
+                  << cellLabel(doc.sheets[chain[i].sheet].name, {chain[i].col, chain[i].row});
     }
     std::cout << '\n';
 }

@@ -1,7 +1,10 @@
 #pragma once
-// One cell of a sheet by zero-based column and row ("A1" is {0, 0}). Tools,
-// readers and the editor pass positions as this one value rather than as two
-// loose integers, so that a column cannot be handed over as a row.
+// One cell of a sheet by zero-based column and row ("A1" is {0, 0}). Every
+// layer passes positions as this one value (and blocks as CellArea) rather
+// than as two loose integers, so that a column cannot be handed over as a
+// row. Loose integers remain where the order is fixed by what they mirror:
+// Sheet's cell accessors take (row, col) like `cells[row][column]`, and
+// sizes and shifts are given as (rows, cols) and (rowDelta, colDelta).
 #include <cstdint>
 
 namespace sumora {

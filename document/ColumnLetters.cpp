@@ -39,10 +39,10 @@ std::optional<int64_t> columnIndex(std::string_view letters) {
     return value - 1;
 }
 
-std::string cellAddress(int64_t column, int64_t row) {
+std::string cellAddress(CellPosition at) {
     std::string s;
-    appendColumnLetter(s, column);
-    s += std::to_string(row + 1);
+    appendColumnLetter(s, at.col);
+    s += std::to_string(at.row + 1);
     return s;
 }
 

@@ -20,7 +20,7 @@ void appendColumnLetter(std::string& out, int64_t column);
 std::optional<int64_t> columnIndex(std::string_view letters);
 
 // "B7" style address: column letters followed by the one-based row.
-std::string cellAddress(int64_t column, int64_t row);
+std::string cellAddress(CellPosition at);
 
 // A1-style text (optional "$" markers, ASCII letters, a row of at least 1) to a
 // zero-based position; used by readers, dialogs and tools.

@@ -21,8 +21,8 @@ std::string folded(std::string_view s) {
     return out;
 }
 
-bool inRule(const ConditionalFormatRule& r, int64_t col, int64_t row) {
-    return col >= r.startCol && col <= r.endCol && row >= r.startRow && row <= r.endRow;
+bool inRule(const ConditionalFormatRule& r, CellPosition at) {
+    return at.col >= r.startCol && at.col <= r.endCol && at.row >= r.startRow && at.row <= r.endRow;
 }
 
 template <class F> void forEachRangeCell(const ConditionalFormatRule& rule, const Sheet& sheet, F&& f) {
@@ -81,9 +81,9 @@ ConditionalFormatEvaluator::summary(const ConditionalFormatRule& rule) {
 }
 
 std::optional<ConditionalFormat> ConditionalFormatEvaluator::evaluateRule(const ConditionalFormatRule& rule,
-                                                                          int64_t col, int64_t row) {
-    if (!inRule(rule, col, row)) return std::nullopt;
-    std::string_view text = sheet_.cell(row, col).displayValue();
+                                                                          CellPosition at) {
+    if (!inRule(rule, at)) return std::nullopt;
+    std::string_view text = sheet_.cell(at.row, at.col).displayValue();
     std::optional<double> number = parseStrictNumber(text);
     auto when = [&](bool matched) {
         return matched ? std::optional<ConditionalFormat>(rule.format) : std::nullopt;
@@ -136,7 +136,7 @@ std::optional<ConditionalFormat> ConditionalFormatEvaluator::evaluateRule(const 
                 else
                     return when(*number <= nums[k - 1]);
             } else if constexpr (std::is_same_v<T, rule::Expression>) {
-                return when(formulaHolds(rule, r.formula, col, row));
+                return when(formulaHolds(rule, r.formula, at));
             } else if constexpr (std::is_same_v<T, rule::CustomColorScale>) {
                 if (!number) return std::nullopt;
                 auto color = scaleColor(rule, r, *number);
@@ -212,16 +212,16 @@ std::optional<double> ConditionalFormatEvaluator::thresholdValue(const Condition
         return percentile(nums, t.value / 100.0);
     case ThresholdKind::formula:
         if (!formulas_) return std::nullopt;
-        return formulas_(t.formula, rule, std::min(rule.startCol, rule.endCol),
-                         std::min(rule.startRow, rule.endRow));
+        return formulas_(t.formula, rule,
+                         {std::min(rule.startCol, rule.endCol), std::min(rule.startRow, rule.endRow)});
     }
     return std::nullopt;
 }
 
 bool ConditionalFormatEvaluator::formulaHolds(const ConditionalFormatRule& rule, const std::string& formula,
-                                              int64_t col, int64_t row) {
+                                              CellPosition at) {
     if (!formulas_) return false;
-    auto result = formulas_(formula, rule, col, row);
+    auto result = formulas_(formula, rule, at);
     return result && *result != 0;
 }
 
@@ -245,12 +245,12 @@ std::optional<std::string> ConditionalFormatEvaluator::scaleColor(const Conditio
 }
 
 std::optional<double> ConditionalFormatEvaluator::dataBarFraction(const ConditionalFormatRule& rule,
-                                                                  int64_t col, int64_t row) {
-    if (!inRule(rule, col, row)) return std::nullopt;
+                                                                  CellPosition at) {
+    if (!inRule(rule, at)) return std::nullopt;
     const auto* plain = std::get_if<rule::DataBar>(&rule.ruleType);
     const auto* custom = std::get_if<rule::CustomDataBar>(&rule.ruleType);
     if (!plain && !custom) return std::nullopt;
-    auto number = parseStrictNumber(sheet_.cell(row, col).displayValue());
+    auto number = parseStrictNumber(sheet_.cell(at.row, at.col).displayValue());
     const auto& nums = summary(rule).sortedNumbers;
     if (!number || nums.empty()) return std::nullopt;
     std::optional<double> lo = std::min(0.0, nums.front()), hi = nums.back();
@@ -264,10 +264,10 @@ std::optional<double> ConditionalFormatEvaluator::dataBarFraction(const Conditio
 }
 
 std::optional<ConditionalIcon> ConditionalFormatEvaluator::icon(const ConditionalFormatRule& rule,
-                                                                int64_t col, int64_t row) {
+                                                                CellPosition at) {
     const auto* set = std::get_if<rule::IconSet>(&rule.ruleType);
-    if (!set || set->thresholds.empty() || !inRule(rule, col, row)) return std::nullopt;
-    auto number = parseStrictNumber(sheet_.cell(row, col).displayValue());
+    if (!set || set->thresholds.empty() || !inRule(rule, at)) return std::nullopt;
+    auto number = parseStrictNumber(sheet_.cell(at.row, at.col).displayValue());
     if (!number) return std::nullopt;
     int count = static_cast<int>(set->thresholds.size());
     int index = 0;
@@ -284,9 +284,9 @@ std::optional<ConditionalIcon> ConditionalFormatEvaluator::icon(const Conditiona
     return ConditionalIcon{set->style, index, set->showValue};
 }
 
-std::optional<ConditionalIcon> ConditionalFormatEvaluator::icon(int64_t col, int64_t row) {
+std::optional<ConditionalIcon> ConditionalFormatEvaluator::icon(CellPosition at) {
     for (const auto& rule : sheet_.conditionalFormats)
-        if (auto found = icon(rule, col, row)) return found;
+        if (auto found = icon(rule, at)) return found;
     return std::nullopt;
 }
 
@@ -296,20 +296,20 @@ std::optional<std::string> dataBarColor(const ConditionalRuleType& type) {
     return std::nullopt;
 }
 
-std::optional<ConditionalFormat> ConditionalFormatEvaluator::evaluate(int64_t col, int64_t row) {
+std::optional<ConditionalFormat> ConditionalFormatEvaluator::evaluate(CellPosition at) {
     std::optional<ConditionalFormat> merged;
     for (const auto& rule : sheet_.conditionalFormats)
-        if (auto f = evaluateRule(rule, col, row)) SumoraDocument::mergeFormat(merged, *f);
+        if (auto f = evaluateRule(rule, at)) SumoraDocument::mergeFormat(merged, *f);
     return merged;
 }
 
 std::optional<ConditionalFormat> evaluateConditionalFormats(const std::vector<ConditionalFormatRule>& rules,
-                                                            int64_t col, int64_t row, const Sheet& sheet,
+                                                            CellPosition at, const Sheet& sheet,
                                                             const ConditionalFormulaNumber& formulas) {
     ConditionalFormatEvaluator evaluator(sheet, formulas);
     std::optional<ConditionalFormat> merged;
     for (const auto& rule : rules)
-        if (auto f = evaluator.evaluateRule(rule, col, row)) SumoraDocument::mergeFormat(merged, *f);
+        if (auto f = evaluator.evaluateRule(rule, at)) SumoraDocument::mergeFormat(merged, *f);
     return merged;
 }
 

@@ -23,10 +23,10 @@ namespace sumora {
 std::vector<double> collectRangeNumbers(const ConditionalFormatRule& rule, const Sheet& sheet);
 
 // The result of `formula`, written for the rule's top-left cell, evaluated as
-// if it stood in (col, row), read as a number (TRUE is 1); nothing for an
+// if it stood in `at`, read as a number (TRUE is 1); nothing for an
 // error, a text or a formula that does not parse.
 using ConditionalFormulaNumber = std::function<std::optional<double>(
-    std::string_view formula, const ConditionalFormatRule& rule, int64_t col, int64_t row)>;
+    std::string_view formula, const ConditionalFormatRule& rule, CellPosition at)>;
 
 // The icon an icon-set rule shows in a cell: `index` 0 is the set's first icon.
 struct ConditionalIcon {
@@ -44,18 +44,17 @@ class ConditionalFormatEvaluator {
     explicit ConditionalFormatEvaluator(const Sheet& sheet, ConditionalFormulaNumber formulas = {})
         : sheet_(sheet), formulas_(std::move(formulas)) {}
 
-    // The merged format of every matching rule of the sheet at (col, row).
-    std::optional<ConditionalFormat> evaluate(int64_t col, int64_t row);
+    // The merged format of every matching rule of the sheet at `at`.
+    std::optional<ConditionalFormat> evaluate(CellPosition at);
     // Whether one rule matches, and the format it contributes there (colour
     // scales contribute their blended fill).
-    std::optional<ConditionalFormat> evaluateRule(const ConditionalFormatRule& rule, int64_t col,
-                                                  int64_t row);
+    std::optional<ConditionalFormat> evaluateRule(const ConditionalFormatRule& rule, CellPosition at);
     // For data-bar rules: the bar's length as a fraction 0…1 of the cell width.
-    std::optional<double> dataBarFraction(const ConditionalFormatRule& rule, int64_t col, int64_t row);
+    std::optional<double> dataBarFraction(const ConditionalFormatRule& rule, CellPosition at);
     // For icon-set rules: the icon of the cell, when it holds a number.
-    std::optional<ConditionalIcon> icon(const ConditionalFormatRule& rule, int64_t col, int64_t row);
+    std::optional<ConditionalIcon> icon(const ConditionalFormatRule& rule, CellPosition at);
     // The icon of the first icon-set rule of the sheet that gives one.
-    std::optional<ConditionalIcon> icon(int64_t col, int64_t row);
+    std::optional<ConditionalIcon> icon(CellPosition at);
 
   private:
     struct RangeSummary {
@@ -69,8 +68,7 @@ class ConditionalFormatEvaluator {
     std::optional<double> thresholdValue(const ConditionalFormatRule& rule, const Threshold& threshold);
     std::optional<std::string> scaleColor(const ConditionalFormatRule& rule,
                                           const rule::CustomColorScale& scale, double number);
-    bool formulaHolds(const ConditionalFormatRule& rule, const std::string& formula, int64_t col,
-                      int64_t row);
+    bool formulaHolds(const ConditionalFormatRule& rule, const std::string& formula, CellPosition at);
 
     const Sheet& sheet_;
     ConditionalFormulaNumber formulas_;
@@ -79,7 +77,7 @@ class ConditionalFormatEvaluator {
 
 // One-shot form used by tools and tests.
 std::optional<ConditionalFormat> evaluateConditionalFormats(const std::vector<ConditionalFormatRule>& rules,
-                                                            int64_t col, int64_t row, const Sheet& sheet,
+                                                            CellPosition at, const Sheet& sheet,
                                                             const ConditionalFormulaNumber& formulas = {});
 
 } // namespace sumora

@@ -44,7 +44,7 @@ template <class Move> void moveKeys(std::map<int64_t, double>& sizes, Move&& mov
     sizes = std::move(moved);
 }
 
-// Re-keys the hyperlinks; `move` maps a (row, col) to its new place or nothing.
+// Re-keys the hyperlinks; `move` maps a cell to its new place or nothing.
 template <class Move> void moveHyperlinks(Sheet& sheet, Move&& move) {
     if (sheet.hyperlinks.empty()) return;
     std::map<std::string, CellHyperlink> moved;
@@ -54,7 +54,7 @@ template <class Move> void moveHyperlinks(Sheet& sheet, Move&& move) {
             moved.emplace(address, std::move(link));
             continue;
         }
-        if (auto to = move(at->row, at->col)) moved[cellAddress(to->col, to->row)] = std::move(link);
+        if (auto to = move(*at)) moved[cellAddress(*to)] = std::move(link);
     }
     sheet.hyperlinks = std::move(moved);
 }
@@ -68,8 +68,8 @@ void insertRowProperties(Sheet& sheet, int64_t at, int64_t count) {
         insertIntoSpan(g.startRow, g.endRow, at, count);
         g.summaryRow = inserted(g.summaryRow, at, count);
     }
-    moveHyperlinks(sheet, [&](int64_t r, int64_t c) -> std::optional<CellPosition> {
-        return CellPosition{c, inserted(r, at, count)};
+    moveHyperlinks(sheet, [&](CellPosition p) -> std::optional<CellPosition> {
+        return CellPosition{p.col, inserted(p.row, at, count)};
     });
 }
 
@@ -80,8 +80,8 @@ void removeRowProperties(Sheet& sheet, int64_t at, int64_t count) {
         g.summaryRow = removed(g.summaryRow, at, count).value_or(g.summaryRow >= at ? at : g.summaryRow);
         return !removeFromSpan(g.startRow, g.endRow, at, count);
     });
-    moveHyperlinks(sheet, [&](int64_t r, int64_t c) -> std::optional<CellPosition> {
-        if (auto to = removed(r, at, count)) return CellPosition{c, *to};
+    moveHyperlinks(sheet, [&](CellPosition p) -> std::optional<CellPosition> {
+        if (auto to = removed(p.row, at, count)) return CellPosition{p.col, *to};
         return std::nullopt;
     });
 }
@@ -91,8 +91,8 @@ void insertColumnProperties(Sheet& sheet, int64_t at, int64_t count) {
     sheet.hiddenColumns.insertLines(at, count);
     for (ColumnOutlineGroup& g : sheet.columnOutlineGroups)
         insertIntoSpan(g.startCol, g.endCol, at, count);
-    moveHyperlinks(sheet, [&](int64_t r, int64_t c) -> std::optional<CellPosition> {
-        return CellPosition{inserted(c, at, count), r};
+    moveHyperlinks(sheet, [&](CellPosition p) -> std::optional<CellPosition> {
+        return CellPosition{inserted(p.col, at, count), p.row};
     });
 }
 
@@ -101,8 +101,8 @@ void removeColumnProperties(Sheet& sheet, int64_t at, int64_t count) {
     sheet.hiddenColumns.removeLines(at, count);
     std::erase_if(sheet.columnOutlineGroups,
                   [&](ColumnOutlineGroup& g) { return !removeFromSpan(g.startCol, g.endCol, at, count); });
-    moveHyperlinks(sheet, [&](int64_t r, int64_t c) -> std::optional<CellPosition> {
-        if (auto to = removed(c, at, count)) return CellPosition{*to, r};
+    moveHyperlinks(sheet, [&](CellPosition p) -> std::optional<CellPosition> {
+        if (auto to = removed(p.col, at, count)) return CellPosition{*to, p.row};
         return std::nullopt;
     });
 }
@@ -120,8 +120,8 @@ void permuteRowProperties(Sheet& sheet, int64_t first, const std::vector<int64_t
     };
     moveKeys(sheet.rowHeights, move);
     sheet.hiddenRows.permute(first, order);
-    moveHyperlinks(sheet, [&](int64_t r, int64_t c) -> std::optional<CellPosition> {
-        if (auto to = move(r)) return CellPosition{c, *to};
+    moveHyperlinks(sheet, [&](CellPosition p) -> std::optional<CellPosition> {
+        if (auto to = move(p.row)) return CellPosition{p.col, *to};
         return std::nullopt;
     });
 }

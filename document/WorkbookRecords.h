@@ -11,6 +11,7 @@
 #include <variant>
 #include <vector>
 
+#include "document/CellArea.h"
 #include "document/ConditionalRuleParts.h"
 #include "document/Identifier.h"
 
@@ -27,10 +28,7 @@ struct NamedRange {
     }
 };
 
-struct MergedRegion {
-    int64_t startCol = 0, startRow = 0, endCol = 0, endRow = 0;
-    bool operator==(const MergedRegion&) const = default;
-};
+using MergedRegion = CellArea;
 
 struct SheetProtectionOptions {
     bool allowSelectLockedCells = true;
@@ -284,8 +282,8 @@ struct DataValidationRule {
     std::optional<std::string> errorMessage;
     bool showDropdown = false;
 
-    bool applies(int64_t col, int64_t row) const {
-        return startCol <= col && col <= endCol && startRow <= row && row <= endRow;
+    bool applies(CellPosition at) const {
+        return startCol <= at.col && at.col <= endCol && startRow <= at.row && at.row <= endRow;
     }
     bool operator==(const DataValidationRule& o) const {
         return validationType == o.validationType && startCol == o.startCol && startRow == o.startRow &&

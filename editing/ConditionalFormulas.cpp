@@ -69,8 +69,8 @@ std::optional<double> asNumber(const FormulaValue& v) {
 
 ConditionalFormulaNumber conditionalFormulaNumbers(const SumoraDocument& document, size_t sheetIndex) {
     auto cache = std::make_shared<FormulaCache>(FormulaCache{document, sheetIndex, {}, {}});
-    return [cache](std::string_view formula, const ConditionalFormatRule& rule, int64_t col,
-                   int64_t row) -> std::optional<double> {
+    return [cache](std::string_view formula, const ConditionalFormatRule& rule,
+                   CellPosition at) -> std::optional<double> {
         if (!formula.empty() && formula.front() == '=') formula.remove_prefix(1);
         if (formula.empty() || cache->sheetIndex >= cache->document.sheets.size()) return std::nullopt;
         std::string key(formula);
@@ -79,19 +79,20 @@ ConditionalFormulaNumber conditionalFormulaNumbers(const SumoraDocument& documen
             shifter = cache->shifters.emplace(key, ReferenceShifter(key)).first;
         const int64_t originCol = std::min(rule.startCol, rule.endCol);
         const int64_t originRow = std::min(rule.startRow, rule.endRow);
-        const FormulaTree* tree = cache->tree(shifter->second.shifted(row - originRow, col - originCol));
+        const FormulaTree* tree =
+            cache->tree(shifter->second.shifted(at.row - originRow, at.col - originCol));
         if (!tree) return std::nullopt;
-        WorkbookResolver resolver(cache->document, cache->sheetIndex, CellRef{col, row, std::nullopt});
+        WorkbookResolver resolver(cache->document, cache->sheetIndex, CellRef{at.col, at.row, std::nullopt});
         FormulaEvaluator evaluator(resolver);
         return asNumber(evaluator.evaluate(*tree));
     };
 }
 
 std::optional<ConditionalFormat> conditionalFormatAt(const SumoraDocument& document, size_t sheetIndex,
-                                                     int64_t col, int64_t row) {
+                                                     CellPosition at) {
     if (sheetIndex >= document.sheets.size()) return std::nullopt;
     const Sheet& sheet = document.sheets[sheetIndex];
-    return evaluateConditionalFormats(sheet.conditionalFormats, col, row, sheet,
+    return evaluateConditionalFormats(sheet.conditionalFormats, at, sheet,
                                       conditionalFormulaNumbers(document, sheetIndex));
 }
 

@@ -19,6 +19,6 @@ ConditionalFormulaNumber conditionalFormulaNumbers(const SumoraDocument& documen
 
 // The merged conditional format of one cell, formulas included.
 std::optional<ConditionalFormat> conditionalFormatAt(const SumoraDocument& document, size_t sheetIndex,
-                                                     int64_t col, int64_t row);
+                                                     CellPosition at);
 
 } // namespace sumora

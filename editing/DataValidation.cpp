@@ -25,9 +25,9 @@ class CandidateResolver : public WorkbookResolver {
         : WorkbookResolver(document, sheetIndex, CellRef{col, row, std::nullopt}), col_(col), row_(row),
           candidate_(candidate), own_(sheetNamed(std::nullopt)) {}
 
-    FormulaValue cellValue(int64_t col, int64_t row, std::optional<std::string_view> sheet) override {
-        if (col == col_ && row == row_ && sheetNamed(sheet) == own_) return candidate_;
-        return WorkbookResolver::cellValue(col, row, sheet);
+    FormulaValue cellValue(CellPosition at, std::optional<std::string_view> sheet) override {
+        if (at.col == col_ && at.row == row_ && sheetNamed(sheet) == own_) return candidate_;
+        return WorkbookResolver::cellValue(at, sheet);
     }
 
     void rangeValues(const RangeSpec& range, std::vector<FormulaValue>& out) override {
@@ -182,7 +182,7 @@ std::optional<std::string> optionalIntText(std::optional<int64_t> x) {
 
 const DataValidationRule* validationRuleAt(const Sheet& sheet, CellPosition at) {
     for (const DataValidationRule& rule : sheet.dataValidations)
-        if (rule.applies(at.col, at.row)) return &rule;
+        if (rule.applies(at)) return &rule;
     return nullptr;
 }
 

@@ -215,7 +215,7 @@ std::string SumoraEditorView::storedEntryText(std::string_view text) const {
 }
 
 void SumoraEditorView::setCellValue(CellPosition address, std::string_view value) {
-    Log::info("setCellValue: addr=" + cellAddress(address.col, address.row) + ", value=" + quoted(value) +
+    Log::info("setCellValue: addr=" + cellAddress(address) + ", value=" + quoted(value) +
               ", sheet=" + std::to_string(activeSheetIndex));
     Sheet* sheet = activeSheet();
     if (!sheet) {
@@ -265,8 +265,8 @@ void SumoraEditorView::insertAutoSum() {
     if (!sheet) return;
     if (selection && !selection->isSingleCell()) {
         const SelectionRange& s = *selection;
-        std::string formula =
-            "=SUM(" + cellAddress(s.minCol(), s.minRow()) + ":" + cellAddress(s.maxCol(), s.maxRow()) + ")";
+        std::string formula = "=SUM(" + cellAddress({s.minCol(), s.minRow()}) + ":" +
+                              cellAddress({s.maxCol(), s.maxRow()}) + ")";
         document.ensureGridSize(activeSheetIndex, s.maxRow() + 2, s.maxCol() + 1);
         groupUndoSteps(
             "AutoSum",
@@ -282,7 +282,7 @@ void SumoraEditorView::insertAutoSum() {
     while (top > 0 && holdsNumber(sheet->cell(top - 1, c)))
         --top;
     if (top == r) return;
-    std::string formula = "=SUM(" + cellAddress(c, top) + ":" + columnLetter(c) + std::to_string(r) + ")";
+    std::string formula = "=SUM(" + cellAddress({c, top}) + ":" + columnLetter(c) + std::to_string(r) + ")";
     groupUndoSteps(
         "AutoSum",
         [&] {
@@ -478,7 +478,7 @@ SelectionStats SumoraEditorView::selectionStats() const {
 
 std::vector<std::string> SumoraEditorView::statusTexts() const {
     std::vector<std::string> texts;
-    if (activeCell) texts.push_back("Cell: " + cellAddress(activeCell->col, activeCell->row));
+    if (activeCell) texts.push_back("Cell: " + cellAddress(*activeCell));
     SelectionStats stats = selectionStats();
     if (stats.count == 0) return texts;
     texts.push_back("Sum: " + formatted("%.2f", stats.sum));

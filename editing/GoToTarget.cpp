@@ -45,10 +45,8 @@ std::optional<GoToTarget> resolveGoToTarget(const SumoraDocument& document, size
     auto first = cellInGrid(reference.substr(0, colon));
     auto last = colon == std::string_view::npos ? first : cellInGrid(reference.substr(colon + 1));
     if (first && last) {
-        target.top = std::min(first->row, last->row);
-        target.bottom = std::max(first->row, last->row);
-        target.left = std::min(first->col, last->col);
-        target.right = std::max(first->col, last->col);
+        target.area = {std::min(first->col, last->col), std::min(first->row, last->row),
+                       std::max(first->col, last->col), std::max(first->row, last->row)};
         return target;
     }
     if (reference.size() != text.size()) return std::nullopt;
@@ -60,10 +58,11 @@ std::optional<GoToTarget> resolveGoToTarget(const SumoraDocument& document, size
             if (!sheet) return std::nullopt;
             target.sheetIndex = *sheet;
         }
-        target.top = std::clamp<int64_t>(std::min(named.startRow, named.endRow), 0, kSheetRowLimit - 1);
-        target.bottom = std::clamp<int64_t>(std::max(named.startRow, named.endRow), 0, kSheetRowLimit - 1);
-        target.left = std::clamp<int64_t>(std::min(named.startCol, named.endCol), 0, kSheetColumnLimit - 1);
-        target.right = std::clamp<int64_t>(std::max(named.startCol, named.endCol), 0, kSheetColumnLimit - 1);
+        const auto col = [](int64_t c) { return std::clamp<int64_t>(c, 0, kSheetColumnLimit - 1); };
+        const auto row = [](int64_t r) { return std::clamp<int64_t>(r, 0, kSheetRowLimit - 1); };
+        target.area = {
+            col(std::min(named.startCol, named.endCol)), row(std::min(named.startRow, named.endRow)),
+            col(std::max(named.startCol, named.endCol)), row(std::max(named.startRow, named.endRow))};
         return target;
     }
     return std::nullopt;

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string_view>
 
+#include "document/CellArea.h"
 #include "document/SumoraDocument.h"
 
 namespace sumora {
@@ -17,8 +18,8 @@ inline constexpr int64_t kSheetColumnLimit = 16384;
 
 struct GoToTarget {
     size_t sheetIndex = 0;
-    // Zero-based, ordered low to high.
-    int64_t top = 0, left = 0, bottom = 0, right = 0;
+    // Corners ordered low to high.
+    CellArea area;
     bool operator==(const GoToTarget&) const = default;
 };
 

@@ -45,7 +45,7 @@ SheetCalculator& SumoraEditorView::calculator(size_t sheetIndex) {
 
 void SumoraEditorView::recalculateChangedCell(size_t sheetIndex, CellPosition at) {
     if (sheetIndex >= document.sheets.size()) return;
-    calculator(sheetIndex).recalculate(at.col, at.row);
+    calculator(sheetIndex).recalculate(at);
 }
 
 void SumoraEditorView::recalculateChangedSheet(size_t sheetIndex) {
@@ -65,7 +65,7 @@ void SumoraEditorView::forgetCalculatedState(size_t sheetIndex) {
 void SumoraEditorView::cellRestored(size_t sheetIndex, CellPosition at) {
     if (sheetIndex < calculators_.size() && calculators_[sheetIndex] &&
         calculatorSheetIds_[sheetIndex] == document.sheets[sheetIndex].id)
-        calculators_[sheetIndex]->cellRestored(at.col, at.row);
+        calculators_[sheetIndex]->cellRestored(at);
 }
 
 void SumoraEditorView::registerUndoStep(std::string name, std::function<void()> undo,

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "document/CellPosition.h"
 #include "engine/CellRef.h"
 #include "engine/FormulaValue.h"
 
@@ -52,11 +53,11 @@ struct SparseRange {
 };
 
 class CellResolver {
-public:
+  public:
     virtual ~CellResolver() = default;
 
     // One cell: "#REF!" outside the grid or on a sheet that does not exist.
-    virtual FormulaValue cellValue(int64_t col, int64_t row, std::optional<std::string_view> sheet) = 0;
+    virtual FormulaValue cellValue(CellPosition at, std::optional<std::string_view> sheet) = 0;
     // Row-major values of the part of the range inside the grid.
     virtual void rangeValues(const RangeSpec& range, std::vector<FormulaValue>& out) = 0;
     // The non-empty cells of the range; time and memory grow with the stored
@@ -71,7 +72,8 @@ public:
     // The formula cell being evaluated (ROW() and COLUMN() without arguments).
     virtual CellRef currentCell() const = 0;
     // The formula text of a cell, for ISFORMULA; nothing for a constant.
-    virtual std::optional<std::string> cellFormula(int64_t col, int64_t row, std::optional<std::string_view> sheet) = 0;
+    virtual std::optional<std::string> cellFormula(CellPosition at,
+                                                   std::optional<std::string_view> sheet) = 0;
     // The workbook behind the cells and the position of the current sheet in
     // it, for the information functions (SHEET, SHEETS, CELL); none when the
     // resolver stands alone.
@@ -80,9 +82,12 @@ public:
 
     // The interface under the names the rest of the system uses.
     FormulaValue getCellValue(const CellRef& at) {
-        return cellValue(at.col, at.row, at.sheet ? std::optional<std::string_view>(*at.sheet) : std::nullopt);
+        return cellValue({at.col, at.row},
+                         at.sheet ? std::optional<std::string_view>(*at.sheet) : std::nullopt);
     }
-    FormulaValue getCellValue(const CellRef& at, std::string_view sheet) { return cellValue(at.col, at.row, sheet); }
+    FormulaValue getCellValue(const CellRef& at, std::string_view sheet) {
+        return cellValue({at.col, at.row}, sheet);
+    }
     std::vector<FormulaValue> getCellValues(const CellRange& in);
     std::vector<double> getNumericValues(const CellRange& in);
 };

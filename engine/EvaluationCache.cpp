@@ -26,9 +26,9 @@ EvaluationCacheScope::~EvaluationCacheScope() {
     if (--state().openScopes == 0) clear();
 }
 
-void EvaluationCacheScope::cellWritten(int64_t col, int64_t row) {
+void EvaluationCacheScope::cellWritten(CellPosition at) {
     for (EvaluationCacheListener* l : state().listeners)
-        l->cellWritten(col, row);
+        l->cellWritten(at);
 }
 
 void EvaluationCacheScope::clear() {

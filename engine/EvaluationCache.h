@@ -8,6 +8,8 @@
 // subscribe here to hear of writes and of the outermost scope closing.
 #include <cstdint>
 
+#include "document/CellPosition.h"
+
 namespace sumora {
 
 class EvaluationCacheScope {
@@ -18,7 +20,7 @@ class EvaluationCacheScope {
     EvaluationCacheScope& operator=(const EvaluationCacheScope&) = delete;
 
     // Forgets every cached table containing the cell, on whichever sheet.
-    static void cellWritten(int64_t col, int64_t row);
+    static void cellWritten(CellPosition at);
     // Forgets everything cached (after writes too many to report one by one).
     static void clear();
     static bool isOpen();
@@ -28,7 +30,7 @@ class EvaluationCacheScope {
 // scopes are.
 class EvaluationCacheListener {
   public:
-    virtual void cellWritten(int64_t col, int64_t row) = 0;
+    virtual void cellWritten(CellPosition at) = 0;
     // Everything cached must go: the outermost scope closed or clear() was called.
     virtual void clear() = 0;
 

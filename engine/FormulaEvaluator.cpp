@@ -77,7 +77,7 @@ FormulaValue FormulaEvaluator::evaluateNode(const FormulaTree& tree, uint32_t in
         break;
     case NodeKind::cellRef: {
         const std::string* sheet = tree.sheetOf(n);
-        return resolver_.cellValue(n.ref.col, n.ref.row,
+        return resolver_.cellValue({n.ref.col, n.ref.row},
                                    sheet ? std::optional<std::string_view>(*sheet) : std::nullopt);
     }
     case NodeKind::range:

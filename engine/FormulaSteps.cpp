@@ -171,8 +171,9 @@ std::string stepValueText(const FormulaValue& value) {
     return out + "}";
 }
 
-FormulaSteps formulaSteps(const SumoraDocument& document, size_t sheet, int64_t col, int64_t row,
+FormulaSteps formulaSteps(const SumoraDocument& document, size_t sheet, CellPosition at,
                           const FunctionRegistry& registry) {
+    const auto [col, row] = at;
     FormulaSteps out;
     if (sheet >= document.sheets.size() || !document.sheets[sheet].contains(row, col)) return out;
     const Cell& cell = document.sheets[sheet].cell(row, col);

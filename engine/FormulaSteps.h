@@ -56,7 +56,7 @@ std::string stepValueText(const FormulaValue& value);
 // The steps of the formula in the given cell, read against the workbook as it
 // stands (other cells contribute their computed texts). A cell without a
 // formula gives no steps and its own text as the result.
-FormulaSteps formulaSteps(const SumoraDocument& document, size_t sheet, int64_t col, int64_t row,
+FormulaSteps formulaSteps(const SumoraDocument& document, size_t sheet, CellPosition at,
                           const FunctionRegistry& registry);
 
 } // namespace sumora

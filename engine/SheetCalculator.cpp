@@ -103,7 +103,8 @@ void SheetCalculator::ensureBuilt() {
     graph_.topologicalOrder(); // only for the circular verdicts
 }
 
-void SheetCalculator::cellRestored(int64_t col, int64_t row) {
+void SheetCalculator::cellRestored(CellPosition at) {
+    const auto [col, row] = at;
     // Before the first build there is nothing learnt to correct.
     if (!built_ || !representable(col, row)) return;
     cache_.forget(col, row);
@@ -132,7 +133,7 @@ void SheetCalculator::invalidate() {
 
 void SheetCalculator::forgetCell(int64_t col, int64_t row) {
     cache_.forget(col, row);
-    EvaluationCacheScope::cellWritten(col, row);
+    EvaluationCacheScope::cellWritten({col, row});
 }
 
 void SheetCalculator::recalculateAll() {
@@ -149,7 +150,7 @@ void SheetCalculator::recalculateAll() {
             DependencyGraph::kNoFormula)
             anchors.push_back(anchor);
     for (const CellRef& a : anchors)
-        clearSpill(a.col, a.row);
+        clearSpill({a.col, a.row});
 
     DependencyGraph::Order order = graph_.topologicalOrder();
     for (FormulaId id : order.ordered)
@@ -159,7 +160,8 @@ void SheetCalculator::recalculateAll() {
     settleSpills(evaluator);
 }
 
-void SheetCalculator::recalculate(int64_t col, int64_t row) {
+void SheetCalculator::recalculate(CellPosition at) {
+    const auto [col, row] = at;
     if (!representable(col, row)) return;
     EvaluationCacheScope cacheScope;
     resultsChanged_ = false;
@@ -174,7 +176,7 @@ void SheetCalculator::recalculate(int64_t col, int64_t row) {
     if (cell && cell->hasFormula())
         registerFormula(c, r, *cell->formula());
     else
-        clearSpill(col, row);
+        clearSpill(at);
 
     FormulaEvaluator evaluator(*this);
     evaluator.setProfiler(profiler_);
@@ -197,14 +199,14 @@ void SheetCalculator::evaluate(FormulaEvaluator& evaluator, FormulaId id) {
     if (profiler_) profiler_->addFormula(p.col, p.row, RecalcProfiler::nanosecondsSince(start));
     if (v.isArray()) {
         try {
-            spillArray(v.arrayRows(), p.col, p.row);
+            spillArray(v.arrayRows(), {p.col, p.row});
         } catch (const std::bad_alloc&) {
             // Memory ran out while writing the result: the anchor says so.
             writeComputed(p.col, p.row, FormulaValue::error(ErrorKind::invalidNumber).description());
         }
         return;
     }
-    if (!spillRanges_.empty()) clearSpill(p.col, p.row);
+    if (!spillRanges_.empty()) clearSpill({p.col, p.row});
     text_.clear();
     v.appendDescription(text_);
     writeComputed(p.col, p.row, text_);
@@ -212,7 +214,7 @@ void SheetCalculator::evaluate(FormulaEvaluator& evaluator, FormulaId id) {
 
 void SheetCalculator::markCircular(FormulaId id) {
     GridPosition p = graph_.position(id);
-    if (!spillRanges_.empty()) clearSpill(p.col, p.row);
+    if (!spillRanges_.empty()) clearSpill({p.col, p.row});
     writeComputed(p.col, p.row, circularText());
 }
 
@@ -223,13 +225,15 @@ void SheetCalculator::writeComputed(int64_t col, int64_t row, std::optional<std:
     forgetCell(col, row);
 }
 
-bool SheetCalculator::hasCircularReference(int64_t col, int64_t row) const {
+bool SheetCalculator::hasCircularReference(CellPosition at) const {
+    const auto [col, row] = at;
     if (!representable(col, row)) return false;
     return graph_.hasCircularReference(
         graph_.formulaAt(static_cast<int32_t>(col), static_cast<int32_t>(row)));
 }
 
-const FormulaTree* SheetCalculator::parsedFormula(int64_t col, int64_t row) const {
+const FormulaTree* SheetCalculator::parsedFormula(CellPosition at) const {
+    const auto [col, row] = at;
     if (!representable(col, row)) return nullptr;
     FormulaId id = graph_.formulaAt(static_cast<int32_t>(col), static_cast<int32_t>(row));
     return graph_.isFormula(id) ? &trees_[id] : nullptr;
@@ -237,8 +241,9 @@ const FormulaTree* SheetCalculator::parsedFormula(int64_t col, int64_t row) cons
 
 // ---- Spilling ----
 
-bool SheetCalculator::spillArray(const ValueRows& rows, int64_t col, int64_t row) {
-    clearSpill(col, row);
+bool SheetCalculator::spillArray(const ValueRows& rows, CellPosition anchor) {
+    const auto [col, row] = anchor;
+    clearSpill(anchor);
     size_t height = rows.size(), width = 0;
     for (const ValueRow& r : rows)
         width = std::max(width, r.size());
@@ -274,7 +279,8 @@ bool SheetCalculator::spillArray(const ValueRows& rows, int64_t col, int64_t row
     return true;
 }
 
-void SheetCalculator::clearSpill(int64_t col, int64_t row) {
+void SheetCalculator::clearSpill(CellPosition at) {
+    const auto [col, row] = at;
     auto it = spillRanges_.find(CellRef{col, row, std::nullopt});
     if (it == spillRanges_.end()) return;
     std::vector<CellRef> cells = std::move(it->second);
@@ -335,12 +341,12 @@ const Sheet* SheetCalculator::sheetNamed(std::optional<std::string_view> name, b
     return &document_.sheets[*index];
 }
 
-FormulaValue SheetCalculator::cellValue(int64_t col, int64_t row, std::optional<std::string_view> sheetName) {
+FormulaValue SheetCalculator::cellValue(CellPosition at, std::optional<std::string_view> sheetName) {
     bool own;
     const Sheet* s = sheetNamed(sheetName, own);
-    if (!s || !s->contains(row, col)) return FormulaValue::error(ErrorKind::invalidReference);
-    if (own) return cache_.value(*s, col, row);
-    const Cell& c = s->cell(row, col);
+    if (!s || !s->contains(at.row, at.col)) return FormulaValue::error(ErrorKind::invalidReference);
+    if (own) return cache_.value(*s, at.col, at.row);
+    const Cell& c = s->cell(at.row, at.col);
     return readCellText(c.computedValue(), c.value());
 }
 
@@ -383,9 +389,9 @@ std::optional<CellRange> SheetCalculator::resolveNamedRange(std::string_view nam
     return findNamedRange(document_.namedRanges, name);
 }
 
-std::optional<std::string> SheetCalculator::cellFormula(int64_t col, int64_t row,
+std::optional<std::string> SheetCalculator::cellFormula(CellPosition at,
                                                         std::optional<std::string_view> sheetName) {
-    return direct_.cellFormula(col, row, sheetName);
+    return direct_.cellFormula(at, sheetName);
 }
 
 } // namespace sumora

@@ -46,11 +46,11 @@ class SheetCalculator : public CellResolver {
     void recalculateAll();
     // After the cell's value or formula changed: re-reads that cell and
     // recomputes every formula that reads it, directly or not.
-    void recalculate(int64_t col, int64_t row);
+    void recalculate(CellPosition at);
     // The cell's record was put back as it was before an edit (undo): its
     // formula is registered again but nothing is recomputed, so the cells
     // that read it keep their values until a later change reaches them.
-    void cellRestored(int64_t col, int64_t row);
+    void cellRestored(CellPosition at);
     // Cells moved: drop everything learnt from them; the next call rebuilds.
     void invalidate();
     // Times each formula and function call of later recalculations.
@@ -59,31 +59,30 @@ class SheetCalculator : public CellResolver {
     // Whether the last recalculation wrote a result other than the cell had.
     bool resultsChanged() const { return resultsChanged_; }
 
-    bool hasCircularReference(int64_t col, int64_t row) const;
+    bool hasCircularReference(CellPosition at) const;
     const DependencyGraph& graph() const { return graph_; }
     // The parsed tree of a formula cell, or nullptr.
-    const FormulaTree* parsedFormula(int64_t col, int64_t row) const;
+    const FormulaTree* parsedFormula(CellPosition at) const;
 
     // Writes an array result from the anchor; false when the footprint is
     // blocked (the anchor then shows "#SPILL!").
-    bool spillArray(const ValueRows& rows, int64_t col, int64_t row);
+    bool spillArray(const ValueRows& rows, CellPosition anchor);
     // Clears the cells the anchor spilled into.
-    void clearSpill(int64_t col, int64_t row);
+    void clearSpill(CellPosition at);
     // For each anchor, the cells (other than itself) its array was written to.
     const std::unordered_map<CellRef, std::vector<CellRef>, CellRefHash>& spillRanges() const {
         return spillRanges_;
     }
 
     // CellResolver
-    FormulaValue cellValue(int64_t col, int64_t row, std::optional<std::string_view> sheet) override;
+    FormulaValue cellValue(CellPosition at, std::optional<std::string_view> sheet) override;
     void rangeValues(const RangeSpec& range, std::vector<FormulaValue>& out) override;
     void rangeEntries(const RangeSpec& range, SparseRange& out) override;
     void rangeNumbers(const RangeSpec& range, std::vector<double>& out) override;
     std::optional<std::pair<int64_t, int64_t>> gridSize(std::optional<std::string_view> sheet) override;
     std::optional<CellRange> resolveNamedRange(std::string_view name) override;
     CellRef currentCell() const override { return current_; }
-    std::optional<std::string> cellFormula(int64_t col, int64_t row,
-                                           std::optional<std::string_view> sheet) override;
+    std::optional<std::string> cellFormula(CellPosition at, std::optional<std::string_view> sheet) override;
     const SumoraDocument* workbook() const override { return &document_; }
     size_t currentSheetIndex() const override { return sheetIndex_; }
 

@@ -14,10 +14,10 @@ const Sheet* WorkbookResolver::sheetNamed(std::optional<std::string_view> sheet)
     return index ? &document_.sheets[*index] : nullptr;
 }
 
-FormulaValue WorkbookResolver::cellValue(int64_t col, int64_t row, std::optional<std::string_view> sheet) {
+FormulaValue WorkbookResolver::cellValue(CellPosition at, std::optional<std::string_view> sheet) {
     const Sheet* s = sheetNamed(sheet);
-    if (!s || !s->contains(row, col)) return FormulaValue::error(ErrorKind::invalidReference);
-    const Cell& c = s->cell(row, col);
+    if (!s || !s->contains(at.row, at.col)) return FormulaValue::error(ErrorKind::invalidReference);
+    const Cell& c = s->cell(at.row, at.col);
     return readCellText(c.computedValue(), c.value());
 }
 
@@ -92,7 +92,8 @@ std::optional<std::pair<int64_t, int64_t>> WorkbookResolver::gridSize(std::optio
 
 std::optional<CellRange> findNamedRange(const std::vector<NamedRange>& names, std::string_view name) {
     for (const NamedRange& n : names) {
-        if (n.name.size() != name.size() || strncasecmp(n.name.data(), name.data(), name.size()) != 0) continue;
+        if (n.name.size() != name.size() || strncasecmp(n.name.data(), name.data(), name.size()) != 0)
+            continue;
         CellRange r{{n.startCol, n.startRow, n.sheetName}, {n.endCol, n.endRow, std::nullopt}};
         return r;
     }
@@ -103,10 +104,11 @@ std::optional<CellRange> WorkbookResolver::resolveNamedRange(std::string_view na
     return findNamedRange(document_.namedRanges, name);
 }
 
-std::optional<std::string> WorkbookResolver::cellFormula(int64_t col, int64_t row, std::optional<std::string_view> sheet) {
+std::optional<std::string> WorkbookResolver::cellFormula(CellPosition at,
+                                                         std::optional<std::string_view> sheet) {
     const Sheet* s = sheetNamed(sheet);
     if (!s) return std::nullopt;
-    const Cell& c = s->cell(row, col);
+    const Cell& c = s->cell(at.row, at.col);
     if (!c.formula()) return std::nullopt;
     return std::string(*c.formula());
 }

@@ -10,17 +10,17 @@
 namespace sumora {
 
 class WorkbookResolver : public CellResolver {
-public:
+  public:
     WorkbookResolver(const SumoraDocument& document, size_t sheetIndex, CellRef currentCell = {});
 
-    FormulaValue cellValue(int64_t col, int64_t row, std::optional<std::string_view> sheet) override;
+    FormulaValue cellValue(CellPosition at, std::optional<std::string_view> sheet) override;
     void rangeValues(const RangeSpec& range, std::vector<FormulaValue>& out) override;
     void rangeEntries(const RangeSpec& range, SparseRange& out) override;
     void rangeNumbers(const RangeSpec& range, std::vector<double>& out) override;
     std::optional<std::pair<int64_t, int64_t>> gridSize(std::optional<std::string_view> sheet) override;
     std::optional<CellRange> resolveNamedRange(std::string_view name) override;
     CellRef currentCell() const override { return current_; }
-    std::optional<std::string> cellFormula(int64_t col, int64_t row, std::optional<std::string_view> sheet) override;
+    std::optional<std::string> cellFormula(CellPosition at, std::optional<std::string_view> sheet) override;
     const SumoraDocument* workbook() const override { return &document_; }
     size_t currentSheetIndex() const override { return sheetIndex_; }
 
@@ -28,7 +28,7 @@ public:
     // The sheet a reference names (current when empty), or nullptr.
     const Sheet* sheetNamed(std::optional<std::string_view> sheet) const;
 
-private:
+  private:
     const SumoraDocument& document_;
     size_t sheetIndex_;
     CellRef current_;

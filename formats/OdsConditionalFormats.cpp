@@ -252,9 +252,7 @@ void ConditionalFormatCollector::endElement(std::string_view name) {
 
 void ConditionalFormatCollector::beginFormat(const XmlAttributes& a) {
     ranges_.clear();
-    for (const OdsCellRange& r :
-         parseRangeList(a.get("target-range-address").value_or(""), xlsx::kMaxConditionalRules))
-        ranges_.push_back({r.startCol, r.startRow, r.endCol, r.endRow});
+    ranges_ = parseRangeList(a.get("target-range-address").value_or(""), xlsx::kMaxConditionalRules);
     if (ranges_.empty()) skip("a conditional format without a range");
 }
 
@@ -268,12 +266,12 @@ void ConditionalFormatCollector::condition(const XmlAttributes& a) {
     std::string value(a.get("value").value_or(""));
     // Formulas are written for the base cell, normally the ranges' top-left.
     int64_t originCol = ranges_.front().startCol, originRow = ranges_.front().startRow;
-    for (const Range& r : ranges_) {
+    for (const CellArea& r : ranges_) {
         originCol = std::min(originCol, r.startCol);
         originRow = std::min(originRow, r.startRow);
     }
     auto base = parseRangeList(a.get("base-cell-address").value_or(""), 1);
-    element = conditionElement(value, cellAddress(originCol, originRow));
+    element = conditionElement(value, cellAddress({originCol, originRow}));
     if (!base.empty() && (base[0].startCol != originCol || base[0].startRow != originRow))
         for (std::string& f : element.formulas)
             f = ReferenceShifter(f).shifted(originRow - base[0].startRow, originCol - base[0].startCol);
@@ -284,15 +282,15 @@ void ConditionalFormatCollector::finish(const xlsx::ConditionalRuleElement& elem
                                         const ConditionalFormat& format) {
     if (element.damaged) return skip("a damaged rule");
     int64_t originCol = ranges_.front().startCol, originRow = ranges_.front().startRow;
-    for (const Range& r : ranges_) {
+    for (const CellArea& r : ranges_) {
         originCol = std::min(originCol, r.startCol);
         originRow = std::min(originRow, r.startRow);
     }
-    xlsx::RuleReading reading = xlsx::readRuleType(element, cellAddress(originCol, originRow));
+    xlsx::RuleReading reading = xlsx::readRuleType(element, cellAddress({originCol, originRow}));
     if (auto* reason = std::get_if<std::string>(&reading)) return skip(*reason);
     const ConditionalRuleType& type = std::get<ConditionalRuleType>(reading);
     const auto* expression = std::get_if<rule::Expression>(&type);
-    for (const Range& range : ranges_) {
+    for (const CellArea& range : ranges_) {
         if (rules_.size() >= xlsx::kMaxConditionalRules) return skip("more rules than a sheet keeps");
         ConditionalFormatRule rule;
         rule.ruleType = type;
@@ -329,9 +327,9 @@ std::string ConditionalFormatCollector::droppedSentence(const std::string& sheet
     return out + ".";
 }
 
-std::vector<OdsCellRange> parseRangeList(std::string_view list, size_t limit) {
-    std::vector<OdsCellRange> out;
-    auto address = [](std::string_view text) -> std::optional<xlsx::CellPosition64> {
+std::vector<CellArea> parseRangeList(std::string_view list, size_t limit) {
+    std::vector<CellArea> out;
+    auto address = [](std::string_view text) -> std::optional<CellPosition> {
         // The cell follows the last dot outside a quoted sheet name.
         bool quoted = false;
         size_t dot = std::string_view::npos;

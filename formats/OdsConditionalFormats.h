@@ -44,9 +44,6 @@ class ConditionalFormatCollector {
     std::string droppedSentence(const std::string& sheetName);
 
   private:
-    struct Range {
-        int64_t startCol, startRow, endCol, endRow;
-    };
     void beginFormat(const XmlAttributes& a);
     void condition(const XmlAttributes& a);
     void entry(std::string_view name, const XmlAttributes& a);
@@ -55,7 +52,7 @@ class ConditionalFormatCollector {
 
     const ConditionalStyles* styles_ = nullptr;
     int depth_ = 0;
-    std::vector<Range> ranges_;
+    std::vector<CellArea> ranges_;
     std::optional<xlsx::ConditionalRuleElement> scale_; // colour scale, data bar or icon set being read
     std::vector<ConditionalFormatRule> rules_;
     int64_t skipped_ = 0;
@@ -64,9 +61,6 @@ class ConditionalFormatCollector {
 
 // "Sheet1.A1:Sheet1.B3 'My sheet'.$C$4": the ranges of a cell range address
 // list, sheet names and "$" ignored; pieces that are no references skipped.
-struct OdsCellRange {
-    int64_t startCol = 0, startRow = 0, endCol = 0, endRow = 0;
-};
-std::vector<OdsCellRange> parseRangeList(std::string_view list, size_t limit);
+std::vector<CellArea> parseRangeList(std::string_view list, size_t limit);
 
 } // namespace sumora::ods

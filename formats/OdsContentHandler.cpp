@@ -481,13 +481,13 @@ void OdsContentHandler::placeCell(int64_t columns) {
         if (role_ == Role::continuation)
             pendingComments_.push_back({row, col, annotationText_});
         else
-            sheet.cellComments[cellAddress(col, row)] = annotationText_;
+            sheet.cellComments[cellAddress({col, row})] = annotationText_;
     }
     if (currentLink_) {
         if (role_ == Role::continuation)
             pendingLinks_.push_back({row, col, *currentLink_});
         else
-            sheet.hyperlinks[cellAddress(col, row)] = *currentLink_;
+            sheet.hyperlinks[cellAddress({col, row})] = *currentLink_;
     }
     if ((spannedColumns_ > 1 || spannedRows_ > 1) && sheet.mergedRegions.size() < kMaxMerges)
         for (int64_t c = 0; c < columns && sheet.mergedRegions.size() < kMaxMerges; ++c)
@@ -518,7 +518,7 @@ void OdsContentHandler::placeCell(int64_t columns) {
         int64_t affordable = copyBytesLeft_ / cost;
         if ((wanted > affordable || rows < rowCopies_) && !reportedCopyLimit_) {
             Log::progress("  ODS: repeated cells in sheet '" + sheet.name + "' cut short at " +
-                          cellAddress(col, row));
+                          cellAddress({col, row}));
             reportedCopyLimit_ = true;
         }
         wanted = std::min(wanted, affordable);
@@ -604,9 +604,10 @@ void OdsContentHandler::absorb(OdsContentHandler& other) {
                     markSpilled(*cell);
             }
     for (const PendingComment& c : other.pendingComments_)
-        if (shift + c.row < kMaxRows) currentSheet_.cellComments[cellAddress(c.col, shift + c.row)] = c.text;
+        if (shift + c.row < kMaxRows)
+            currentSheet_.cellComments[cellAddress({c.col, shift + c.row})] = c.text;
     for (const PendingLink& l : other.pendingLinks_)
-        if (shift + l.row < kMaxRows) currentSheet_.hyperlinks[cellAddress(l.col, shift + l.row)] = l.link;
+        if (shift + l.row < kMaxRows) currentSheet_.hyperlinks[cellAddress({l.col, shift + l.row})] = l.link;
     for (OutlineSpan group : other.rowGroups_) {
         group.first += shift;
         group.last = std::min(group.last + shift, kMaxRows - 1);

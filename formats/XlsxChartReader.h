@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "document/CellArea.h"
 #include "document/WorkbookRecords.h"
 
 namespace sumora::xlsx {
@@ -48,9 +49,8 @@ ChartPart readChartPart(std::string_view xml);
 std::optional<EmbeddedChart> modelledChart(const ChartPart& part, std::string_view sheetName);
 
 // A chart formula's single range: "'My data'!$B$2:$B$9" → sheet, corners.
-struct ChartRange {
+struct ChartRange : CellArea {
     std::string sheet;
-    int64_t startCol = 0, startRow = 0, endCol = 0, endRow = 0;
 };
 std::optional<ChartRange> parseChartRange(std::string_view formula);
 

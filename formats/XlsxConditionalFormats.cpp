@@ -139,11 +139,11 @@ void ConditionalFormatReader::endRule() {
     if (element.damaged) return skip("a damaged rule");
     // Formulas are written for the top-left cell of all the block's ranges.
     int64_t originCol = ranges_.front().startCol, originRow = ranges_.front().startRow;
-    for (const CellBox& range : ranges_) {
+    for (const CellArea& range : ranges_) {
         originCol = std::min(originCol, range.startCol);
         originRow = std::min(originRow, range.startRow);
     }
-    RuleReading reading = readRuleType(element, cellAddress(originCol, originRow));
+    RuleReading reading = readRuleType(element, cellAddress({originCol, originRow}));
     if (auto* reason = std::get_if<std::string>(&reading)) return skip(*reason);
     ConditionalRuleType& type = std::get<ConditionalRuleType>(reading);
     auto* expression = std::get_if<rule::Expression>(&type);
@@ -152,7 +152,7 @@ void ConditionalFormatReader::endRule() {
 
     int64_t priority = element.priority.value_or(std::numeric_limits<int64_t>::max());
     ConditionalFormat applied = format(element);
-    for (const CellBox& range : ranges_) {
+    for (const CellArea& range : ranges_) {
         if (rules_.size() >= kMaxConditionalRules) return skip("more rules than a sheet keeps");
         ConditionalFormatRule rule;
         rule.ruleType = type;

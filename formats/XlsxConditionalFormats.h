@@ -67,7 +67,7 @@ class ConditionalFormatReader {
 
     int depth_ = 0;       // elements open inside the block, itself included
     bool active_ = false; // the block has ranges of its own
-    std::vector<CellBox> ranges_;
+    std::vector<CellArea> ranges_;
     std::optional<ConditionalRuleElement> rule_;
     bool inFormula_ = false, inScale_ = false;
     std::string formula_;

@@ -202,7 +202,7 @@ std::vector<DataValidationRule> parseDataValidations(std::string_view markup) {
         bool hideArrow = parseBoolean(captured(dropDownPattern, element).value_or("0")).value_or(false);
         rule.showDropdown = type == "list" && !hideArrow;
 
-        for (const CellBox& box : parseSqref(*sqref, kMaxValidationRanges)) {
+        for (const CellArea& box : parseSqref(*sqref, kMaxValidationRanges)) {
             DataValidationRule r = rule;
             r.id = newIdentifier();
             r.startCol = box.startCol;

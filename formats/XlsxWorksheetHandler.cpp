@@ -512,7 +512,7 @@ void WorksheetHandler::hyperlink(const XmlAttributes& a) {
     bool whole = (area->endRow - area->startRow + 1) * (area->endCol - area->startCol + 1) <= kMaxLinkedCells;
     for (int64_t r = area->startRow; r <= (whole ? area->endRow : area->startRow); ++r)
         for (int64_t c = area->startCol; c <= (whole ? area->endCol : area->startCol); ++c)
-            sheet_.hyperlinks[cellAddress(c, r)] = link;
+            sheet_.hyperlinks[cellAddress({c, r})] = link;
 }
 
 void WorksheetHandler::mergeCell(const XmlAttributes& a) {
@@ -709,7 +709,7 @@ void WorksheetHandler::reportSkipped() {
 // ---------------------------------------------------------------------------
 // Text helpers
 
-std::optional<CellPosition64> parseCellReference(std::string_view text) {
+std::optional<CellPosition> parseCellReference(std::string_view text) {
     size_t i = 0;
     int64_t col = 0;
     for (; i < text.size() && i < 4; ++i) {
@@ -731,11 +731,11 @@ std::optional<CellPosition64> parseCellReference(std::string_view text) {
         row = row * 10 + (c - '0');
     }
     if (row < 1 || row > kMaxRows) return std::nullopt;
-    return CellPosition64{col - 1, row - 1};
+    return CellPosition{col - 1, row - 1};
 }
 
-std::vector<CellBox> parseSqref(std::string_view list, size_t limit) {
-    std::vector<CellBox> boxes;
+std::vector<CellArea> parseSqref(std::string_view list, size_t limit) {
+    std::vector<CellArea> boxes;
     while (!list.empty() && boxes.size() < limit) {
         const size_t space = list.find(' ');
         const std::string_view range = list.substr(0, space);

@@ -123,7 +123,7 @@ class WorksheetHandler : public XmlHandler {
     Role role_;
 
     // The cell being read.
-    std::optional<CellPosition64> position_;
+    std::optional<CellPosition> position_;
     bool inCell_ = false, unaddressable_ = false;
     ValueKind kind_ = ValueKind::number;
     int64_t style_ = -1;

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "document/CellArea.h"
 #include "formats/ReaderLimits.h"
 
 namespace sumora {
@@ -61,18 +62,11 @@ void readWorksheet(ZipReader& archive, std::string_view path, const WorksheetCon
 
 // "AB12" → column 27, row 11 (zero-based); nothing for text that is not a
 // plain A1 reference within the grid's limits.
-struct CellPosition64 {
-    int64_t col = 0;
-    int64_t row = 0;
-};
-std::optional<CellPosition64> parseCellReference(std::string_view text);
+std::optional<CellPosition> parseCellReference(std::string_view text);
 
 // The ranges of a space-separated sqref list ("A1:B3 D5"), corners in
 // order; pieces that are not references are skipped. At most `limit`.
-struct CellBox {
-    int64_t startCol = 0, startRow = 0, endCol = 0, endRow = 0;
-};
-std::vector<CellBox> parseSqref(std::string_view list, size_t limit);
+std::vector<CellArea> parseSqref(std::string_view list, size_t limit);
 
 // Formula text as the engine reads it: one leading "=" dropped and the
 // "_xlfn." / "_xlws." / "_xlpm." prefixes that mark newer functions removed

@@ -287,7 +287,7 @@ FunctionArgsCommit commitFunctionArgs(std::string_view name, const std::vector<s
         commit.formula += keptArgs[i];
     }
     commit.formula += ')';
-    commit.target = cellAddress(targetCol, targetRow);
+    commit.target = cellAddress({targetCol, targetRow});
     commit.argCount = static_cast<int>(kept);
 
     Log::info("commitFunctionArgs: formula=" + commit.formula + ", target=" + commit.target +

@@ -16,9 +16,9 @@
 #include "document/SumoraDocument.h"
 #include "engine/FunctionRegistry.h"
 #include "functions/ArgumentValues.h"
-#include "values/BuiltInNumberFormats.h"
 #include "functions/ReferenceSupport.h"
 #include "functions/TextSupport.h"
+#include "values/BuiltInNumberFormats.h"
 
 namespace sumora {
 
@@ -167,7 +167,7 @@ FormulaValue cell(FunctionContext& c) {
     if (kind == "col") return num(static_cast<double>(ref.col1 + 1));
     if (kind == "row") return num(static_cast<double>(ref.row1 + 1));
     if (kind == "filename") return txt("");
-    FormulaValue value = c.resolver().cellValue(ref.col1, ref.row1, ref.sheetView());
+    FormulaValue value = c.resolver().cellValue({ref.col1, ref.row1}, ref.sheetView());
     if (kind == "contents") return value;
     if (kind == "type") return txt(value.isEmpty() ? "b" : value.isText() ? "l" : "v");
     const Sheet* sheet = sheetOf(c, ref);
@@ -291,7 +291,7 @@ FormulaValue formulaText(FunctionContext& c) {
     if (r.error) return *r.error;
     if (!r.reference) return err(ErrorKind::invalidValue);
     if (!c.resolver().gridSize(r.reference->sheetView())) return err(ErrorKind::invalidReference);
-    auto formula = c.resolver().cellFormula(r.reference->col1, r.reference->row1, r.reference->sheetView());
+    auto formula = c.resolver().cellFormula({r.reference->col1, r.reference->row1}, r.reference->sheetView());
     if (!formula || formula->empty()) return err(ErrorKind::notAvailable);
     return txt("=" + *formula);
 }

@@ -92,7 +92,7 @@ FormulaValue isFormula(FunctionContext& c) {
         return v.isError() ? v : err(ErrorKind::invalidValue);
     }
     if (!c.resolver().gridSize(ref->sheet)) return err(ErrorKind::invalidReference);
-    return boolean(c.resolver().cellFormula(ref->col1, ref->row1, ref->sheet).has_value());
+    return boolean(c.resolver().cellFormula({ref->col1, ref->row1}, ref->sheet).has_value());
 }
 
 // ISREF(value) — whether the argument names cells (of a sheet that exists)

@@ -21,8 +21,8 @@ struct Entry {
     uint64_t lastUse;
 
     int64_t cells() const { return (col2 - col1 + 1) * (row2 - row1 + 1); }
-    bool contains(int64_t col, int64_t row) const {
-        return col >= col1 && col <= col2 && row >= row1 && row <= row2;
+    bool contains(CellPosition at) const {
+        return at.col >= col1 && at.col <= col2 && at.row >= row1 && at.row <= row2;
     }
 };
 
@@ -36,8 +36,8 @@ struct Cache final : EvaluationCacheListener {
     Cache(const Cache&) = delete;
     Cache& operator=(const Cache&) = delete;
 
-    void cellWritten(int64_t col, int64_t row) override {
-        std::erase_if(entries, [&](const Entry& e) { return e.contains(col, row); });
+    void cellWritten(CellPosition at) override {
+        std::erase_if(entries, [&](const Entry& e) { return e.contains(at); });
     }
     void clear() override { entries.clear(); }
 };

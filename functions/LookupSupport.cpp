@@ -224,7 +224,7 @@ LookupVector::LookupVector(std::vector<FormulaValue> values)
 FormulaValue LookupVector::at(size_t i) const {
     if (indexed_ && !(resolver_ && indexed_->isCompact())) return indexed_->values()[i];
     auto k = static_cast<int64_t>(i);
-    return resolver_->cellValue(col1_ + k % cols_, row1_ + k / cols_, sheet());
+    return resolver_->cellValue({col1_ + k % cols_, row1_ + k / cols_}, sheet());
 }
 
 IndexedValues& LookupVector::materialized() const {

@@ -118,13 +118,13 @@ std::string sheetPrefix(std::string_view sheet) {
 }
 } // namespace
 
-std::string cellLabel(std::string_view sheet, int64_t col, int64_t row) {
-    return sheetPrefix(sheet) + cellAddress(col, row);
+std::string cellLabel(std::string_view sheet, CellPosition at) {
+    return sheetPrefix(sheet) + cellAddress(at);
 }
 
 std::string rangeLabel(std::string_view sheet, int64_t col1, int64_t row1, int64_t col2, int64_t row2) {
-    if (col1 == col2 && row1 == row2) return cellLabel(sheet, col1, row1);
-    return sheetPrefix(sheet) + cellAddress(col1, row1) + ":" + cellAddress(col2, row2);
+    if (col1 == col2 && row1 == row2) return cellLabel(sheet, {col1, row1});
+    return sheetPrefix(sheet) + cellAddress({col1, row1}) + ":" + cellAddress({col2, row2});
 }
 
 RangeSpec Reference::rangeSpec() const {
@@ -283,7 +283,7 @@ ValueRows referenceRows(CellResolver& resolver, const Reference& ref) {
 }
 
 FormulaValue referenceValue(CellResolver& resolver, const Reference& ref) {
-    if (ref.isSingleCell()) return resolver.cellValue(ref.col1, ref.row1, ref.sheetView());
+    if (ref.isSingleCell()) return resolver.cellValue({ref.col1, ref.row1}, ref.sheetView());
     ValueRows rows = referenceRows(resolver, ref);
     if (rows.empty()) return FormulaValue::error(ErrorKind::invalidReference);
     return FormulaValue::array(std::move(rows));
@@ -340,7 +340,8 @@ Table Table::fromArg(FunctionContext& c, size_t i) {
 
 FormulaValue Table::at(int64_t row, int64_t col) const {
     if (reference_)
-        return resolver_->cellValue(reference_->col1 + col, reference_->row1 + row, reference_->sheetView());
+        return resolver_->cellValue({reference_->col1 + col, reference_->row1 + row},
+                                    reference_->sheetView());
     if (!array_.isArray()) return array_;
     const ValueRow& r = array_.arrayRows()[static_cast<size_t>(row)];
     return static_cast<size_t>(col) < r.size() ? r[static_cast<size_t>(col)] : FormulaValue::empty();

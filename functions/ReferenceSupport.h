@@ -72,7 +72,7 @@ IndexSelection indexSelection(FunctionContext& c, int64_t rows, int64_t cols);
 // and "." only (any non-ASCII character counts as a letter).
 bool isPlainSheetName(std::string_view name);
 // "Data!B2", or "'Q1 Sales'!B2" when the name needs quoting.
-std::string cellLabel(std::string_view sheet, int64_t col, int64_t row);
+std::string cellLabel(std::string_view sheet, CellPosition at);
 // A range's label: "Data!A1:B9" (one cell prints as a cell).
 std::string rangeLabel(std::string_view sheet, int64_t col1, int64_t row1, int64_t col2, int64_t row2);
 

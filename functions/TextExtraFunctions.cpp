@@ -60,7 +60,7 @@ FormulaValue phonetic(FunctionContext& c) {
     ReferenceResult r = referenceArg(c, 0);
     if (r.error) return *r.error;
     FormulaValue v =
-        r.reference ? c.resolver().cellValue(r.reference->col1, r.reference->row1, r.reference->sheetView())
+        r.reference ? c.resolver().cellValue({r.reference->col1, r.reference->row1}, r.reference->sheetView())
                     : scalarOf(c.evaluate(0));
     if (v.isError()) return v;
     return txt(v.description());

@@ -38,9 +38,9 @@ namespace {
 // read as ""), so its size is bounded rather than the grid's.
 constexpr int64_t kMaxRangeCells = 2'000'000;
 
-std::string cellText(const Sheet& sheet, int64_t col, int64_t row) {
-    if (!sheet.contains(row, col)) return {};
-    return std::string(sheet.cell(row, col).displayValue());
+std::string cellText(const Sheet& sheet, CellPosition at) {
+    if (!sheet.contains(at.row, at.col)) return {};
+    return std::string(sheet.cell(at.row, at.col).displayValue());
 }
 
 } // namespace
@@ -58,16 +58,17 @@ MacroRunResult MacroRunner::run(std::string_view script) {
     engine.timeLimitSeconds = timeLimitSeconds;
     engine.stopSwitch = stopSwitch_;
 
-    engine.getCellHandler = [this](int64_t col, int64_t row) {
+    engine.getCellHandler = [this](CellPosition at) {
         const Sheet* sheet = editor_.activeSheet();
-        return sheet ? cellText(*sheet, col, row) : std::string();
+        return sheet ? cellText(*sheet, at) : std::string();
     };
-    engine.setCellHandler = [this](int64_t col, int64_t row, std::string_view value) {
+    engine.setCellHandler = [this](CellPosition at, std::string_view value) {
         const Sheet* sheet = editor_.activeSheet();
-        if (!sheet || !sheet->contains(row, col)) return;
-        editor_.setCellValue({col, row}, value);
+        if (!sheet || !sheet->contains(at.row, at.col)) return;
+        editor_.setCellValue(at, value);
     };
-    engine.getRangeHandler = [this](int64_t sc, int64_t sr, int64_t ec, int64_t er) {
+    engine.getRangeHandler = [this](const CellArea& area) {
+        const int64_t sc = area.startCol, sr = area.startRow, ec = area.endCol, er = area.endRow;
         std::vector<std::vector<std::string>> rows;
         const Sheet* sheet = editor_.activeSheet();
         if (!sheet || sc > ec || sr > er) return rows;
@@ -80,7 +81,7 @@ MacroRunResult MacroRunner::run(std::string_view script) {
             auto& row = rows.emplace_back();
             row.reserve(static_cast<size_t>(width));
             for (int64_t c = sc; c <= ec; ++c)
-                row.push_back(cellText(*sheet, c, r));
+                row.push_back(cellText(*sheet, {c, r}));
         }
         return rows;
     };

@@ -181,14 +181,14 @@ static JSValueRef callHostFunction(JSContextRef ctx, JSObjectRef function, JSObj
             auto row = col ? args.integer(1) : std::nullopt;
             if (!row) break;
             result =
-                makeValue(ctx, engine->getCellHandler ? engine->getCellHandler(*col, *row) : std::string());
+                makeValue(ctx, engine->getCellHandler ? engine->getCellHandler({*col, *row}) : std::string());
             break;
         }
         case HostFunction::setCell: {
             auto col = args.integer(0);
             auto row = col ? args.integer(1) : std::nullopt;
             auto value = row ? args.text(2) : std::nullopt;
-            if (value && engine->setCellHandler) engine->setCellHandler(*col, *row, *value);
+            if (value && engine->setCellHandler) engine->setCellHandler({*col, *row}, *value);
             break;
         }
         case HostFunction::getRange: {
@@ -198,7 +198,7 @@ static JSValueRef callHostFunction(JSContextRef ctx, JSObjectRef function, JSObj
             if (thrown) break;
             std::vector<std::vector<std::string>> rows;
             if (engine->getRangeHandler)
-                rows = engine->getRangeHandler(*bounds[0], *bounds[1], *bounds[2], *bounds[3]);
+                rows = engine->getRangeHandler({*bounds[0], *bounds[1], *bounds[2], *bounds[3]});
             JSValueRef made = makeRows(ctx, rows, &thrown);
             if (made) result = made;
             break;

@@ -18,6 +18,8 @@
 #include <string_view>
 #include <vector>
 
+#include "document/CellArea.h"
+
 namespace sumora {
 
 // Lets another thread (the macro panel's Stop button) end a running script.
@@ -33,10 +35,9 @@ class ScriptStopSwitch {
 
 class SumoraScriptEngine {
   public:
-    using GetCellHandler = std::function<std::string(int64_t col, int64_t row)>;
-    using SetCellHandler = std::function<void(int64_t col, int64_t row, std::string_view value)>;
-    using GetRangeHandler = std::function<std::vector<std::vector<std::string>>(
-        int64_t startCol, int64_t startRow, int64_t endCol, int64_t endRow)>;
+    using GetCellHandler = std::function<std::string(CellPosition at)>;
+    using SetCellHandler = std::function<void(CellPosition at, std::string_view value)>;
+    using GetRangeHandler = std::function<std::vector<std::vector<std::string>>(const CellArea& area)>;
     using RecalcHandler = std::function<void()>;
 
     static constexpr double kDefaultTimeLimitSeconds = 10;

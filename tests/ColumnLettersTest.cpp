@@ -54,9 +54,9 @@ TEST(ColumnLetters, NegativeColumnPrintsNothing) {
 }
 
 TEST(ColumnLetters, CellAddressIsLettersThenOneBasedRow) {
-    EXPECT_EQ(cellAddress(0, 0), "A1");
-    EXPECT_EQ(cellAddress(2, 4), "C5");
-    EXPECT_EQ(cellAddress(27, 99), "AB100");
+    EXPECT_EQ(cellAddress({0, 0}), "A1");
+    EXPECT_EQ(cellAddress({2, 4}), "C5");
+    EXPECT_EQ(cellAddress({27, 99}), "AB100");
 }
 
 struct RefCase {

@@ -65,7 +65,7 @@ TEST(ConditionalFormats, EachRuleTypeMatchesTheCellsUsersExpect) {
     for (const auto& c : cases) {
         auto rule = ruleOver(c.type);
         for (int64_t row = 0; row < 5; ++row) {
-            bool matched = evaluateConditionalFormats({rule}, 0, row, sheet).has_value();
+            bool matched = evaluateConditionalFormats({rule}, {0, row}, sheet).has_value();
             EXPECT_EQ(matched, c.matches[static_cast<size_t>(row)]) << c.name << " row " << row;
         }
     }
@@ -75,21 +75,21 @@ TEST(ConditionalFormats, DuplicatesCompareDisplayTextsIgnoringCase) {
     Sheet sheet = columnOf({"a", "A", "b", "", ""});
     auto dup = ruleOver(rule::DuplicateValues{});
     auto uni = ruleOver(rule::UniqueValues{});
-    EXPECT_TRUE(evaluateConditionalFormats({dup}, 0, 0, sheet));
-    EXPECT_FALSE(evaluateConditionalFormats({dup}, 0, 2, sheet));
-    EXPECT_TRUE(evaluateConditionalFormats({uni}, 0, 2, sheet));
-    EXPECT_FALSE(evaluateConditionalFormats({uni}, 0, 3, sheet)) << "blank cells are neither";
+    EXPECT_TRUE(evaluateConditionalFormats({dup}, {0, 0}, sheet));
+    EXPECT_FALSE(evaluateConditionalFormats({dup}, {0, 2}, sheet));
+    EXPECT_TRUE(evaluateConditionalFormats({uni}, {0, 2}, sheet));
+    EXPECT_FALSE(evaluateConditionalFormats({uni}, {0, 3}, sheet)) << "blank cells are neither";
 }
 
 TEST(ConditionalFormats, ColorScalesBlendByPositionInRange) {
     Sheet sheet = columnOf({"0", "50", "100", "", ""});
     auto two = ruleOver(rule::ColorScale2{"000000", "FFFFFF"});
-    EXPECT_EQ(evaluateConditionalFormats({two}, 0, 0, sheet)->fillColor, "000000");
-    EXPECT_EQ(evaluateConditionalFormats({two}, 0, 1, sheet)->fillColor, "7F7F7F");
-    EXPECT_EQ(evaluateConditionalFormats({two}, 0, 2, sheet)->fillColor, "FFFFFF");
+    EXPECT_EQ(evaluateConditionalFormats({two}, {0, 0}, sheet)->fillColor, "000000");
+    EXPECT_EQ(evaluateConditionalFormats({two}, {0, 1}, sheet)->fillColor, "7F7F7F");
+    EXPECT_EQ(evaluateConditionalFormats({two}, {0, 2}, sheet)->fillColor, "FFFFFF");
     auto three = ruleOver(rule::ColorScale3{"FF0000", "FFFF00", "00FF00"});
-    EXPECT_EQ(evaluateConditionalFormats({three}, 0, 1, sheet)->fillColor, "FFFF00");
-    EXPECT_EQ(evaluateConditionalFormats({three}, 0, 2, sheet)->fillColor, "00FF00");
+    EXPECT_EQ(evaluateConditionalFormats({three}, {0, 1}, sheet)->fillColor, "FFFF00");
+    EXPECT_EQ(evaluateConditionalFormats({three}, {0, 2}, sheet)->fillColor, "00FF00");
 }
 
 TEST(ConditionalFormats, LaterRulesOverrideEarlierOnesFieldByField) {
@@ -97,7 +97,7 @@ TEST(ConditionalFormats, LaterRulesOverrideEarlierOnesFieldByField) {
     auto first = ruleOver(rule::GreaterThan{0}, "111111");
     first.format.isBold = true;
     auto second = ruleOver(rule::GreaterThan{5}, "222222");
-    auto merged = evaluateConditionalFormats({first, second}, 0, 0, sheet);
+    auto merged = evaluateConditionalFormats({first, second}, {0, 0}, sheet);
     ASSERT_TRUE(merged);
     EXPECT_EQ(merged->fillColor, "222222");
     EXPECT_EQ(merged->isBold, true);
@@ -107,8 +107,8 @@ TEST(ConditionalFormats, DataBarsGiveAFractionNotAFill) {
     Sheet sheet = columnOf({"0", "50", "100"});
     ConditionalFormatEvaluator eval(sheet);
     auto bar = ruleOver(rule::DataBar{"638EC6"});
-    EXPECT_FALSE(eval.evaluateRule(bar, 0, 1));
-    EXPECT_DOUBLE_EQ(*eval.dataBarFraction(bar, 0, 1), 0.5);
+    EXPECT_FALSE(eval.evaluateRule(bar, {0, 1}));
+    EXPECT_DOUBLE_EQ(*eval.dataBarFraction(bar, {0, 1}), 0.5);
     EXPECT_EQ(collectRangeNumbers(bar, sheet), (std::vector<double>{0, 50, 100}));
 }
 
@@ -158,7 +158,7 @@ TEST(ConditionalFormats, IconSetsPickTheHighestThresholdReached) {
         rule.endRow = static_cast<int64_t>(values.size()) - 1;
         ConditionalFormatEvaluator eval(sheet);
         for (size_t i = 0; i < values.size(); ++i) {
-            auto icon = eval.icon(rule, 0, static_cast<int64_t>(i));
+            auto icon = eval.icon(rule, {0, static_cast<int64_t>(i)});
             EXPECT_EQ(icon ? icon->index : -1, c.icons[i]) << c.name << " at " << values[i];
         }
     }
@@ -175,21 +175,21 @@ TEST(ConditionalFormats, PlacedBreakpointsScaleColoursAndBars) {
     // 50% of the way from -10 to 150 is 70.
     const std::vector<std::string> fills = {"000000", "B60000", "FFFFFF", "FF2A2A", "FFFFFF"};
     for (int64_t row = 0; row < 5; ++row)
-        EXPECT_EQ(evaluateConditionalFormats({scale}, 0, row, sheet)->fillColor,
+        EXPECT_EQ(evaluateConditionalFormats({scale}, {0, row}, sheet)->fillColor,
                   fills[static_cast<size_t>(row)])
             << "row " << row;
 
     ConditionalFormatEvaluator eval(sheet);
     auto bar = ruleOver(
         rule::CustomDataBar{"638EC6", makeThreshold(K::number, 50), makeThreshold(K::percentile, 100)});
-    EXPECT_DOUBLE_EQ(*eval.dataBarFraction(bar, 0, 0), 0.0);
-    EXPECT_DOUBLE_EQ(*eval.dataBarFraction(bar, 0, 3), 0.25);
-    EXPECT_DOUBLE_EQ(*eval.dataBarFraction(bar, 0, 2), 1.0);
+    EXPECT_DOUBLE_EQ(*eval.dataBarFraction(bar, {0, 0}), 0.0);
+    EXPECT_DOUBLE_EQ(*eval.dataBarFraction(bar, {0, 3}), 0.25);
+    EXPECT_DOUBLE_EQ(*eval.dataBarFraction(bar, {0, 2}), 1.0);
     // A formula threshold without the formula layer places nothing.
     Threshold f = makeThreshold(K::formula);
     f.formula = "A1";
     EXPECT_FALSE(
-        eval.dataBarFraction(ruleOver(rule::CustomDataBar{"638EC6", f, makeThreshold(K::max)}), 0, 1));
+        eval.dataBarFraction(ruleOver(rule::CustomDataBar{"638EC6", f, makeThreshold(K::max)}), {0, 1}));
 }
 
 // A rule and a formula read a cell's text as the same number, by C strtod's
@@ -204,7 +204,8 @@ TEST(ConditionalFormats, ReadCellTextsAsFormulasDo) {
         test::TestBook book;
         book.set("A1", text);
         auto rule = ruleOver(rule::GreaterThan{-1});
-        EXPECT_EQ(evaluateConditionalFormats({rule}, 0, 0, book.doc.sheets[0]).has_value(), expected) << text;
+        EXPECT_EQ(evaluateConditionalFormats({rule}, {0, 0}, book.doc.sheets[0]).has_value(), expected)
+            << text;
         EXPECT_EQ(book.eval("=IFERROR(A1+0>-1,FALSE)"), expected ? "TRUE" : "FALSE") << text;
     }
 }

@@ -75,7 +75,7 @@ TEST(ConditionalFormatsAgainstLibreOffice, RulesMarkTheCellsLibreOfficeMarks) {
         ASSERT_EQ(doc.sheets[0].conditionalFormats.size(), 1u) << rule;
         std::string marked;
         for (int64_t r = 0; r < 20; ++r) {
-            auto f = conditionalFormatAt(doc, 0, 0, r);
+            auto f = conditionalFormatAt(doc, 0, {0, r});
             if (!f || f->fillColor != "FF0000") continue;
             marked += (marked.empty() ? "" : ",") + std::to_string(r + 1);
         }

@@ -29,7 +29,7 @@ class DataTools : public test::EditorTest {
     std::vector<std::string> matchAddresses() {
         std::vector<std::string> out;
         for (const CellPosition& p : editor.findResult().matches)
-            out.push_back(cellAddress(p.col, p.row));
+            out.push_back(cellAddress(p));
         return out;
     }
     Sheet& sheet() { return doc.sheets[0]; }

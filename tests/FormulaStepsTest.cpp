@@ -58,7 +58,7 @@ TEST(FormulaSteps, InnermostFirstInEvaluationOrder) {
         SCOPED_TRACE(c.formula);
         test::TestBook book = stepsBook();
         book.set("D1", c.formula);
-        FormulaSteps s = formulaSteps(book.doc, 0, 3, 0, builtinFunctions());
+        FormulaSteps s = formulaSteps(book.doc, 0, {3, 0}, builtinFunctions());
         EXPECT_EQ(s.formula, c.formula);
         EXPECT_EQ(describe(s), c.steps);
         EXPECT_EQ(s.result, c.result);
@@ -69,7 +69,7 @@ TEST(FormulaSteps, InnermostFirstInEvaluationOrder) {
 TEST(FormulaSteps, ExpressionShowsEarlierValuesInPlace) {
     test::TestBook book = stepsBook();
     book.set("D1", "=ROUND(A1/A2, 1) * (A2 + 1)");
-    FormulaSteps s = formulaSteps(book.doc, 0, 3, 0, builtinFunctions());
+    FormulaSteps s = formulaSteps(book.doc, 0, {3, 0}, builtinFunctions());
     std::vector<std::string> expressions;
     for (const FormulaStep& step : s.steps)
         expressions.push_back(step.expression);
@@ -88,26 +88,26 @@ TEST(FormulaSteps, ExpressionShowsEarlierValuesInPlace) {
 TEST(FormulaSteps, ReferencesToFormulasCanBeSteppedInto) {
     test::TestBook book = stepsBook();
     book.set("D1", "=A1+B1+Data!A1");
-    FormulaSteps s = formulaSteps(book.doc, 0, 3, 0, builtinFunctions());
+    FormulaSteps s = formulaSteps(book.doc, 0, {3, 0}, builtinFunctions());
     ASSERT_EQ(s.steps.size(), 5u);
     EXPECT_FALSE(s.steps[0].stepIn); // A1 holds a constant
     EXPECT_EQ(s.steps[1].stepIn, (StepTarget{0, 1, 0}));
     EXPECT_EQ(s.steps[3].stepIn, (StepTarget{1, 0, 0}));
-    FormulaSteps inner = formulaSteps(book.doc, 1, 0, 0, builtinFunctions());
+    FormulaSteps inner = formulaSteps(book.doc, 1, {0, 0}, builtinFunctions());
     EXPECT_EQ(describe(inner), "2*2 → 4");
 }
 
 TEST(FormulaSteps, CellsWithoutAWorkingFormulaGiveNoSteps) {
     test::TestBook book = stepsBook();
     book.set("D1", "=1+");
-    FormulaSteps broken = formulaSteps(book.doc, 0, 3, 0, builtinFunctions());
+    FormulaSteps broken = formulaSteps(book.doc, 0, {3, 0}, builtinFunctions());
     EXPECT_TRUE(broken.steps.empty());
     EXPECT_EQ(broken.failure, "#ERROR: Unexpected end of formula");
-    FormulaSteps constant = formulaSteps(book.doc, 0, 2, 0, builtinFunctions());
+    FormulaSteps constant = formulaSteps(book.doc, 0, {2, 0}, builtinFunctions());
     EXPECT_TRUE(constant.steps.empty());
     EXPECT_EQ(constant.result, "x");
-    EXPECT_TRUE(formulaSteps(book.doc, 7, 0, 0, builtinFunctions()).steps.empty());
-    EXPECT_TRUE(formulaSteps(book.doc, 0, -1, 0, builtinFunctions()).steps.empty());
+    EXPECT_TRUE(formulaSteps(book.doc, 7, {0, 0}, builtinFunctions()).steps.empty());
+    EXPECT_TRUE(formulaSteps(book.doc, 0, {-1, 0}, builtinFunctions()).steps.empty());
 }
 
 } // namespace

@@ -28,18 +28,18 @@ TEST(GoToTarget, ReadsCellsRangesSheetsAndNames) {
     const SumoraDocument doc = twoSheetsWithNames();
     const struct {
         const char* text;
-        std::optional<GoToTarget> expected; // {sheet, top, left, bottom, right}
+        std::optional<GoToTarget> expected; // {sheet, {left, top, right, bottom}}
     } cases[] = {
-        {"AB1000", GoToTarget{0, 999, 27, 999, 27}},
-        {" b2 ", GoToTarget{0, 1, 1, 1, 1}},
-        {"$C$3", GoToTarget{0, 2, 2, 2, 2}},
-        {"D9:B2", GoToTarget{0, 1, 1, 8, 3}},
-        {"XFD1048576", GoToTarget{0, 1048575, 16383, 1048575, 16383}},
-        {"'Q1 Sales'!C3", GoToTarget{1, 2, 2, 2, 2}},
-        {"q1 sales!A1:B2", GoToTarget{1, 0, 0, 1, 1}},
-        {"'It''s'!E5", GoToTarget{2, 4, 4, 4, 4}},
-        {"TOTAL", GoToTarget{1, 4, 1, 9, 3}},
-        {"Rate", GoToTarget{0, 0, 7, 0, 7}},
+        {"AB1000", GoToTarget{0, {27, 999, 27, 999}}},
+        {" b2 ", GoToTarget{0, {1, 1, 1, 1}}},
+        {"$C$3", GoToTarget{0, {2, 2, 2, 2}}},
+        {"D9:B2", GoToTarget{0, {1, 1, 3, 8}}},
+        {"XFD1048576", GoToTarget{0, {16383, 1048575, 16383, 1048575}}},
+        {"'Q1 Sales'!C3", GoToTarget{1, {2, 2, 2, 2}}},
+        {"q1 sales!A1:B2", GoToTarget{1, {0, 0, 1, 1}}},
+        {"'It''s'!E5", GoToTarget{2, {4, 4, 4, 4}}},
+        {"TOTAL", GoToTarget{1, {1, 4, 3, 9}}},
+        {"Rate", GoToTarget{0, {7, 0, 7, 0}}},
         // Past the grid, unknown sheets and names, and plain words name nothing.
         {"XFE1", std::nullopt},
         {"A1048577", std::nullopt},
@@ -55,29 +55,30 @@ TEST(GoToTarget, ReadsCellsRangesSheetsAndNames) {
 
 TEST(GoToTarget, UnqualifiedReferencesStayOnTheActiveSheet) {
     const SumoraDocument doc = twoSheetsWithNames();
-    EXPECT_EQ(resolveGoToTarget(doc, 2, "C3"), (GoToTarget{2, 2, 2, 2, 2}));
-    EXPECT_EQ(resolveGoToTarget(doc, 2, "rate"), (GoToTarget{2, 0, 7, 0, 7}));
+    EXPECT_EQ(resolveGoToTarget(doc, 2, "C3"), (GoToTarget{2, {2, 2, 2, 2}}));
+    EXPECT_EQ(resolveGoToTarget(doc, 2, "rate"), (GoToTarget{2, {7, 0, 7, 0}}));
 }
 
 TEST(GridNavigation, CtrlArrowsOffTheDataReachTheShownGridsEdge) {
     Sheet sheet("S", 500, 26);
     sheet.cellForWriting(4, 2).setValue("x");
     const struct {
-        GridPoint from;
+        CellPosition from;
         int dRow, dCol;
-        GridPoint expected;
+        CellPosition expected;
     } cases[] = {
-        {{0, 0}, 1, 0, {1048575, 0}},                             // empty column: the last row of the grid
-        {{0, 0}, 0, 1, {0, 16383}},                               // empty row: column XFD
-        {{0, 2}, 1, 0, {4, 2}},                                   // the next cell with content
-        {{4, 0}, 0, 1, {4, 2}},       {{4, 2}, 0, 1, {4, 16383}}, // past the row's last content
-        {{4, 2}, 1, 0, {1048575, 2}}, {{9, 2}, -1, 0, {4, 2}},
+        // from {col, row}, step, expected {col, row}
+        {{0, 0}, 1, 0, {0, 1048575}},                             // empty column: the last row of the grid
+        {{0, 0}, 0, 1, {16383, 0}},                               // empty row: column XFD
+        {{2, 0}, 1, 0, {2, 4}},                                   // the next cell with content
+        {{0, 4}, 0, 1, {2, 4}},       {{2, 4}, 0, 1, {16383, 4}}, // past the row's last content
+        {{2, 4}, 1, 0, {2, 1048575}}, {{2, 9}, -1, 0, {2, 4}},
     };
     for (const auto& c : cases)
         EXPECT_EQ(dataEdge(sheet, c.from, c.dRow, c.dCol, kSheetRowLimit, kSheetColumnLimit), c.expected)
             << c.from.row << "," << c.from.col << " by " << c.dRow << "," << c.dCol;
     // The sheet's own grid stays the limit of the original form.
-    EXPECT_EQ(dataEdge(sheet, {0, 0}, 1, 0), (GridPoint{499, 0}));
+    EXPECT_EQ(dataEdge(sheet, {0, 0}, 1, 0), (CellPosition{0, 499}));
 }
 
 } // namespace

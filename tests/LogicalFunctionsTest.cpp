@@ -33,9 +33,9 @@ void check(const std::vector<test::FormulaCase>& cases) {
 class RecordingResolver : public WorkbookResolver {
   public:
     using WorkbookResolver::WorkbookResolver;
-    FormulaValue cellValue(int64_t col, int64_t row, std::optional<std::string_view> sheet) override {
-        read.insert(CellRef{col, row, std::nullopt}.description());
-        return WorkbookResolver::cellValue(col, row, sheet);
+    FormulaValue cellValue(CellPosition at, std::optional<std::string_view> sheet) override {
+        read.insert(CellRef{at.col, at.row, std::nullopt}.description());
+        return WorkbookResolver::cellValue(at, sheet);
     }
     std::set<std::string> read;
 };

@@ -3,9 +3,9 @@
 // deliberately differs, the row says so.
 #include <gtest/gtest.h>
 
+#include "functions/BuiltinFunctions.h"
 #include "functions/LookupCache.h"
 #include "tests/TestSupport.h"
-#include "functions/BuiltinFunctions.h"
 
 namespace sumora {
 namespace {
@@ -310,7 +310,7 @@ TEST(LookupFunctions, CachedLookupsMatchUncachedOnes) {
     FormulaTree find1000 = parseFormula("=VLOOKUP(1000,A1:B200,2,FALSE)", builtinFunctions());
     EXPECT_EQ(evaluator.evaluate(find1000).description(), "#N/A");
     book.set("A5", "1000");
-    LookupCacheScope::cellWritten(0, 4);
+    LookupCacheScope::cellWritten({0, 4});
     EXPECT_EQ(evaluator.evaluate(find1000).description(), "v5");
 }
 

@@ -15,9 +15,9 @@
 
 #include "document/ColumnLetters.h"
 #include "editing/SumoraEditorView.h"
-#include "values/Log.h"
 #include "macros/MacroRunner.h"
 #include "macros/SumoraScriptEngine.h"
+#include "values/Log.h"
 
 namespace {
 
@@ -278,16 +278,17 @@ TEST(ScriptEngine, WithoutHandlersFunctionsReturnEmptyValues) {
 TEST(ScriptEngine, ArgumentsAreConvertedToIntegersAndText) {
     SumoraScriptEngine engine;
     std::vector<std::string> calls;
-    engine.getCellHandler = [&](int64_t col, int64_t row) {
-        calls.push_back("get " + std::to_string(col) + "," + std::to_string(row));
+    engine.getCellHandler = [&](CellPosition at) {
+        calls.push_back("get " + std::to_string(at.col) + "," + std::to_string(at.row));
         return std::string();
     };
-    engine.setCellHandler = [&](int64_t col, int64_t row, std::string_view value) {
-        calls.push_back("set " + std::to_string(col) + "," + std::to_string(row) + "=" + std::string(value));
+    engine.setCellHandler = [&](CellPosition at, std::string_view value) {
+        calls.push_back("set " + std::to_string(at.col) + "," + std::to_string(at.row) + "=" +
+                        std::string(value));
     };
-    engine.getRangeHandler = [&](int64_t sc, int64_t sr, int64_t ec, int64_t er) {
-        calls.push_back("range " + std::to_string(sc) + "," + std::to_string(sr) + "," + std::to_string(ec) +
-                        "," + std::to_string(er));
+    engine.getRangeHandler = [&](const CellArea& a) {
+        calls.push_back("range " + std::to_string(a.startCol) + "," + std::to_string(a.startRow) + "," +
+                        std::to_string(a.endCol) + "," + std::to_string(a.endRow));
         return std::vector<std::vector<std::string>>{};
     };
     EXPECT_TRUE(engine.evaluate("getCell(2.7, -0.5); getCell(\"3\", \"x\"); setCell(1, 2, 42); setCell(0, 0);"
@@ -298,7 +299,7 @@ TEST(ScriptEngine, ArgumentsAreConvertedToIntegersAndText) {
 
 TEST(ScriptEngine, FailingHandlerRaisesACatchableError) {
     SumoraScriptEngine engine;
-    engine.getCellHandler = [](int64_t, int64_t) -> std::string { throw std::runtime_error("no sheet"); };
+    engine.getCellHandler = [](CellPosition) -> std::string { throw std::runtime_error("no sheet"); };
     EXPECT_TRUE(engine.evaluate("try { getCell(0, 0) } catch (e) { log(e.message) }"));
     EXPECT_EQ(engine.logOutput, (Lines{"no sheet"}));
 }
@@ -308,7 +309,7 @@ TEST(ScriptEngine, FunctionsOutlivingTheirEngineDoNothing) {
     JSGlobalContextRef context;
     {
         SumoraScriptEngine engine;
-        engine.getCellHandler = [&](int64_t, int64_t) {
+        engine.getCellHandler = [&](CellPosition) {
             ++calls;
             return std::string("live");
         };

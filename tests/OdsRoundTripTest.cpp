@@ -84,7 +84,7 @@ TEST(OdsRoundTrip, EveryCarriedFieldSurvives) {
         EXPECT_EQ(back.columnWidths, original.columnWidths) << original.name;
         EXPECT_EQ(back.rowCount(), std::max<int64_t>(original.usedExtent().rows, 500));
         original.forEachStoredCell([&](int64_t r, int64_t c, const Cell& cell) {
-            std::string where = original.name + " " + cellAddress(c, r);
+            std::string where = original.name + " " + cellAddress({c, r});
             const Cell& got = back.cell(r, c);
             EXPECT_EQ(got.value(), cell.displayValue()) << where;
             EXPECT_EQ(got.formula(), cell.formula()) << where;

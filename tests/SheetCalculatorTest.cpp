@@ -14,8 +14,8 @@
 #include "engine/FormulaParser.h"
 #include "engine/FunctionContext.h"
 #include "engine/FunctionRegistry.h"
-#include "values/Log.h"
 #include "engine/WorkbookResolver.h"
+#include "values/Log.h"
 
 namespace sumora {
 namespace {
@@ -101,7 +101,7 @@ struct Book {
 // Recalculates `address` of the Main sheet after an edit.
 void recalc(SheetCalculator& calc, std::string_view address) {
     auto at = *parseCellAddress(address);
-    calc.recalculate(at.col, at.row);
+    calc.recalculate(at);
 }
 
 using Cells = std::vector<std::pair<std::string, std::string>>;
@@ -164,7 +164,7 @@ TEST(SheetCalculator, FailedParseKeepsThePreviousComputedText) {
     calc.recalculateAll();
     EXPECT_EQ(book.shown("A1"), "41");
     EXPECT_EQ(book.shown("B1"), "42");
-    EXPECT_EQ(calc.parsedFormula(0, 0), nullptr);
+    EXPECT_EQ(calc.parsedFormula({0, 0}), nullptr);
 
     // Incrementally too, and readers still recompute from that text.
     book.put("A1", "=2*").computed("A1", "9");
@@ -236,7 +236,7 @@ TEST(SheetCalculator, EditsKeepTheGraphInStep) {
     book.put("A2", "4");
     recalc(calc, "A2");
     EXPECT_EQ(book.shown("B1"), "50");
-    EXPECT_EQ(calc.parsedFormula(1, 0), nullptr);
+    EXPECT_EQ(calc.parsedFormula({1, 0}), nullptr);
 
     // A value turned into a formula reads from then on.
     book.putValue("A2", "=A1+1");
@@ -260,9 +260,9 @@ TEST(SheetCalculator, IncrementalCyclesMarkEveryCellThatReachesOne) {
     for (const char* a : {"A1", "B1", "C1", "D1"}) {
         EXPECT_EQ(book.shown(a), "#CIRC!") << a;
         auto at = *parseCellAddress(a);
-        EXPECT_TRUE(calc.hasCircularReference(at.col, at.row)) << a;
+        EXPECT_TRUE(calc.hasCircularReference(at)) << a;
     }
-    EXPECT_FALSE(calc.hasCircularReference(4, 0));
+    EXPECT_FALSE(calc.hasCircularReference({4, 0}));
 
     // A new reader of the cycle, elsewhere, is circular when it is entered.
     book.put("F1", "=C1*2");
@@ -274,7 +274,7 @@ TEST(SheetCalculator, IncrementalCyclesMarkEveryCellThatReachesOne) {
     EXPECT_EQ(book.shown("A1"), "5");
     EXPECT_EQ(book.shown("D1"), "6");
     EXPECT_EQ(book.shown("F1"), "12");
-    EXPECT_FALSE(calc.hasCircularReference(0, 0));
+    EXPECT_FALSE(calc.hasCircularReference({0, 0}));
 }
 
 TEST(SheetCalculator, NamedRangesAreDependencies) {
@@ -309,7 +309,7 @@ TEST(SheetCalculator, ReferencesToOtherSheetsAreNotFollowedByEdits) {
     EXPECT_EQ(calc.graph().pointEntryCount(), 0u);
 
     book.put("Data!B3", "7");
-    SheetCalculator(book.doc, 1, testFunctions()).recalculate(1, 2);
+    SheetCalculator(book.doc, 1, testFunctions()).recalculate({1, 2});
     recalc(calc, "B3"); // the same address on this sheet
     EXPECT_EQ(book.shown("A1"), "10");
     recalc(calc, "A1");
@@ -410,7 +410,7 @@ TEST(SheetCalculator, LongChainsRecalculateWithoutRecursion) {
     calc.recalculateAll();
     EXPECT_EQ(book.shown("A100000"), "100000");
     sheet.cellForWriting(0, 0).setFormula("5");
-    calc.recalculate(0, 0);
+    calc.recalculate({0, 0});
     EXPECT_EQ(book.shown("A100000"), "100004");
 }
 
@@ -424,7 +424,7 @@ TEST(SheetCalculator, InvalidateRebuildsAfterCellsMove) {
     book.put("A1", "10");
     recalc(calc, "A1");
     EXPECT_EQ(book.shown("B3"), "11");
-    EXPECT_EQ(calc.parsedFormula(1, 1), nullptr);
+    EXPECT_EQ(calc.parsedFormula({1, 1}), nullptr);
 }
 
 // ---- Equivalence with the rules applied cell by cell ----
@@ -566,7 +566,7 @@ class RandomSheet {
   public:
     explicit RandomSheet(unsigned seed) : rng_(seed) {}
 
-    std::string cellAddress() { return sumora::cellAddress(pick(6), pick(6)); }
+    std::string cellAddress() { return sumora::cellAddress({pick(6), pick(6)}); }
     // Content of one cell, in the form Book::put / putValue take.
     std::pair<std::string, bool> content() { // (text, stored as a plain value)
         int64_t kind = pick(20);
@@ -602,9 +602,9 @@ void expectSameSheets(const Book& mine, const Book& naive, const std::string& wh
         for (int64_t c = 0; c < 8; ++c) {
             const Cell& a = mine.doc.sheets[0].cell(r, c);
             const Cell& b = naive.doc.sheets[0].cell(r, c);
-            ASSERT_EQ(a.computedValue(), b.computedValue()) << when << " at " << sumora::cellAddress(c, r);
-            ASSERT_EQ(a.formula(), b.formula()) << when << " at " << sumora::cellAddress(c, r);
-            ASSERT_EQ(a.value(), b.value()) << when << " at " << sumora::cellAddress(c, r);
+            ASSERT_EQ(a.computedValue(), b.computedValue()) << when << " at " << sumora::cellAddress({c, r});
+            ASSERT_EQ(a.formula(), b.formula()) << when << " at " << sumora::cellAddress({c, r});
+            ASSERT_EQ(a.value(), b.value()) << when << " at " << sumora::cellAddress({c, r});
         }
 }
 
@@ -637,7 +637,7 @@ TEST(SheetCalculator, MatchesTheCellByCellRulesOnRandomSheets) {
             std::string address = random.cellAddress();
             place(address, random.content());
             auto at = *parseCellAddress(address);
-            calc.recalculate(at.col, at.row);
+            calc.recalculate(at);
             reference.recalculate({at.col, at.row});
             expectSameSheets(mine, naive,
                              "seed " + std::to_string(seed) + " edit " + std::to_string(edit) + " of " +

@@ -286,7 +286,7 @@ Sheet lettered() {
     Sheet s("S", 500, 26);
     for (int64_t r = 0; r < 4; ++r)
         for (int64_t c = 0; c < 4; ++c)
-            s.cellForWriting(r, c).setValue(cellAddress(c, r));
+            s.cellForWriting(r, c).setValue(cellAddress({c, r}));
     return s;
 }
 
@@ -412,7 +412,7 @@ TEST(ValidationRule, AppliesInsideTheInclusiveRange) {
     } cases[] = {{1, 2, true},  {3, 4, true},  {2, 3, true}, {0, 2, false},
                  {4, 2, false}, {1, 1, false}, {1, 5, false}};
     for (const auto& c : cases)
-        EXPECT_EQ(rule.applies(c.col, c.row), c.applies) << c.col << "," << c.row;
+        EXPECT_EQ(rule.applies({c.col, c.row}), c.applies) << c.col << "," << c.row;
 }
 
 TEST(RecordIdentity, FreshIdentifiersAreIgnoredByEquality) {

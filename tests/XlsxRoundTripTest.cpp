@@ -12,13 +12,13 @@
 #include <unistd.h>
 
 #include "XlsxTestSupport.h"
-#include "values/Log.h"
 #include "engine/Recalculation.h"
 #include "formats/DocumentIO.h"
 #include "formats/FileErrors.h"
 #include "formats/XlsxFormat.h"
-#include "values/BuiltInNumberFormats.h"
 #include "functions/BuiltinFunctions.h"
+#include "values/BuiltInNumberFormats.h"
+#include "values/Log.h"
 
 namespace sumora {
 namespace {
@@ -41,16 +41,16 @@ void expectSameCells(const Sheet& expected, const Sheet& actual) {
         if (cell.isDefault()) return;
         ++compared;
         const Cell& back = actual.cell(row, col);
-        EXPECT_EQ(back.value(), cell.value()) << cellAddress(col, row);
-        EXPECT_EQ(back.formula(), cell.formula()) << cellAddress(col, row);
-        EXPECT_EQ(back.computedValue(), cell.computedValue()) << cellAddress(col, row);
-        EXPECT_EQ(back.isLocked(), cell.isLocked()) << cellAddress(col, row);
-        EXPECT_EQ(back.isSpillResult(), cell.isSpillResult()) << cellAddress(col, row);
-        EXPECT_TRUE(back.format() == cell.format()) << cellAddress(col, row);
+        EXPECT_EQ(back.value(), cell.value()) << cellAddress({col, row});
+        EXPECT_EQ(back.formula(), cell.formula()) << cellAddress({col, row});
+        EXPECT_EQ(back.computedValue(), cell.computedValue()) << cellAddress({col, row});
+        EXPECT_EQ(back.isLocked(), cell.isLocked()) << cellAddress({col, row});
+        EXPECT_EQ(back.isSpillResult(), cell.isSpillResult()) << cellAddress({col, row});
+        EXPECT_TRUE(back.format() == cell.format()) << cellAddress({col, row});
     });
     actual.forEachStoredCell([&](int64_t row, int64_t col, const Cell& cell) {
         if (!cell.isDefault()) {
-            EXPECT_FALSE(expected.cell(row, col).isDefault()) << "extra " << cellAddress(col, row);
+            EXPECT_FALSE(expected.cell(row, col).isDefault()) << "extra " << cellAddress({col, row});
         }
     });
     EXPECT_GT(compared, 0u);
@@ -358,7 +358,7 @@ TEST(XlsxRoundTrip, CorpusWorkbooksSurviveSavingAgain) {
                             (cell.hasFormula() || cell.isSpillResult() ||
                              back.computedValue() == cell.computedValue());
                 if (!same && ++mismatches <= 3)
-                    ADD_FAILURE() << a.name << "!" << cellAddress(col, row) << ": " << describe(cell)
+                    ADD_FAILURE() << a.name << "!" << cellAddress({col, row}) << ": " << describe(cell)
                                   << "\n came back as " << describe(back);
             });
             EXPECT_EQ(mismatches, 0u) << a.name;
@@ -437,7 +437,8 @@ TEST_F(XlsxSaveFailure, ReadOnlyFolderKeepsThePreviousFile) {
         int status = 0;
         ASSERT_EQ(waitpid(child, &status, 0), child);
         ASSERT_TRUE(WIFEXITED(status));
-        EXPECT_EQ(WEXITSTATUS(status), 0) << "1: the save succeeded, 2: another error, 3: no unprivileged user";
+        EXPECT_EQ(WEXITSTATUS(status), 0)
+            << "1: the save succeeded, 2: another error, 3: no unprivileged user";
     }
     EXPECT_EQ(contents(), "previous contents");
     EXPECT_EQ(fileCount(), 1u);

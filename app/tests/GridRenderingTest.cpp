@@ -145,7 +145,7 @@ class GridRenderingTest : public QObject {
         QFETCH(int, dRow);
         QFETCH(int, expectedRow);
         const Sheet sheet = sheetWith({{2, 0, "a", ""}, {3, 0, "b", ""}, {4, 0, "c", ""}, {8, 0, "d", ""}});
-        QCOMPARE(dataEdge(sheet, {fromRow, 0}, dRow, 0).row, expectedRow);
+        QCOMPARE(dataEdge(sheet, {0, fromRow}, dRow, 0).row, expectedRow);
     }
 
     void sheetLayoutAppliesMergesSizesAndFrozenPanes() {

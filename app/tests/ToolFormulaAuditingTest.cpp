@@ -49,7 +49,7 @@ QStringList arrowLabels(MainWindow* window) {
         const CellRect& r = a.from.rect;
         out << QString::fromStdString(
             rangeLabel(doc.sheets[a.from.sheet].name, r.col1, r.row1, r.col2, r.row2) + "→" +
-            cellLabel(doc.sheets[a.to.sheet].name, a.to.col, a.to.row));
+            cellLabel(doc.sheets[a.to.sheet].name, {a.to.col, a.to.row}));
     }
     return out;
 }

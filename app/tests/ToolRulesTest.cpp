@@ -240,7 +240,7 @@ class ToolRulesTest : public QObject {
         // Unchanged content is not checked again.
         window->document().sheets[0].dataValidations[0].errorStyle = ValidationErrorStyle::stop;
         const qsizetype asked = answers().asked.size();
-        QVERIFY(approveCellEntry(*window, 1, 1, QStringLiteral("70")) == false);
+        QVERIFY(approveCellEntry(*window, {1, 1}, QStringLiteral("70")) == false);
         QVERIFY(window->sheetModel()->approveEntry(1, 1, QStringLiteral("70")));
         QCOMPARE(answers().asked.size(), asked + 1);
     }

@@ -27,7 +27,7 @@ void addGroup(QTreeWidget* list, const QString& title, const SumoraDocument& che
     for (const ResultDifference& d : differences) {
         const std::string& sheet = checked.sheets[d.sheet].name;
         auto* item = new QTreeWidgetItem(
-            group, {toQString(cellLabel(sheet, d.col, d.row)), toQString(d.stored), toQString(d.computed)});
+            group, {toQString(cellLabel(sheet, {d.col, d.row})), toQString(d.stored), toQString(d.computed)});
         item->setData(0, sheetNameRole, toQString(sheet));
         item->setData(0, colRole, QVariant::fromValue<qlonglong>(d.col));
         item->setData(0, rowRole, QVariant::fromValue<qlonglong>(d.row));

@@ -78,14 +78,14 @@ EvaluateFormulaPanel::EvaluateFormulaPanel(DocumentContext& context, QWidget* pa
     refresh();
 }
 
-void EvaluateFormulaPanel::showCell(size_t sheet, int64_t col, int64_t row) {
+void EvaluateFormulaPanel::showCell(size_t sheet, CellPosition at) {
     levels_.clear();
-    pushLevel({sheet, col, row});
+    pushLevel({sheet, at.col, at.row});
 }
 
 void EvaluateFormulaPanel::pushLevel(const StepTarget& cell) {
-    levels_.push_back(
-        {cell, formulaSteps(context_.editor().document, cell.sheet, cell.col, cell.row, builtinFunctions())});
+    levels_.push_back({cell, formulaSteps(context_.editor().document, cell.sheet, {cell.col, cell.row},
+                                          builtinFunctions())});
     refresh();
 }
 
@@ -122,13 +122,13 @@ void EvaluateFormulaPanel::stepOut() {
 
 void EvaluateFormulaPanel::restart() {
     if (levels_.empty()) return;
-    showCell(levels_.front().cell.sheet, levels_.front().cell.col, levels_.front().cell.row);
+    showCell(levels_.front().cell.sheet, {levels_.front().cell.col, levels_.front().cell.row});
 }
 
 QString EvaluateFormulaPanel::cellLabelOf(const StepTarget& cell) const {
     const SumoraDocument& doc = context_.editor().document;
     if (cell.sheet >= doc.sheets.size()) return {};
-    return toQString(sumora::cellLabel(doc.sheets[cell.sheet].name, cell.col, cell.row));
+    return toQString(sumora::cellLabel(doc.sheets[cell.sheet].name, {cell.col, cell.row}));
 }
 
 QString EvaluateFormulaPanel::expressionText() const {

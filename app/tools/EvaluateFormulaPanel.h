@@ -22,7 +22,7 @@ class EvaluateFormulaPanel : public QWidget {
     EvaluateFormulaPanel(DocumentContext& context, QWidget* parent = nullptr);
 
     // Starts over on the given cell (the active cell from the menu).
-    void showCell(size_t sheet, int64_t col, int64_t row);
+    void showCell(size_t sheet, CellPosition at);
 
     void evaluate();
     void stepIn();

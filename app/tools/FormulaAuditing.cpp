@@ -102,8 +102,7 @@ void FormulaAuditing::buildMenu(QMenuBar* bar) {
 void FormulaAuditing::showEvaluateFormula() {
     SumoraEditorView& editor = context_.editor();
     if (editor.activeCell && editor.activeSheetIndex >= 0)
-        evaluatePanel_->showCell(static_cast<size_t>(editor.activeSheetIndex), editor.activeCell->col,
-                                 editor.activeCell->row);
+        evaluatePanel_->showCell(static_cast<size_t>(editor.activeSheetIndex), *editor.activeCell);
     showPanel(evaluatePanel_, evaluateDock_);
 }
 

@@ -39,8 +39,7 @@ GoalSeekDialog::GoalSeekDialog(DocumentContext& context, QWidget* parent)
     SumoraEditorView& editor = context_.editor();
     const GoalSeekRequest& last = context_.toolInputs().goalSeek;
     QString setCell = toQString(last.setCell);
-    if (setCell.isEmpty() && editor.activeCell)
-        setCell = toQString(cellAddress(editor.activeCell->col, editor.activeCell->row));
+    if (setCell.isEmpty() && editor.activeCell) setCell = toQString(cellAddress(*editor.activeCell));
     setCell_->setText(setCell);
     target_->setText(toQString(last.targetValue));
     changing_->setText(toQString(last.changingCell));

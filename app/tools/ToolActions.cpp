@@ -252,10 +252,10 @@ void installToolActions(DocumentContext& context, QMenuBar* menuBar) {
     Log::debug("Tools installed");
 }
 
-bool approveCellEntry(DocumentContext& context, int64_t col, int64_t row, const QString& text) {
+bool approveCellEntry(DocumentContext& context, CellPosition at, const QString& text) {
     ToolHost* host = ToolHost::of(context.window());
     if (!host || !host->validationGuard()) return true;
-    return host->validationGuard()->approve(col, row, text);
+    return host->validationGuard()->approve(at, text);
 }
 
 } // namespace sumora::app

@@ -5,6 +5,8 @@
 #include <QString>
 #include <cstdint>
 
+#include "document/CellPosition.h"
+
 class QMenuBar;
 class QToolBar;
 
@@ -18,6 +20,6 @@ void installToolActions(DocumentContext& context, QMenuBar* menuBar);
 // rule refuses it (Stop, or Warning declined; the user has been told). Entry
 // points that store typed text may call this first; entries stored without
 // asking are checked afterwards and taken back when refused.
-bool approveCellEntry(DocumentContext& context, int64_t col, int64_t row, const QString& text);
+bool approveCellEntry(DocumentContext& context, CellPosition at, const QString& text);
 
 } // namespace sumora::app

@@ -31,9 +31,9 @@ void followEditorSelection(DocumentContext& context) {
 }
 
 QString rangeText(const SelectionRange& range) {
-    QString first = toQString(cellAddress(range.minCol(), range.minRow()));
+    QString first = toQString(cellAddress({range.minCol(), range.minRow()}));
     if (range.isSingleCell()) return first;
-    return first + QLatin1Char(':') + toQString(cellAddress(range.maxCol(), range.maxRow()));
+    return first + QLatin1Char(':') + toQString(cellAddress({range.maxCol(), range.maxRow()}));
 }
 
 std::optional<SelectionRange> parseRangeText(const QString& text) {

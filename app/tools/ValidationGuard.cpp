@@ -47,13 +47,12 @@ ValidationGuard::ValidationGuard(DocumentContext& context, SheetGridView* grid)
         connect(grid->verticalScrollBar(), &QScrollBar::valueChanged, this, &ValidationGuard::showCellAids);
         connect(grid->horizontalScrollBar(), &QScrollBar::valueChanged, this, &ValidationGuard::showCellAids);
         SheetTableModel& model = grid->sheetModel();
-        model.setEntryApprover(
-            [this](int64_t col, int64_t row, const QString& text) { return approve(col, row, text); });
+        model.setEntryApprover([this](CellPosition at, const QString& text) { return approve(at, text); });
         // The formula bar asks through the model, which lets unchanged text pass.
         if (QWidget* window = context.window())
             if (auto* bar = window->findChild<FormulaBar*>())
-                bar->setEntryApprover([&model](int64_t col, int64_t row, const QString& text) {
-                    return model.approveEntry(static_cast<int>(row), static_cast<int>(col), text);
+                bar->setEntryApprover([&model](CellPosition at, const QString& text) {
+                    return model.approveEntry(static_cast<int>(at.row), static_cast<int>(at.col), text);
                 });
     }
 }
@@ -83,7 +82,8 @@ bool ValidationGuard::ask(const ValidationVerdict& verdict) const {
     return true;
 }
 
-bool ValidationGuard::approve(int64_t col, int64_t row, const QString& text) {
+bool ValidationGuard::approve(CellPosition at, const QString& text) {
+    const auto [col, row] = at;
     SumoraEditorView& editor = context_.editor();
     const Sheet* sheet = editor.activeSheet();
     // Most cells have no rule: spare them the entry's locale reading.

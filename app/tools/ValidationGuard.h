@@ -34,7 +34,7 @@ class ValidationGuard : public QObject {
     static void setPrompter(Prompter prompter);
 
     // Before storing `text` at (col, row) of the active sheet: false refuses.
-    bool approve(int64_t col, int64_t row, const QString& text);
+    bool approve(CellPosition at, const QString& text);
 
     // The input message and drop-down for the active cell.
     void showCellAids();
