@@ -104,3 +104,4 @@ report() {
 }
 report new
 [ -z "$other" ] || report old
+bash bench/engine_targets.sh "$build"
