@@ -34,7 +34,8 @@ const SumoraDocument& w2Sheet() {
             sheet.cellForWriting(r, 0).setValue(std::to_string(n % 1000));
             sheet.cellForWriting(r, 1).setFormula("A" + row + "*2+1");
             sheet.cellForWriting(r, 2).setFormula(n == 1 ? "B1" : "B" + row + "+C" + std::to_string(n - 1));
-            sheet.cellForWriting(r, 3).setFormula("SUM(B" + std::to_string(std::max(1, n - 99)) + ":B" + row + ")");
+            sheet.cellForWriting(r, 3).setFormula("SUM(B" + std::to_string(std::max(1, n - 99)) + ":B" + row +
+                                                  ")");
         }
         sheet.cellForWriting(0, 4).setFormula("SUM(C1:C" + std::to_string(kRows) + ")");
         return d;

@@ -23,9 +23,9 @@
 #include <vector>
 
 #include "engine/FunctionRegistry.h"
-#include "values/Log.h"
 #include "engine/SheetCalculator.h"
 #include "functions/BuiltinFunctions.h"
+#include "values/Log.h"
 
 extern char** environ;
 

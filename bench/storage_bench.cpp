@@ -56,7 +56,8 @@ void openAndCount(benchmark::State& state, const std::filesystem::path& path) {
         const size_t after = heapInUse();
         size_t filled = 0;
         for (const Sheet& sheet : doc.sheets)
-            sheet.forEachStoredCell([&](int64_t, int64_t, const Cell& cell) { filled += cell.isDefault() ? 0 : 1; });
+            sheet.forEachStoredCell(
+                [&](int64_t, int64_t, const Cell& cell) { filled += cell.isDefault() ? 0 : 1; });
         cells = static_cast<double>(filled);
         bytesPerCell = filled && after > before ? static_cast<double>(after - before) / cells : 0;
         doc = SumoraDocument();

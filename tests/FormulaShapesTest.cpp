@@ -26,8 +26,8 @@ std::string describe(const FormulaTree& tree) {
         switch (n.kind) {
         case NodeKind::cellRef:
         case NodeKind::range:
-            out += std::to_string(n.ref.col) + "," + std::to_string(n.ref.row) + ":" + std::to_string(n.ref.col2) +
-                   "," + std::to_string(n.ref.row2);
+            out += std::to_string(n.ref.col) + "," + std::to_string(n.ref.row) + ":" +
+                   std::to_string(n.ref.col2) + "," + std::to_string(n.ref.row2);
             break;
         case NodeKind::functionCall:
             out += std::string(tree.functionName(n)) + "#" + std::to_string(n.call.argCount) +
@@ -37,7 +37,8 @@ std::string describe(const FormulaTree& tree) {
             out += tree.string(n.stringIndex);
             break;
         case NodeKind::literal:
-            out += n.literal == LiteralKind::text ? std::string(tree.string(n.stringIndex)) : std::to_string(n.number);
+            out += n.literal == LiteralKind::text ? std::string(tree.string(n.stringIndex))
+                                                  : std::to_string(n.number);
             break;
         default:
             break;
@@ -76,14 +77,14 @@ TEST(FormulaShapes, CopiesGiveTheParsersTree) {
         {{"$A$1+A2", "$A$1+A3", "A$1+$A4"}, 1},
         {{"=A1-1", "=A2-1"}, 1},
         {{"IF(A1>0,A1,-A1)%", "IF(A2>0,A2,-A2)%", "IF(A3>0,A2,-A3)%"}, 2},
-        {{"LOG10(A1)", "LOG10(A2)", "LOG11(A2)"}, 1},       // a name before "(" is a call, not a cell
-        {{"A1+TAX", "A2+TAX", "A3+RATE", "A4+RATE"}, 2},     // names are parsed again per shape
-        {{"1E5+A1", "1E6+A1", "2A1+A1", "2A2+A1"}, 0},       // number digits stay in the shape
-        {{"A0+A1", "A0+A2", "AAAA1+A1", "AAAA2+A1"}, 1},     // not references: row 0, four letters
-        {{"A1 A2", "A3 A4"}, 0},                             // leftover tokens: never shared
-        {{"LET(x1,A1,x1*2)", "LET(x1,A2,x1*2)"}, 0},         // a LET variable that reads as a cell
+        {{"LOG10(A1)", "LOG10(A2)", "LOG11(A2)"}, 1},      // a name before "(" is a call, not a cell
+        {{"A1+TAX", "A2+TAX", "A3+RATE", "A4+RATE"}, 1},   // an unknown bare name fails every time
+        {{"1E5+A1", "1E6+A1", "2A1+A1", "2A2+A1"}, 0},     // number digits stay in the shape
+        {{"A0+A1", "A0+A2", "AAAA1+TAX", "AAAA2+TAX"}, 0}, // not references: row 0, four letters
+        {{"A1 A2", "A3 A4"}, 0},                           // leftover tokens: never shared
+        {{"LET(x1,A1,x1*2)", "LET(x2,A2,x2*2)"}, 1},       // a LET variable that reads as a cell
         {{"Sheet2!A1+1", "Sheet2!A2+1", "\"A1\"&A1", "\"A1\"&A2"}, 0},
-        {{"A1+", "A2+", "SUM(A1", "SUM(A2"}, 0},             // failures fail alike
+        {{"A1+", "A2+", "SUM(A1", "SUM(A2"}, 0}, // failures fail alike
         {{"A1 + 2.5 * B1 ^ 2 & \"\"", "A2 + 2.5 * B2 ^ 2 & \"\""}, 0},
         {{"A1 + 2.5 * B1 ^ 2", "A2 + 2.5 * B2 ^ 2", "A3+2.5*B3^2"}, 1},
         {{"A1048576+XFD1", "A1048577+XFD1", "A999999999+XFD1"}, 2},
