@@ -25,7 +25,7 @@ json() { # program [args...]: its results as JSON on stdout
 } | python3 -c '
 import json, sys
 decoder, text, pos = json.JSONDecoder(), sys.stdin.read(), 0
-print("in-process figures (means over each benchmark's iterations)")
+print("in-process figures (means over the iterations of each benchmark)")
 while True:
     while pos < len(text) and text[pos].isspace():
         pos += 1
