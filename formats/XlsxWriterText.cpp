@@ -193,8 +193,16 @@ bool isExactNumberText(std::string_view text) {
     auto value = parseStrictNumber(text);
     if (!value) return false;
     char buffer[40];
-    auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, std::fabs(*value),
-                                   std::chars_format::scientific, static_cast<int>(count) - 1);
+    // The shortest text that reads back as the value never has more digits
+    // than this one; with as many, it is the value rounded to that many
+    // digits, which is what the slower fixed-precision form below prints.
+    auto [end, ec] =
+        std::to_chars(buffer, buffer + sizeof buffer, std::fabs(*value), std::chars_format::scientific);
+    size_t shortest = static_cast<size_t>(std::count_if(buffer, std::find(buffer, end, 'e'), isDigit));
+    if (shortest != count)
+        end = std::to_chars(buffer, buffer + sizeof buffer, std::fabs(*value), std::chars_format::scientific,
+                            static_cast<int>(count) - 1)
+                  .ptr;
     size_t shown = 0;
     for (const char* p = buffer; p < end && *p != 'e'; ++p) {
         if (!isDigit(*p)) continue;

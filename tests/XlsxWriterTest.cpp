@@ -642,6 +642,30 @@ TEST(XlsxWriterText, StringsEscapeWhatXmlCannotCarry) {
     }
 }
 
+// Expected: the double nearest the text, printed with as many significant
+// digits as the text has, gives the text's digits back (checked with
+// Python's float and "%.*e").
+TEST(XlsxWriterText, ExactNumberTextsSurviveADouble) {
+    const std::pair<std::string_view, bool> cases[] = {
+        {"0.1", true},
+        {"0.10000000000000001", true},
+        {"0.1000000000000001", true},
+        {"9007199254740992", true},
+        {"9007199254740993", false},
+        {"0.30000000000000004", true},
+        {"432.7670679050534", true},
+        {"432.76706790505335", true},
+        {"1.7976931348623157e308", true},
+        {"4.9e-324", true},
+        {"1234567890123456789", false},
+        {"1.50", false},
+        {"00123", false},
+        {"-0", true},
+    };
+    for (const auto& [text, exact] : cases)
+        EXPECT_EQ(xlsx::isExactNumberText(text), exact) << text;
+}
+
 TEST(XlsxWriterText, SheetNamesAreQuotedWhenAFormulaNeedsIt) {
     const std::pair<std::string_view, std::string_view> cases[] = {
         {"Data", "Data"},    {"Sheet1", "Sheet1"},     {"My Data", "'My Data'"},
