@@ -15,8 +15,8 @@
 #include "document/SumoraDocument.h"
 #include "engine/FormulaParser.h"
 #include "engine/FormulaTokenizer.h"
-#include "values/Log.h"
 #include "functions/BuiltinFunctions.h"
+#include "values/Log.h"
 
 namespace {
 

@@ -7,9 +7,9 @@
 #include "document/SumoraDocument.h"
 #include "engine/FormulaEvaluator.h"
 #include "engine/FormulaParser.h"
-#include "values/Log.h"
 #include "engine/WorkbookResolver.h"
 #include "functions/BuiltinFunctions.h"
+#include "values/Log.h"
 
 namespace {
 

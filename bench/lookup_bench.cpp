@@ -13,8 +13,8 @@
 #include "engine/FormulaEvaluator.h"
 #include "engine/FormulaParser.h"
 #include "engine/WorkbookResolver.h"
-#include "functions/LookupCache.h"
 #include "functions/BuiltinFunctions.h"
+#include "functions/LookupCache.h"
 
 namespace {
 

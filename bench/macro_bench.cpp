@@ -14,8 +14,8 @@
 #include <string>
 
 #include "editing/SumoraEditorView.h"
-#include "values/Log.h"
 #include "macros/MacroRunner.h"
+#include "values/Log.h"
 
 namespace {
 

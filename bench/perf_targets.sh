@@ -13,6 +13,7 @@
 # `gzip -1` of W1's CSV (about 20 MB), a fixed amount of single-core work.
 # With a second build directory the same figures are measured for it too,
 # alternating run by run, so before and after come from the same conditions.
+# The in-process targets follow (bench/engine_targets.sh, for build-dir only).
 # Usage: bench/perf_targets.sh [build-dir] [runs] [other-build-dir]
 # The workbooks are generated once into <build-dir>/bench-data.
 set -euo pipefail
@@ -104,3 +105,4 @@ report() {
 }
 report new
 [ -z "$other" ] || report old
+bash bench/engine_targets.sh "$build"

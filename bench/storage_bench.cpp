@@ -1,26 +1,22 @@
-// What a loaded sheet costs: heap bytes per stored cell, and the in-process
-// time of opening, for W1 (200,000 rows × 10 constants) read from XLSX and
-// from CSV. Target: at most 52 bytes per stored cell.
+// What a loaded sheet costs: heap bytes per stored cell (target: at most 52)
+// and the in-process time of opening, for W1 (200,000 rows × 10 constants)
+// read from XLSX and from CSV.
 //
-// Heap in use is read from the allocator before and after the open, once the
-// file's bytes are released, so it counts the document alone: cells, texts,
-// rows and the sheet's own structures. The open time is printed against a
-// reference timed in the same run (copying the file's bytes ten times),
-// because the machine is shared and absolute times drift.
+// Heap in use is read from the allocator (mallinfo2) before and after the
+// open, once the file's bytes are released, so the counter bytes_per_cell
+// counts the document alone: cells, texts, rows and the sheet's own
+// structures, divided by the cells that hold something.
 //
-// Usage: storage_bench [bench-data-dir]   (default build/bench-data; the
-// files are made by bench/perf_targets.sh)
+// Usage: storage_bench [benchmark flags] [bench-data-dir]   (default
+// build/bench-data; the files are made by bench/perf_targets.sh)
+#include <benchmark/benchmark.h>
 #include <malloc.h>
 
-#include <algorithm>
-#include <chrono>
-#include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <string>
-#include <vector>
 
 #include "formats/DocumentIO.h"
 #include "values/Log.h"
@@ -28,7 +24,6 @@
 namespace {
 
 using namespace sumora;
-using Clock = std::chrono::steady_clock;
 
 size_t heapInUse() {
     struct mallinfo2 info = mallinfo2();
@@ -42,60 +37,50 @@ std::string readFile(const std::filesystem::path& path) {
     return content.str();
 }
 
-double referenceMs(const std::string& bytes) {
-    std::string copy(bytes.size(), '\0');
-    auto start = Clock::now();
-    for (int i = 0; i < 10; ++i) {
-        std::memcpy(copy.data(), bytes.data(), bytes.size());
-        copy[static_cast<size_t>(i)] ^= 1; // keeps the copies from being folded away
-    }
-    double ms = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-    volatile char sink = copy[copy.size() / 2];
-    (void)sink;
-    return ms;
-}
-
-void measure(const char* label, const std::filesystem::path& path) {
+void openAndCount(benchmark::State& state, const std::filesystem::path& path) {
     if (!std::filesystem::exists(path)) {
-        std::printf("%-6s %s is missing (run bench/perf_targets.sh first)\n", label, path.c_str());
+        state.SkipWithError((path.string() + " is missing (run bench/perf_targets.sh first)").c_str());
         return;
     }
-    std::vector<double> openMs, refMs;
-    size_t bytesPerCell = 0, cells = 0, stored = 0;
-    for (int run = 0; run < 5; ++run) {
+    double bytesPerCell = 0, cells = 0;
+    for (auto _ : state) {
+        state.PauseTiming();
         std::optional<std::string> bytes = readFile(path);
-        refMs.push_back(referenceMs(*bytes));
         malloc_trim(0);
-        size_t before = heapInUse();
-        auto start = Clock::now();
+        const size_t before = heapInUse();
+        state.ResumeTiming();
         SumoraDocument doc = openDocument(bytes, path.filename().string(), contentTypeForPath(path));
-        openMs.push_back(std::chrono::duration<double, std::milli>(Clock::now() - start).count());
+        state.PauseTiming();
         bytes.reset();
         malloc_trim(0);
-        size_t after = heapInUse();
-        size_t used = after > before ? after - before : 0;
-        cells = stored = 0;
+        const size_t after = heapInUse();
+        size_t filled = 0;
         for (const Sheet& sheet : doc.sheets)
-            sheet.forEachStoredCell([&](int64_t, int64_t, const Cell& cell) {
-                ++stored;
-                if (!cell.isDefault()) ++cells;
-            });
-        bytesPerCell = cells ? used / cells : 0;
+            sheet.forEachStoredCell(
+                [&](int64_t, int64_t, const Cell& cell) { filled += cell.isDefault() ? 0 : 1; });
+        cells = static_cast<double>(filled);
+        bytesPerCell = filled && after > before ? static_cast<double>(after - before) / cells : 0;
+        doc = SumoraDocument();
+        state.ResumeTiming();
     }
-    std::sort(openMs.begin(), openMs.end());
-    std::sort(refMs.begin(), refMs.end());
-    double open = openMs[openMs.size() / 2], ref = refMs[refMs.size() / 2];
-    std::printf("%-6s %zu cells (%zu stored): %zu heap bytes per cell (target <= 52); open %.0f ms = %.1f × "
-                "reference (%.1f ms)\n",
-                label, cells, stored, bytesPerCell, open, open / ref, ref);
+    state.counters["bytes_per_cell"] = bytesPerCell;
+    state.counters["cells"] = cells;
+    state.SetLabel("target <= 52 bytes per cell");
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
     Log::setEnabled(false);
-    std::filesystem::path data = argc > 1 ? argv[1] : "build/bench-data";
-    measure("XLSX", data / "w1.xlsx");
-    measure("CSV", data / "w1-source.csv");
+    benchmark::Initialize(&argc, argv);
+    const std::filesystem::path data = argc > 1 ? argv[1] : "build/bench-data";
+    benchmark::RegisterBenchmark("BM_StoredCells/W1.xlsx", openAndCount, data / "w1.xlsx")
+        ->Unit(benchmark::kMillisecond)
+        ->Iterations(3);
+    benchmark::RegisterBenchmark("BM_StoredCells/W1.csv", openAndCount, data / "w1-source.csv")
+        ->Unit(benchmark::kMillisecond)
+        ->Iterations(3);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
     return 0;
 }

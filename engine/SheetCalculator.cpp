@@ -1,6 +1,7 @@
 #include "engine/SheetCalculator.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <new>
 #include <stdexcept>
@@ -9,6 +10,7 @@
 #include "engine/EvaluationCache.h"
 #include "engine/FormulaEvaluator.h"
 #include "engine/FormulaParser.h"
+#include "engine/FormulaShapes.h"
 #include "engine/RecalcProfiler.h"
 #include "values/Log.h"
 
@@ -33,6 +35,15 @@ bool promote(Cell& cell) {
     cell.setFormula(value.substr(1));
     cell.setValue("");
     return true;
+}
+
+// Whether a number's text form (appendNumberDescription) reads back as
+// exactly that number: all but the whole numbers that "%g" rounds to six
+// significant digits.
+bool textReadsBackExactly(double x) {
+    if (!std::isfinite(x)) return false;
+    const double magnitude = std::fabs(x);
+    return std::rint(x) != x || magnitude < 1e6 || magnitude >= 1e15;
 }
 
 const std::string& circularText() {
@@ -62,10 +73,11 @@ SheetCalculator::~SheetCalculator() = default;
 
 // ---- Building the graph ----
 
-bool SheetCalculator::registerFormula(int32_t col, int32_t row, std::string_view formula) {
+bool SheetCalculator::registerFormula(int32_t col, int32_t row, std::string_view formula,
+                                      FormulaShapes* shapes) {
     FormulaTree tree;
     try {
-        tree = parseFormula(formula, registry_, isWorkbookName_);
+        tree = shapes ? shapes->parse(formula) : parseFormula(formula, registry_, isWorkbookName_);
     } catch (const FormulaParseError&) {
         return false; // keeps its previous computed text, reads nothing
     }
@@ -90,9 +102,13 @@ void SheetCalculator::build() {
     trees_.clear();
     cache_.clear();
     const Sheet& s = sheet();
+    size_t formulas = 0;
+    s.forEachStoredCell([&](int64_t, int64_t, const Cell& cell) { formulas += cell.hasFormula() ? 1 : 0; });
+    trees_.reserve(formulas);
+    FormulaShapes shapes(registry_, isWorkbookName_);
     s.forEachStoredCell([&](int64_t row, int64_t col, const Cell& cell) {
         if (cell.hasFormula() && representable(col, row))
-            registerFormula(static_cast<int32_t>(col), static_cast<int32_t>(row), *cell.formula());
+            registerFormula(static_cast<int32_t>(col), static_cast<int32_t>(row), *cell.formula(), &shapes);
     });
     built_ = true;
 }
@@ -210,6 +226,9 @@ void SheetCalculator::evaluate(FormulaEvaluator& evaluator, FormulaId id) {
     text_.clear();
     v.appendDescription(text_);
     writeComputed(p.col, p.row, text_);
+    // Readers of this cell would otherwise decode the text just written.
+    if (v.isNumber() && textReadsBackExactly(v.numberValue()))
+        cache_.rememberNumber(p.col, p.row, v.numberValue());
 }
 
 void SheetCalculator::markCircular(FormulaId id) {

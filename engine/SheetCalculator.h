@@ -29,6 +29,7 @@
 namespace sumora {
 
 class FormulaEvaluator;
+class FormulaShapes;
 class FunctionRegistry;
 class RecalcProfiler;
 
@@ -96,8 +97,9 @@ class SheetCalculator : public CellResolver {
 
     // Parses every formula cell into the graph (no evaluation).
     void build();
-    // Parses the cell's formula and registers it; false when it fails to parse.
-    bool registerFormula(int32_t col, int32_t row, std::string_view formula);
+    // Parses the cell's formula (through `shapes` when given) and registers
+    // it; false when it fails to parse.
+    bool registerFormula(int32_t col, int32_t row, std::string_view formula, FormulaShapes* shapes = nullptr);
     void unregisterFormula(int32_t col, int32_t row);
     void ensureBuilt();
 

@@ -20,12 +20,14 @@ std::vector<std::vector<size_t>> sheetsReadBy(const SumoraDocument& document) {
                 namedSheets.emplace(toUpperText(range.name), *index);
 
     std::vector<std::vector<size_t>> reads(count);
+    // Sheet t was noted for sheet s when seenBy[t] == s + 1: one array for
+    // all sheets, so a workbook of many sheets costs time linear in them.
+    std::vector<size_t> seenBy(count, 0);
     for (size_t s = 0; s < count; ++s) {
-        std::vector<bool> seen(count, false);
-        seen[s] = true;
+        seenBy[s] = s + 1;
         auto note = [&](std::optional<size_t> index) {
-            if (index && !seen[*index]) {
-                seen[*index] = true;
+            if (index && seenBy[*index] != s + 1) {
+                seenBy[*index] = s + 1;
                 reads[s].push_back(*index);
             }
         };

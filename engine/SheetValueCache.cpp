@@ -99,6 +99,8 @@ void SheetValueCache::appendNumbers(const Sheet& sheet, const RangeSpec& r, std:
     }
     // One column: walk each chunk's arrays directly.
     const int64_t col = r.col1;
+    if (lastRow >= r.row1)
+        out.reserve(out.size() + static_cast<size_t>(std::min<int64_t>(lastRow - r.row1 + 1, 1 << 20)));
     for (int64_t row = r.row1; row <= lastRow;) {
         Chunk* ch = nullptr; // made at the first stored cell of this stretch
         size_t i = static_cast<size_t>(row) & (kChunkRows - 1);
@@ -125,6 +127,14 @@ void SheetValueCache::appendEntries(const Sheet& sheet, const RangeSpec& r, std:
                     {(row - r.row1) * cols + (col - r.col1), materialise(sheet, col, row, tag, number)});
         }
     }
+}
+
+void SheetValueCache::rememberNumber(int64_t col, int64_t row, double number) {
+    if (col < 0 || row < 0) return;
+    Chunk& ch = chunk(col, row);
+    size_t i = static_cast<size_t>(row) & (kChunkRows - 1);
+    ch.tags[i] = Tag::number;
+    ch.numbers[i] = number;
 }
 
 void SheetValueCache::forget(int64_t col, int64_t row) {

@@ -26,6 +26,9 @@ class SheetValueCache {
 
     // The cell's texts changed.
     void forget(int64_t col, int64_t row);
+    // The cell's text was just written as the text form of `number`, which
+    // reads back as exactly that number: no need to decode it again.
+    void rememberNumber(int64_t col, int64_t row, double number);
     void clear() { columns_.clear(); }
 
   private:

@@ -1,6 +1,7 @@
 #include "formats/CsvFormat.h"
 
 #include <algorithm>
+#include <array>
 #include <functional>
 
 #include "formats/FileErrors.h"
@@ -42,6 +43,53 @@ size_t newlineLength(std::string_view s, size_t i) {
     return 0;
 }
 
+// What a byte means to the splitter; most bytes mean nothing and are skipped
+// by one table lookup each.
+enum ByteClass : uint8_t { kOrdinary, kComma, kQuote, kMaybeLineEnd };
+
+constexpr std::array<uint8_t, 256> kByteClasses = [] {
+    std::array<uint8_t, 256> classes{};
+    classes[','] = kComma;
+    classes['"'] = kQuote;
+    for (int c = 0x0A; c <= 0x0D; ++c)
+        classes[static_cast<size_t>(c)] = kMaybeLineEnd;
+    classes[0xC2] = kMaybeLineEnd; // NEL
+    classes[0xE2] = kMaybeLineEnd; // LS, PS
+    return classes;
+}();
+
+// Turns split lines into the sheet's rows; blank lines are never handed in.
+class RowStore {
+  public:
+    explicit RowStore(Sheet& sheet) : sheet_(sheet) {}
+
+    template <class Fields> void add(const Fields& fields) {
+        size_t width = fields.size();
+        while (width > 0 && fields[width - 1].empty())
+            --width;
+        sheet_.growTo(row_ + 1, static_cast<int64_t>(fields.size()));
+        // Empty fields stay default cells that are never stored.
+        sheet_.reserveRow(row_, static_cast<int64_t>(width));
+        for (size_t col = 0; col < width; ++col) {
+            std::string_view field = fields[col];
+            if (field.empty()) continue;
+            Cell& cell = sheet_.cellForWriting(row_, static_cast<int64_t>(col));
+            cell.setValue(field);
+            cell.setComputedValue(field); // the same text: kept once
+        }
+        widest_ = std::max(widest_, fields.size());
+        ++row_;
+    }
+
+    int64_t rows() const { return row_; }
+    int64_t widest() const { return static_cast<int64_t>(widest_); }
+
+  private:
+    Sheet& sheet_;
+    int64_t row_ = 0;
+    size_t widest_ = 0;
+};
+
 } // namespace
 
 SumoraDocument readCsvDocument(std::string_view bytes) {
@@ -51,62 +99,71 @@ SumoraDocument readCsvDocument(std::string_view bytes) {
             "The file couldn't be opened because the text encoding of its contents can't be determined.");
     SumoraDocument doc = SumoraDocument::empty();
     Sheet sheet("Sheet 1", 0, 0);
-    int64_t row = 0;
-    size_t widest = 0;
-    size_t start = 0;
-    auto store = [&](size_t col, std::string_view field) {
-        if (field.empty()) return;
-        Cell& cell = sheet.cellForWriting(row, static_cast<int64_t>(col));
-        cell.setValue(field);
-        cell.setComputedValue(field); // the same text: kept once
-    };
-    auto takeLine = [&](size_t end) {
-        if (end <= start) return;
-        std::string_view line = bytes.substr(start, end - start);
-        size_t fields = 0;
-        if (line.find('"') == std::string_view::npos) {
-            // The common line without quotes: its fields are read in place.
-            fields = 1 + static_cast<size_t>(std::count(line.begin(), line.end(), ','));
-            sheet.growTo(row + 1, static_cast<int64_t>(fields));
-            sheet.reserveRow(row, static_cast<int64_t>(fields));
-            size_t from = 0;
-            for (size_t col = 0;; ++col) {
-                size_t comma = line.find(',', from);
-                store(col, line.substr(from, comma == std::string_view::npos ? comma : comma - from));
-                if (comma == std::string_view::npos) break;
-                from = comma + 1;
-            }
+    RowStore rows(sheet);
+    // One pass over the bytes: commas split the fields of the current line in
+    // place; a line holding a quote is split again by parseCSVLine, whose
+    // quote rules the common line does not need.
+    std::vector<std::string_view> fields;
+    size_t lineStart = 0, fieldStart = 0;
+    bool quoted = false;
+    auto endLine = [&](size_t end) {
+        if (end == lineStart) return; // blank lines vanish
+        if (quoted) {
+            rows.add(parseCSVLine(bytes.substr(lineStart, end - lineStart)));
         } else {
-            auto parsed = parseCSVLine(line);
-            fields = parsed.size();
-            sheet.growTo(row + 1, static_cast<int64_t>(fields));
-            sheet.reserveRow(row, static_cast<int64_t>(fields));
-            for (size_t col = 0; col < parsed.size(); ++col)
-                store(col, parsed[col]);
+            fields.push_back(bytes.substr(fieldStart, end - fieldStart));
+            rows.add(fields);
         }
-        widest = std::max(widest, fields);
-        ++row;
+        fields.clear();
+        quoted = false;
     };
-    for (size_t i = 0; i < bytes.size();) {
-        size_t nl = newlineLength(bytes, i);
-        if (nl) {
-            takeLine(i);
-            i += nl;
-            start = i;
-        } else {
+    const auto* data = reinterpret_cast<const unsigned char*>(bytes.data());
+    const size_t size = bytes.size();
+    for (size_t i = 0; i < size;) {
+        while (i < size && kByteClasses[data[i]] == kOrdinary)
             ++i;
+        if (i == size) break;
+        switch (kByteClasses[data[i]]) {
+        case kComma:
+            if (!quoted) fields.push_back(bytes.substr(fieldStart, i - fieldStart));
+            fieldStart = ++i;
+            break;
+        case kQuote:
+            quoted = true;
+            ++i;
+            break;
+        default:
+            if (size_t length = newlineLength(bytes, i)) {
+                endLine(i);
+                i += length;
+                lineStart = fieldStart = i;
+            } else {
+                ++i;
+            }
         }
     }
-    takeLine(bytes.size());
-    sheet.setGridSize(std::max<int64_t>(row, SumoraDocument::kNewSheetRows),
-                      std::max<int64_t>(static_cast<int64_t>(widest), SumoraDocument::kNewSheetColumns));
+    endLine(size);
+    sheet.setGridSize(std::max<int64_t>(rows.rows(), SumoraDocument::kNewSheetRows),
+                      std::max<int64_t>(rows.widest(), SumoraDocument::kNewSheetColumns));
     sheet.compact();
     doc.sheets.push_back(std::move(sheet));
     return doc;
 }
 
+namespace {
+
+// Bytes that make a field need quotes when written.
+constexpr std::array<bool, 256> kQuotedBytes = [] {
+    std::array<bool, 256> quoted{};
+    quoted[','] = quoted['"'] = quoted['\n'] = true;
+    return quoted;
+}();
+
+} // namespace
+
 void appendCsvField(std::string& out, std::string_view text) {
-    if (text.find_first_of(",\"\n") == std::string_view::npos) {
+    if (std::none_of(text.begin(), text.end(),
+                     [](char c) { return kQuotedBytes[static_cast<unsigned char>(c)]; })) {
         out.append(text);
         return;
     }

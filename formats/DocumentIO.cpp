@@ -165,9 +165,20 @@ SumoraDocument openDocumentFile(const std::filesystem::path& path, OpenMode mode
     std::ifstream in;
     if (!std::filesystem::is_directory(path, ec)) in.open(path, std::ios::binary);
     if (in.is_open()) {
-        std::ostringstream buffer;
-        buffer << in.rdbuf();
-        if (!in.bad()) contents = buffer.str();
+        // Read straight into the string where the size is known up front; a
+        // file that changes size meanwhile is read to its end regardless.
+        std::string bytes;
+        if (auto size = std::filesystem::file_size(path, ec); !ec && size > 0) {
+            bytes.resize(size);
+            in.read(bytes.data(), static_cast<std::streamsize>(size));
+            bytes.resize(static_cast<size_t>(in.gcount()));
+        }
+        if (!in.bad() && !in.eof()) {
+            std::ostringstream rest;
+            rest << in.rdbuf();
+            bytes += rest.str();
+        }
+        if (!in.bad()) contents = std::move(bytes);
     }
     if (!contents && !std::filesystem::exists(path, ec))
         throw FileReadError(FileReadError::Code::noSuchFile,

@@ -1,11 +1,14 @@
 // The package: "mimetype" first and stored (so that a file type sniffer
 // finds it at a fixed offset), the manifest, metadata, a fixed style sheet,
 // and the content. The content of a big workbook is built in one reserved
-// string and deflated at a fast level.
+// string, its rows in blocks written on two threads, and deflated at a fast
+// level.
 #include "formats/OdsWriter.h"
 
+#include <atomic>
 #include <charconv>
 #include <cmath>
+#include <exception>
 #include <system_error>
 #include <thread>
 #include <unordered_map>
@@ -327,16 +330,26 @@ void appendEmptyRows(std::string& out, int64_t count) {
     out += "\"><table:table-cell/></table:table-row>";
 }
 
-// What a range of rows left open at its end.
-struct RowsWritten {
-    bool any = false;
-    int64_t trailingEmptyRows = 0; // written only if rows with content follow
+// What a block of rows wrote and the runs of empty rows at its two ends,
+// which are left to the caller so that a run crossing blocks stays one
+// element.
+struct RowBlock {
+    std::string text;
+    bool any = false;              // a row with something to write
+    int64_t leadingEmptyRows = 0;  // all of the block's rows when !any
+    int64_t trailingEmptyRows = 0; // after the last row written
+    std::exception_ptr error;      // what stopped the writing of the block
 };
 
-RowsWritten appendRows(std::string& out, const Sheet& sheet, int64_t firstRow, int64_t endRow,
-                       const StyleTable& table) {
+void appendRows(RowBlock& block, const Sheet& sheet, int64_t firstRow, int64_t endRow,
+                const StyleTable& table) {
     StyleLookup styleOf(table);
-    RowsWritten written;
+    std::string& out = block.text;
+    // Reserved as contentXML estimates, so that the text is not copied as it grows.
+    size_t estimate = 0;
+    for (int64_t r = firstRow; r < endRow; ++r)
+        estimate += 64 + static_cast<size_t>(sheet.storedColumnCount(r)) * 112;
+    out.reserve(estimate);
     int64_t emptyRows = 0;
     for (int64_t r = firstRow; r < endRow; ++r) {
         bool any = false;
@@ -349,28 +362,124 @@ RowsWritten appendRows(std::string& out, const Sheet& sheet, int64_t firstRow, i
                 continue;
             }
             if (!any) {
-                appendEmptyRows(out, emptyRows);
+                if (block.any)
+                    appendEmptyRows(out, emptyRows);
+                else
+                    block.leadingEmptyRows = emptyRows;
                 emptyRows = 0;
                 out += "<table:table-row>";
                 any = true;
+                block.any = true;
             }
             appendEmptyCells(out, emptyCells);
             emptyCells = 0;
             appendCell(out, sheet, r, c, cell, style);
         }
-        if (any) {
+        if (any)
             out += "</table:table-row>";
-            written.any = true;
-        } else {
+        else
             ++emptyRows;
-        }
     }
-    written.trailingEmptyRows = emptyRows;
-    return written;
+    if (block.any)
+        block.trailingEmptyRows = emptyRows;
+    else
+        block.leadingEmptyRows = emptyRows;
 }
 
-// Rows past which a table's rows are written in two halves at once.
-constexpr int64_t kParallelRows = 20000;
+// Rows per block. A big table's blocks are written on two threads and
+// joined in order as they are done, so the text is held about once.
+constexpr int64_t kBlockRows = 4096;
+// Blocks a helper may run ahead of the joining.
+constexpr size_t kBlocksAhead = 8;
+
+// Appends the rows of a table, written in blocks, in order.
+class RowWriter {
+  public:
+    RowWriter(std::string& out, const Sheet& sheet, const StyleTable& styles)
+        : out_(out), sheet_(sheet), styles_(styles), rows_(sheet.storedRowCount()),
+          blocks_(static_cast<size_t>((rows_ + kBlockRows - 1) / kBlockRows)), ready_(blocks_.size()) {}
+
+    void write() {
+        std::thread helper;
+        if (blocks_.size() > 2 && std::thread::hardware_concurrency() >= 2) {
+            try {
+                helper = std::thread([this] { help(); });
+            } catch (const std::system_error&) {
+                // no thread to spare: this one writes every block
+            }
+        }
+        try {
+            join();
+        } catch (...) {
+            stop_ = true;
+            joined_ = blocks_.size() + kBlocksAhead; // wakes a helper waiting to run ahead
+            joined_.notify_all();
+            if (helper.joinable()) helper.join();
+            throw;
+        }
+        if (helper.joinable()) helper.join();
+        if (!any_) appendEmptyRows(out_, 1);
+    }
+
+  private:
+    // Writes block b unless another thread took it; false when none is left.
+    bool writeNext() {
+        size_t b = next_++;
+        if (b >= blocks_.size()) return false;
+        int64_t first = static_cast<int64_t>(b) * kBlockRows;
+        try {
+            appendRows(blocks_[b], sheet_, first, std::min(rows_, first + kBlockRows), styles_);
+        } catch (...) {
+            blocks_[b].error = std::current_exception();
+        }
+        ready_[b] = true;
+        ready_[b].notify_all();
+        return true;
+    }
+
+    void help() {
+        while (!stop_) {
+            size_t joined = joined_.load();
+            if (next_.load() >= joined + kBlocksAhead) {
+                joined_.wait(joined);
+                continue;
+            }
+            if (!writeNext()) return;
+        }
+    }
+
+    void join() {
+        int64_t pendingEmptyRows = 0;
+        for (size_t b = 0; b < blocks_.size(); ++b) {
+            while (!ready_[b]) {
+                if (!writeNext()) ready_[b].wait(false);
+            }
+            RowBlock& block = blocks_[b];
+            if (block.error) std::rethrow_exception(block.error);
+            pendingEmptyRows += block.leadingEmptyRows;
+            if (block.any) {
+                appendEmptyRows(out_, pendingEmptyRows);
+                out_ += block.text;
+                pendingEmptyRows = block.trailingEmptyRows;
+                any_ = true;
+            }
+            std::string().swap(block.text);
+            joined_ = b + 1;
+            joined_.notify_all();
+        }
+    }
+
+    std::string& out_;
+    const Sheet& sheet_;
+    const StyleTable& styles_;
+    const int64_t rows_;
+    std::vector<RowBlock> blocks_;
+    std::vector<std::atomic<bool>> ready_;
+    std::atomic<size_t> next_{0};
+    std::atomic<size_t> joined_{0};
+    std::atomic<bool> stop_{false};
+    bool any_ = false;
+};
 
 void appendTable(std::string& out, const Sheet& sheet, const StyleTable& styles) {
     out += "<table:table table:name=\"";
@@ -392,29 +501,7 @@ void appendTable(std::string& out, const Sheet& sheet, const StyleTable& styles)
         }
     }
 
-    int64_t rows = sheet.storedRowCount();
-    RowsWritten first, second;
-    std::string secondText;
-    std::thread helper;
-    int64_t middle = rows;
-    if (rows >= kParallelRows && std::thread::hardware_concurrency() >= 2) {
-        middle = rows / 2;
-        secondText.reserve(out.capacity() > out.size() ? (out.capacity() - out.size()) / 2 : 0);
-        try {
-            helper = std::thread([&] { second = appendRows(secondText, sheet, middle, rows, styles); });
-        } catch (const std::system_error&) {
-            middle = rows; // no thread to spare: one writer does it all
-        }
-    }
-    first = appendRows(out, sheet, 0, middle, styles);
-    if (helper.joinable()) {
-        helper.join();
-        if (second.any) {
-            appendEmptyRows(out, first.trailingEmptyRows);
-            out += secondText;
-        }
-    }
-    if (!first.any && !second.any) appendEmptyRows(out, 1);
+    RowWriter(out, sheet, styles).write();
     out += "</table:table>";
 }
 

@@ -34,16 +34,28 @@ FormatKinds kindsOf(const CellFormat& f) {
 
 void count(const Sheet& sheet, Holdings& h) {
     std::unordered_map<const CellFormat*, FormatKinds> kinds;
-    sheet.forEachStoredCell([&](int64_t, int64_t, const Cell& cell) {
-        h.formulas += cell.hasFormula();
-        const CellFormat* handle = cell.formatHandle();
-        if (!handle) return;
-        auto it = kinds.find(handle);
-        if (it == kinds.end()) it = kinds.emplace(handle, kindsOf(*handle)).first;
-        h.numberFormats += it->second.numberFormat;
-        h.borders += it->second.border;
-        h.fontsAndFills += it->second.fontOrFill;
-    });
+    const CellFormat* lastHandle = nullptr;
+    FormatKinds last;
+    // Row by row rather than through a callback: this runs before every
+    // save, over every stored cell.
+    for (int64_t r = 0; r < sheet.storedRowCount(); ++r) {
+        const int64_t width = sheet.storedColumnCount(r);
+        for (int64_t c = 0; c < width; ++c) {
+            const Cell& cell = sheet.cell(r, c);
+            h.formulas += cell.hasFormula();
+            const CellFormat* handle = cell.formatHandle();
+            if (!handle) continue;
+            if (handle != lastHandle) { // neighbours mostly share a format
+                auto it = kinds.find(handle);
+                if (it == kinds.end()) it = kinds.emplace(handle, kindsOf(*handle)).first;
+                lastHandle = handle;
+                last = it->second;
+            }
+            h.numberFormats += last.numberFormat;
+            h.borders += last.border;
+            h.fontsAndFills += last.fontOrFill;
+        }
+    }
     h.comments += static_cast<int64_t>(sheet.cellComments.size());
     h.merges += static_cast<int64_t>(sheet.mergedRegions.size());
     h.charts += static_cast<int64_t>(sheet.charts.size());

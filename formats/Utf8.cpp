@@ -1,5 +1,8 @@
 #include "formats/Utf8.h"
 
+#include <cstdint>
+#include <cstring>
+
 namespace sumora {
 
 std::size_t utf8SequenceLength(std::string_view s, std::size_t i) {
@@ -29,7 +32,20 @@ std::size_t utf8SequenceLength(std::string_view s, std::size_t i) {
 }
 
 bool isValidUtf8(std::string_view bytes) {
-    for (std::size_t i = 0; i < bytes.size();) {
+    const std::size_t size = bytes.size();
+    for (std::size_t i = 0; i < size;) {
+        // Runs of ASCII, the bulk of most texts, eight bytes at a time.
+        std::uint64_t word;
+        while (i + sizeof word <= size) {
+            std::memcpy(&word, bytes.data() + i, sizeof word);
+            if (word & 0x8080808080808080ULL) break;
+            i += sizeof word;
+        }
+        if (i == size) break;
+        if (static_cast<unsigned char>(bytes[i]) < 0x80) {
+            ++i;
+            continue;
+        }
         std::size_t length = utf8SequenceLength(bytes, i);
         if (length == 0) return false;
         i += length;

@@ -40,8 +40,7 @@ uint32_t hashText(std::string_view text) {
 
 SharedStringTable::SharedStringTable() : slots_(1024) {}
 
-uint32_t SharedStringTable::index(std::string_view text) {
-    ++count_;
+uint32_t SharedStringTable::intern(std::string_view text) {
     uint32_t hash = hashText(text);
     size_t mask = slots_.size() - 1;
     for (size_t i = hash & mask;; i = (i + 1) & mask) {

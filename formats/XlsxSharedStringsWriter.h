@@ -16,7 +16,15 @@ class SharedStringTable {
 
     // The index of `text`, counting one more reference. The table keeps a view
     // only: the text must outlive the table (cells of the sheets being written).
-    uint32_t index(std::string_view text);
+    uint32_t index(std::string_view text) {
+        ++count_;
+        return intern(text);
+    }
+    // The index of `text` without counting a reference.
+    uint32_t intern(std::string_view text);
+    // References counted elsewhere (a part written with a table of its own).
+    void addReferences(uint64_t n) { count_ += n; }
+    std::string_view text(uint32_t index) const { return texts_[index]; }
 
     uint64_t count() const { return count_; }
     size_t uniqueCount() const { return texts_.size(); }

@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <exception>
 #include <map>
 #include <optional>
 #include <set>
+#include <thread>
 #include <vector>
 
 #include "document/ColumnLetters.h"
@@ -62,6 +64,18 @@ bool isBlank(const Cell& cell) {
     return !cell.formatHandle() && cell.isLocked() && !cell.hasFormula() && cell.displayValue().empty();
 }
 
+// Stored rows past which a sheet's rows are written in two halves at once.
+constexpr int64_t kParallelRows = 20000;
+
+// The shared-string references of rows written apart from the workbook's
+// table: where each index goes in the text and which of the rows' own
+// strings it names. Merged once the rows before them are written, so that
+// indices still follow first use.
+struct DeferredStrings {
+    SharedStringTable local;
+    std::vector<std::pair<size_t, uint32_t>> refs; // offset in the text, local index
+};
+
 class SheetDataWriter {
   public:
     SheetDataWriter(const Sheet& sheet, SharedStringTable& strings, StylesWriter& styles, std::string& out)
@@ -71,14 +85,10 @@ class SheetDataWriter {
         out_ += "<sheetData>";
         RowProperties properties(sheet_);
         int64_t rows = std::min(sheet_.storedRowCount(), kMaxRows);
-        int64_t row = 0, nextProperty = properties.next(0);
-        while (true) {
-            if (nextProperty < row) nextProperty = properties.next(row);
-            int64_t next = std::min(row < rows ? row : kMaxRows, nextProperty);
-            if (next >= kMaxRows) break;
-            writeRow(next, properties.at(next));
-            row = next + 1;
-        }
+        if (rows >= kParallelRows && std::thread::hardware_concurrency() >= 2)
+            writeInHalves(properties, rows);
+        else
+            writeRows(properties, 0, kMaxRows);
         out_ += "</sheetData>";
         for (int64_t r = rows; r < sheet_.storedRowCount(); ++r)
             for (int64_t col = 0; col < sheet_.storedColumnCount(r); ++col)
@@ -90,6 +100,91 @@ class SheetDataWriter {
 
   private:
     // What a <row> element says besides its cells.
+    struct RowAttributes;
+    class RowProperties;
+
+    // The rows in [from, to) that have cells or attributes.
+    void writeRows(const RowProperties& properties, int64_t from, int64_t to) {
+        int64_t rows = std::min(sheet_.storedRowCount(), kMaxRows);
+        int64_t row = from, nextProperty = properties.next(from);
+        while (true) {
+            if (nextProperty < row) nextProperty = properties.next(row);
+            int64_t next = std::min(row < rows ? row : kMaxRows, nextProperty);
+            if (next >= to) break;
+            writeRow(next, properties.at(next));
+            row = next + 1;
+        }
+    }
+
+    // The second half of the rows is written on a helper thread into a text
+    // of its own. Styles are registered first, in the order the cells come,
+    // so that both halves only look them up; shared strings are numbered
+    // after both halves are done.
+    void writeInHalves(const RowProperties& properties, int64_t rows) {
+        for (int64_t r = 0; r < rows; ++r) {
+            int64_t width = std::min(sheet_.storedColumnCount(r), kMaxColumns);
+            for (int64_t col = 0; col < width; ++col) {
+                const Cell& cell = sheet_.cell(r, col);
+                if (!isBlank(cell)) styles_.styleIndex(cell.formatHandle(), cell.isLocked());
+            }
+        }
+        stylesRegistered_ = true;
+        const int64_t middle = rows / 2;
+        std::string secondText;
+        secondText.reserve(out_.capacity() > out_.size() ? (out_.capacity() - out_.size()) / 2 : 0);
+        DeferredStrings deferred;
+        SheetDataWriter second(sheet_, strings_, styles_, secondText);
+        second.deferred_ = &deferred;
+        second.stylesRegistered_ = true;
+        std::exception_ptr error;
+        std::thread helper;
+        try {
+            helper = std::thread([&] {
+                try {
+                    second.writeRows(properties, middle, kMaxRows);
+                } catch (...) {
+                    error = std::current_exception();
+                }
+            });
+        } catch (const std::system_error&) {
+            writeRows(properties, 0, kMaxRows); // no thread to spare
+            return;
+        }
+        try {
+            writeRows(properties, 0, middle);
+        } catch (...) {
+            helper.join();
+            throw;
+        }
+        helper.join();
+        if (error) std::rethrow_exception(error);
+        skipped_ += second.skipped_;
+
+        std::vector<uint32_t> indices(deferred.local.uniqueCount());
+        for (size_t i = 0; i < indices.size(); ++i)
+            indices[i] = strings_.intern(deferred.local.text(static_cast<uint32_t>(i)));
+        strings_.addReferences(deferred.local.count());
+        size_t from = 0;
+        for (const auto& [at, local] : deferred.refs) {
+            out_.append(secondText, from, at - from);
+            appendInt(out_, indices[local]);
+            from = at;
+        }
+        out_.append(secondText, from);
+    }
+
+    uint32_t styleOf(const Cell& cell) {
+        if (!stylesRegistered_) return styles_.styleIndex(cell.formatHandle(), cell.isLocked());
+        const CellFormat* format = cell.formatHandle();
+        bool locked = cell.isLocked();
+        if (format != lastFormat_ || locked != lastLocked_) {
+            lastFormat_ = format;
+            lastLocked_ = locked;
+            lastStyle_ = styles_.registeredIndex(format, locked);
+        }
+        return lastStyle_;
+    }
+
     struct RowAttributes {
         const double* height = nullptr;
         bool hidden = false, collapsed = false;
@@ -196,7 +291,7 @@ class SheetDataWriter {
         out_ += letters(col);
         out_.append(rowText_, rowTextLength_);
         out_ += '"';
-        if (uint32_t style = styles_.styleIndex(cell.formatHandle(), cell.isLocked())) {
+        if (uint32_t style = styleOf(cell)) {
             out_ += " s=\"";
             appendInt(out_, style);
             out_ += '"';
@@ -227,7 +322,10 @@ class SheetDataWriter {
             out_ += text == "TRUE" ? " t=\"b\"><v>1</v></c>" : " t=\"b\"><v>0</v></c>";
         } else {
             out_ += " t=\"s\"><v>";
-            appendInt(out_, strings_.index(text));
+            if (deferred_)
+                deferred_->refs.emplace_back(out_.size(), deferred_->local.index(text));
+            else
+                appendInt(out_, strings_.index(text));
             out_ += "</v></c>";
         }
     }
@@ -293,6 +391,11 @@ class SheetDataWriter {
     SharedStringTable& strings_;
     StylesWriter& styles_;
     std::string& out_;
+    DeferredStrings* deferred_ = nullptr; // for rows written apart
+    bool stylesRegistered_ = false;
+    const CellFormat* lastFormat_ = nullptr;
+    bool lastLocked_ = true;
+    uint32_t lastStyle_ = 0;
     std::vector<std::string> columnLetters_;
     char rowText_[24] = {};
     size_t rowTextLength_ = 0;

@@ -1,7 +1,8 @@
 #pragma once
 // One worksheet part ("xl/worksheets/sheetN.xml"). Built into one string
 // reserved up front, with numbers and references formatted by hand: a big
-// sheet's part is tens of megabytes and this is the hot path of saving.
+// sheet's part is tens of megabytes and this is the hot path of saving. The
+// rows of a long sheet are written in two halves on two threads.
 #include <optional>
 #include <string>
 #include <vector>

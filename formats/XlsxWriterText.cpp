@@ -168,23 +168,48 @@ bool isExactNumberText(std::string_view text) {
             ++i;
         if (i == fractionStart || text[i - 1] == '0') return false;
     }
-    // The significant digits must be those of the double the text denotes.
-    std::string digits;
-    for (char c : text.substr(0, i))
-        if (isDigit(c)) digits += c;
-    digits.erase(0, std::min(digits.find_first_not_of('0'), digits.size()));
-    digits.erase(digits.find_last_not_of('0') + 1);
-    if (digits.empty()) return true;
-    if (digits.size() > 17) return false;
+    const size_t mantissaEnd = i;
+    // The significant digits, from the first non-zero digit to the last one.
+    char digits[17];
+    size_t count = 0, pendingZeros = 0;
+    for (size_t k = 0; k < mantissaEnd; ++k) {
+        char c = text[k];
+        if (!isDigit(c)) continue;
+        if (c == '0') {
+            pendingZeros += count > 0;
+            continue;
+        }
+        if (count + pendingZeros + 1 > sizeof digits) return false;
+        for (; pendingZeros > 0; --pendingZeros)
+            digits[count++] = '0';
+        digits[count++] = c;
+    }
+    if (count == 0) return true;
+    // Up to 15 significant digits survive the trip through a double whenever
+    // it is a normal one, which every text without an exponent that passed
+    // the checks above denotes.
+    const bool exponent = mantissaEnd < text.size();
+    if (count <= 15 && !exponent) return true;
     auto value = parseStrictNumber(text);
     if (!value) return false;
     char buffer[40];
-    auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, std::fabs(*value),
-                                   std::chars_format::scientific, static_cast<int>(digits.size()) - 1);
-    std::string shown;
-    for (const char* p = buffer; p < end && *p != 'e'; ++p)
-        if (isDigit(*p)) shown += *p;
-    return shown == digits;
+    // The shortest text that reads back as the value never has more digits
+    // than this one; with as many, it is the value rounded to that many
+    // digits, which is what the slower fixed-precision form below prints.
+    auto [end, ec] =
+        std::to_chars(buffer, buffer + sizeof buffer, std::fabs(*value), std::chars_format::scientific);
+    size_t shortest = static_cast<size_t>(std::count_if(buffer, std::find(buffer, end, 'e'), isDigit));
+    if (shortest != count)
+        end = std::to_chars(buffer, buffer + sizeof buffer, std::fabs(*value), std::chars_format::scientific,
+                            static_cast<int>(count) - 1)
+                  .ptr;
+    size_t shown = 0;
+    for (const char* p = buffer; p < end && *p != 'e'; ++p) {
+        if (!isDigit(*p)) continue;
+        if (shown == count || *p != digits[shown]) return false;
+        ++shown;
+    }
+    return shown == count;
 }
 
 void appendStringText(std::string& out, std::string_view text) {

@@ -94,7 +94,8 @@ enum class Compression { store, deflate };
 // usual balance (6). For big parts (a worksheet of tens of megabytes) use
 // level 1 to 3: they compress several times faster and lose only a few
 // percent of size on spreadsheet XML. Parts are compressed when the archive
-// is finished, several at once on the machine's cores, biggest first.
+// is finished, several at once on the machine's cores, biggest first; a part
+// of several megabytes is itself compressed in two pieces at once.
 class ZipWriter {
   public:
     ZipWriter() = default;

@@ -1,9 +1,11 @@
 // Writing ZIP archives. The container is simple enough to lay out here; the
 // costly part is deflate, done by libdeflate on whole parts, several parts at
 // once on the machine's cores, so that a big worksheet and its shared-string
-// table are compressed side by side. ZIP64 records are written only where a
+// table are compressed side by side; a very big part is itself deflated in
+// two pieces at once. ZIP64 records are written only where a
 // size, an offset or the entry count does not fit the classic fields.
 #include <libdeflate.h>
+#include <zlib.h>
 
 #include <algorithm>
 #include <atomic>
@@ -70,17 +72,15 @@ struct CompressorDeleter {
 // than compressing a small part).
 class Deflater {
   public:
-    void compress(ZipWriter::Part& part) {
-        part.size = part.bytes.size();
-        part.crc = static_cast<std::uint32_t>(libdeflate_crc32(0, part.bytes.data(), part.bytes.size()));
-        if (part.compression != Compression::deflate || part.isDirectory) return;
-        libdeflate_compressor* c = compressor(part.level == -1 ? 6 : part.level);
+    // Deflates `in` as one complete stream.
+    std::string compress(std::string_view in, int level, const std::string& path) {
+        libdeflate_compressor* c = compressor(level);
         // Left uninitialised: only the pages the output reaches are ever touched.
-        const size_t bound = libdeflate_deflate_compress_bound(c, part.bytes.size());
+        const size_t bound = libdeflate_deflate_compress_bound(c, in.size());
         std::unique_ptr<char[]> out(new char[bound]);
-        size_t n = libdeflate_deflate_compress(c, part.bytes.data(), part.bytes.size(), out.get(), bound);
-        if (n == 0) throw ArchiveError("Cannot deflate '" + part.path + "' for the ZIP archive.");
-        part.bytes = std::string(out.get(), n); // releases the uncompressed text
+        size_t n = libdeflate_deflate_compress(c, in.data(), in.size(), out.get(), bound);
+        if (n == 0) throw ArchiveError("Cannot deflate '" + path + "' for the ZIP archive.");
+        return std::string(out.get(), n);
     }
 
   private:
@@ -95,18 +95,69 @@ class Deflater {
     std::map<int, std::unique_ptr<libdeflate_compressor, CompressorDeleter>> compressors_;
 };
 
-// Compresses every part, biggest first, on up to as many threads as there
-// are cores; the calling thread is one of them.
+// Deflates `in` as the opening blocks of a stream that goes on: no block is
+// final and the output ends on a byte boundary (zlib's sync flush), so that
+// another stream's blocks may follow it directly.
+std::string deflateOpening(std::string_view in, int level, const std::string& path) {
+    z_stream z{};
+    if (deflateInit2(&z, level, Z_DEFLATED, -15, 8, Z_DEFAULT_STRATEGY) != Z_OK) throw std::bad_alloc();
+    // Left uninitialised, as for libdeflate: only what the output reaches is touched.
+    const size_t bound = deflateBound(&z, in.size()) + 16;
+    std::unique_ptr<char[]> out(new char[bound]);
+    z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(in.data()));
+    z.avail_in = static_cast<uInt>(in.size());
+    z.next_out = reinterpret_cast<Bytef*>(out.get());
+    z.avail_out = static_cast<uInt>(bound);
+    int status = deflate(&z, Z_SYNC_FLUSH);
+    const bool complete = status == Z_OK && z.avail_in == 0 && z.avail_out > 0;
+    const size_t written = z.total_out;
+    deflateEnd(&z);
+    if (!complete) throw ArchiveError("Cannot deflate '" + path + "' for the ZIP archive.");
+    return std::string(out.get(), written);
+}
+
+// A big part is deflated in two pieces on two cores: its opening third by
+// zlib, which can end a piece without ending the stream, and the rest by
+// libdeflate, about twice as fast, so that both finish at about the same time.
+constexpr std::uint64_t kSplitBytes = std::uint64_t{8} << 20;
+constexpr std::uint64_t kMaxSplitBytes = std::uint64_t{1} << 30; // zlib counts in 32 bits
+
+// One piece of work: a whole part, or the opening or the rest of a split one.
+struct DeflateJob {
+    ZipWriter::Part* part = nullptr;
+    size_t begin = 0, end = 0;
+    bool opening = false; // deflated by zlib, not final
+    std::uint32_t crc = 0;
+    std::string out;
+    // Relative cost, to start the longest jobs first.
+    double cost() const { return static_cast<double>(end - begin) * (opening ? 2.2 : 1.0); }
+};
+
+// Compresses every part, longest jobs first, on up to as many threads as
+// there are cores; the calling thread is one of them.
 void compressAll(std::vector<ZipWriter::Part>& parts) {
-    std::vector<size_t> order(parts.size());
+    const size_t cores = std::max<size_t>(std::thread::hardware_concurrency(), 1);
+    std::vector<DeflateJob> jobs;
+    for (ZipWriter::Part& part : parts) {
+        part.size = part.bytes.size();
+        const bool deflated = part.compression == Compression::deflate && !part.isDirectory;
+        if (deflated && cores >= 2 && part.size >= kSplitBytes && part.size <= kMaxSplitBytes) {
+            const size_t cut = part.bytes.size() / 3;
+            jobs.push_back({&part, 0, cut, true, 0, {}});
+            jobs.push_back({&part, cut, part.bytes.size(), false, 0, {}});
+        } else {
+            jobs.push_back({&part, 0, part.bytes.size(), false, 0, {}});
+        }
+    }
+    std::vector<size_t> order(jobs.size());
     for (size_t i = 0; i < order.size(); ++i)
         order[i] = i;
     std::stable_sort(order.begin(), order.end(),
-                     [&](size_t a, size_t b) { return parts[a].bytes.size() > parts[b].bytes.size(); });
-    size_t big = static_cast<size_t>(std::count_if(parts.begin(), parts.end(), [](const ZipWriter::Part& p) {
-        return p.compression == Compression::deflate && p.bytes.size() >= kParallelBytes;
+                     [&](size_t a, size_t b) { return jobs[a].cost() > jobs[b].cost(); });
+    size_t big = static_cast<size_t>(std::count_if(jobs.begin(), jobs.end(), [](const DeflateJob& j) {
+        return j.part->compression == Compression::deflate && j.end - j.begin >= kParallelBytes;
     }));
-    size_t threads = std::clamp<size_t>(std::thread::hardware_concurrency(), 1, std::max<size_t>(big, 1));
+    size_t threads = std::clamp<size_t>(cores, 1, std::max<size_t>(big, 1));
 
     std::atomic<size_t> next{0};
     std::atomic<bool> failed{false};
@@ -114,8 +165,16 @@ void compressAll(std::vector<ZipWriter::Part>& parts) {
     auto work = [&](size_t worker) {
         try {
             Deflater deflater;
-            for (size_t i = next++; i < order.size() && !failed; i = next++)
-                deflater.compress(parts[order[i]]);
+            for (size_t i = next++; i < order.size() && !failed; i = next++) {
+                DeflateJob& job = jobs[order[i]];
+                ZipWriter::Part& part = *job.part;
+                std::string_view in = std::string_view(part.bytes).substr(job.begin, job.end - job.begin);
+                job.crc = static_cast<std::uint32_t>(libdeflate_crc32(0, in.data(), in.size()));
+                if (part.compression != Compression::deflate || part.isDirectory) continue;
+                const int level = part.level == -1 ? 6 : part.level;
+                job.out = job.opening ? deflateOpening(in, level, part.path)
+                                      : deflater.compress(in, level, part.path);
+            }
         } catch (...) {
             errors[worker] = std::current_exception();
             failed = true;
@@ -134,6 +193,23 @@ void compressAll(std::vector<ZipWriter::Part>& parts) {
         helper.join();
     for (auto& error : errors)
         if (error) std::rethrow_exception(error);
+
+    // A split part's pieces follow each other: the opening, then the rest.
+    for (size_t i = 0; i < jobs.size(); ++i) {
+        DeflateJob& job = jobs[i];
+        ZipWriter::Part& part = *job.part;
+        if (job.opening) {
+            DeflateJob& rest = jobs[++i];
+            part.crc = static_cast<std::uint32_t>(
+                crc32_combine(job.crc, rest.crc, static_cast<z_off_t>(rest.end - rest.begin)));
+            job.out += rest.out;
+            part.bytes = std::move(job.out);
+        } else {
+            part.crc = job.crc;
+            if (part.compression == Compression::deflate && !part.isDirectory)
+                part.bytes = std::move(job.out);
+        }
+    }
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 // Tokenizes, parses and evaluates arbitrary text as a formula against a small
 // workbook (numbers, texts, an error text, a second sheet and a named range);
-// nothing may crash, hang or read out of bounds. Also runs parseCellRef.
+// nothing may crash, hang or read out of bounds. Also runs parseCellRef, and
+// parses the text twice through FormulaShapes (the second time as a copy of
+// the first's tree).
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -8,10 +10,11 @@
 #include "document/SumoraDocument.h"
 #include "engine/FormulaEvaluator.h"
 #include "engine/FormulaParser.h"
+#include "engine/FormulaShapes.h"
 #include "engine/FormulaTokenizer.h"
-#include "values/Log.h"
 #include "engine/WorkbookResolver.h"
 #include "functions/BuiltinFunctions.h"
+#include "values/Log.h"
 
 namespace {
 
@@ -54,10 +57,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::string_view text(reinterpret_cast<const char*>(data), size);
     (void)parseCellRef(text);
     (void)FormulaTokenizer(text).tokenize();
+    auto isName = [](std::string_view name) { return findNamedRange(book.namedRanges, name).has_value(); };
     try {
-        FormulaTree tree = parseFormula(text, builtinFunctions(), [](std::string_view name) {
-            return findNamedRange(book.namedRanges, name).has_value();
-        });
+        FormulaShapes shapes(builtinFunctions(), isName);
+        (void)shapes.parse(text);
+        (void)shapes.parse(text);
+    } catch (const FormulaParseError&) {
+    }
+    try {
+        FormulaTree tree = parseFormula(text, builtinFunctions(), isName);
         WorkbookResolver resolver(book, 0, CellRef{3, 3, std::nullopt});
         FormulaEvaluator evaluator(resolver);
         FormulaValue v = evaluator.evaluate(tree);

@@ -96,6 +96,28 @@ TEST(CsvRead, QuotedNewlinesStillEndTheLine) {
     EXPECT_EQ(grid(doc, 2, 2), (std::vector<Fields>{{"a", ""}, {"b,c", ""}}));
 }
 
+TEST(CsvRead, QuotesAndEmptyFieldsCountOnTheirOwnLineOnly) {
+    const struct {
+        std::string text;
+        std::vector<Fields> rows; // the first two rows, three columns
+        int64_t columns;
+    } cases[] = {
+        {"x,\"y,z\"\nc,d,e", {{"x", "y,z", ""}, {"c", "d", "e"}}, 26},
+        {"\"q\"\nc,,e", {{"q", "", ""}, {"c", "", "e"}}, 26},
+        {"a,,\nb", {{"a", "", ""}, {"b", "", ""}}, 26},
+        {"a" + std::string(30, ',') + "\nb", {{"a", "", ""}, {"b", "", ""}}, 31},
+        {",,\n,a", {{"", "", ""}, {"", "a", ""}}, 26},
+    };
+    for (const auto& c : cases) {
+        SumoraDocument doc = readCsvDocument(c.text);
+        const Sheet& sheet = doc.sheets[0];
+        EXPECT_EQ(grid(doc, 2, 3), c.rows) << c.text;
+        EXPECT_EQ(sheet.columnCount(), c.columns) << c.text;
+        // Trailing empty fields are padding, not stored cells.
+        EXPECT_LE(sheet.storedColumnCount(0), 3) << c.text;
+    }
+}
+
 TEST(CsvRead, RaggedLinesArePaddedAndSizesGrowPastTheDefault) {
     std::string text;
     for (int r = 0; r < 700; ++r) {

@@ -187,6 +187,40 @@ TEST(XlsxWriter, EqualFormatsShareOneXfAndEachFillColourGetsAFill) {
     EXPECT_EQ(cellXml(xml, "C1"), "<c r=\"C1\" s=\"2\"/>");
 }
 
+// A sheet this long is written in two halves at once; shared strings and
+// style records must still be numbered in the order cells first use them.
+TEST(XlsxWriter, LongSheetNumbersStringsAndStylesByFirstUse) {
+    Sheet sheet("Long", 30000, 3);
+    for (int64_t r = 0; r < 30000; ++r)
+        sheet.cellForWriting(r, 0).setValue("t" + std::to_string(r % 3));
+    sheet.cellForWriting(15000, 0).setValue("late"); // the first text of the second half
+    sheet.cellForWriting(25000, 2).setValue("t1");
+    CellFormat italic, bold;
+    italic.isItalic = true;
+    bold.isBold = true;
+    sheet.cellForWriting(5, 1).setFormat(italic);
+    sheet.cellForWriting(22000, 1).setFormat(bold);
+    sheet.cellForWriting(29000, 1).setFormat(italic);
+    Package p = written({sheet});
+    EXPECT_NE(
+        p["xl/sharedStrings.xml"].find("count=\"30001\" uniqueCount=\"4\"><si><t>t0</t></si><si><t>t1</t>"
+                                       "</si><si><t>t2</t></si><si><t>late</t></si></sst>"),
+        std::string::npos);
+    EXPECT_NE(p["xl/styles.xml"].find("<cellXfs count=\"3\">"), std::string::npos);
+    const std::string& xml = p["xl/worksheets/sheet1.xml"];
+    const std::pair<const char*, const char*> cells[] = {
+        {"B6", "<c r=\"B6\" s=\"1\"/>"},
+        {"B22001", "<c r=\"B22001\" s=\"2\"/>"},
+        {"B29001", "<c r=\"B29001\" s=\"1\"/>"},
+        {"A15001", "<c r=\"A15001\" t=\"s\"><v>3</v></c>"},
+        {"C25001", "<c r=\"C25001\" t=\"s\"><v>1</v></c>"},
+        {"A30000", "<c r=\"A30000\" t=\"s\"><v>2</v></c>"},
+    };
+    for (const auto& [ref, markup] : cells)
+        EXPECT_EQ(cellXml(xml, ref), markup);
+    EXPECT_EQ(occurrences(xml, "<row "), 30000u);
+}
+
 TEST(XlsxWriter, NumberFormatsUseBuiltInIdsOrCustomRecordsFrom164) {
     Sheet sheet = SumoraDocument::makeNewSheet("Sheet 1");
     auto withFormat = [&](std::string_view ref, std::optional<std::string> code, int64_t id) {
@@ -228,7 +262,7 @@ TEST(XlsxWriter, ConstantsAreNumbersOnlyWhenTheirTextSurvives) {
         {"A6", "inf", "<c r=\"A6\" t=\"s\"><v>3</v></c>"},
         {"A7", "1e999", "<c r=\"A7\" t=\"s\"><v>4</v></c>"},
         {"A8", "TRUE", "<c r=\"A8\" t=\"b\"><v>1</v></c>"},
-        {"A9", " 5", "<c r=\"A9\" t=\"s\"><v>1</v></c>"},   // the same text shares its index
+        {"A9", " 5", "<c r=\"A9\" t=\"s\"><v>1</v></c>"}, // the same text shares its index
     };
     Sheet sheet = SumoraDocument::makeNewSheet("Sheet 1");
     for (const Case& c : constants)
@@ -606,6 +640,30 @@ TEST(XlsxWriterText, StringsEscapeWhatXmlCannotCarry) {
         xlsx::appendStringText(out, c.text);
         EXPECT_EQ(out, c.expected);
     }
+}
+
+// Expected: the double nearest the text, printed with as many significant
+// digits as the text has, gives the text's digits back (checked with
+// Python's float and "%.*e").
+TEST(XlsxWriterText, ExactNumberTextsSurviveADouble) {
+    const std::pair<std::string_view, bool> cases[] = {
+        {"0.1", true},
+        {"0.10000000000000001", true},
+        {"0.1000000000000001", true},
+        {"9007199254740992", true},
+        {"9007199254740993", false},
+        {"0.30000000000000004", true},
+        {"432.7670679050534", true},
+        {"432.76706790505335", true},
+        {"1.7976931348623157e308", true},
+        {"4.9e-324", true},
+        {"1234567890123456789", false},
+        {"1.50", false},
+        {"00123", false},
+        {"-0", true},
+    };
+    for (const auto& [text, exact] : cases)
+        EXPECT_EQ(xlsx::isExactNumberText(text), exact) << text;
 }
 
 TEST(XlsxWriterText, SheetNamesAreQuotedWhenAFormulaNeedsIt) {

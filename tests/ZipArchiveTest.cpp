@@ -88,6 +88,20 @@ TEST(ZipArchive, RoundTripKeepsOrderContentAndKinds) {
     EXPECT_GE(chunks, 4u);
 }
 
+// A part this big is deflated in two pieces, one after the other in its
+// stream; every level must read back through an independent reader.
+TEST(ZipArchive, PartDeflatedInPiecesReadsBackWhole) {
+    const std::string big = sampleText(std::size_t{9} << 20);
+    ZipWriter writer;
+    writer.add("fast.xml", std::string(big), Compression::deflate, 1);
+    writer.add("usual.xml", std::string(big));
+    ZipReader reader(writer.finish());
+    for (const char* path : {"fast.xml", "usual.xml"}) {
+        EXPECT_LT(reader.entry(path)->compressedSize, big.size() / 4) << path;
+        EXPECT_TRUE(reader.read(path) == big) << path;
+    }
+}
+
 TEST(ZipArchive, LookupToleratesLeadingSlashBackslashesAndCase) {
     ZipReader reader(archiveOf({{"xl/workbook.xml", "exact"}, {"XL/Styles.XML", "odd case"}}));
     EXPECT_EQ(reader.read("/xl/workbook.xml"), "exact");

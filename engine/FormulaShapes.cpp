@@ -1,0 +1,156 @@
+#include "engine/FormulaShapes.h"
+
+#include "engine/FormulaParser.h"
+
+namespace sumora {
+
+namespace {
+
+// Rows are cut out only up to this many digits, so that every row read is a
+// valid one (at least 1, no overflow) and tokenizes as a reference.
+constexpr size_t kMaxRowDigits = 9;
+// Longer letter runs are left in the shape (they rarely name a column).
+constexpr size_t kMaxColumnLetters = 3;
+// Marks where a row was cut out of a shape.
+constexpr char kRowMark = '\x01';
+// Shapes remembered per sheet; past this, formulas of new shapes are parsed alone.
+constexpr size_t kMaxShapes = 4096;
+
+bool isLetter(char c) {
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+// Characters the tokenizer reads into one identifier.
+bool isIdentifierChar(char c) {
+    return isLetter(c) || isDigit(c) || c == '$' || c == '_' || c == '.';
+}
+// Everything else a shaped formula may hold: each starts a token of its own.
+bool isPlainSeparator(char c) {
+    switch (c) {
+    case ' ':
+    case '+':
+    case '-':
+    case '*':
+    case '/':
+    case '^':
+    case '&':
+    case '=':
+    case '<':
+    case '>':
+    case '(':
+    case ')':
+    case ',':
+    case ':':
+    case '%':
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
+FormulaShapes::FormulaShapes(const FunctionRegistry& registry,
+                             std::function<bool(std::string_view)> isWorkbookName)
+    : registry_(registry), isWorkbookName_(std::move(isWorkbookName)) {}
+
+bool FormulaShapes::scan(std::string_view text) {
+    key_.clear();
+    refs_.clear();
+    size_t i = 0;
+    while (i < text.size()) {
+        const char c = text[i];
+        if (isPlainSeparator(c)) {
+            key_ += c;
+            ++i;
+            continue;
+        }
+        if (!isIdentifierChar(c)) return false;
+        // An identifier begins only after a separator; elsewhere (the "E5"
+        // of "1E5") the characters belong to a number.
+        const bool starts =
+            (isLetter(c) || c == '$' || c == '_') && (i == 0 || !isIdentifierChar(text[i - 1]));
+        size_t end = i;
+        while (end < text.size() && isIdentifierChar(text[end]))
+            ++end;
+        if (!starts) {
+            key_.append(text, i, end - i);
+            i = end;
+            continue;
+        }
+        // A reference: "$"? letters "$"? digits, not followed by "(".
+        size_t p = i + (text[i] == '$' ? 1 : 0);
+        const size_t lettersBegin = p;
+        int64_t col = 0;
+        while (p < end && isLetter(text[p]))
+            col = col * 26 + ((text[p++] & ~0x20) - 'A' + 1);
+        const size_t letters = p - lettersBegin;
+        if (p < end && text[p] == '$') ++p;
+        const size_t digitsBegin = p;
+        int64_t row = 0;
+        while (p < end && isDigit(text[p]))
+            row = row * 10 + (text[p++] - '0');
+        const size_t digits = p - digitsBegin;
+        const bool call = end < text.size() && text[end] == '(';
+        if (p == end && letters >= 1 && letters <= kMaxColumnLetters && digits >= 1 &&
+            digits <= kMaxRowDigits && row >= 1 && !call) {
+            key_.append(text, i, digitsBegin - i);
+            key_ += kRowMark;
+            refs_.push_back({static_cast<int32_t>(col - 1), static_cast<int32_t>(row - 1)});
+        } else {
+            key_.append(text, i, end - i);
+        }
+        i = end;
+    }
+    return true;
+}
+
+bool FormulaShapes::matches(const FormulaTree& tree, std::vector<Corner>& corners) const {
+    corners.clear();
+    for (uint32_t n = 0; n < tree.nodes.size(); ++n) {
+        const FormulaNode& node = tree.nodes[n];
+        if (node.kind != NodeKind::cellRef && node.kind != NodeKind::range) continue;
+        if (node.sheet >= 0) return false;
+        corners.push_back({n, false});
+        if (node.kind == NodeKind::range) corners.push_back({n, true});
+    }
+    if (corners.size() != refs_.size()) return false;
+    for (size_t k = 0; k < corners.size(); ++k) {
+        const FormulaNode& node = tree.nodes[corners[k].node];
+        const int32_t col = corners[k].second ? node.ref.col2 : node.ref.col;
+        const int32_t row = corners[k].second ? node.ref.row2 : node.ref.row;
+        if (col != refs_[k].col || row != refs_[k].row) return false;
+    }
+    return true;
+}
+
+FormulaTree FormulaShapes::parse(std::string_view formula) {
+    if (!scan(formula)) return parseFormula(formula, registry_, isWorkbookName_);
+    auto found = shapes_.find(key_);
+    if (found == shapes_.end()) {
+        FormulaTree tree = parseFormula(formula, registry_, isWorkbookName_);
+        if (shapes_.size() >= kMaxShapes) return tree;
+        Shape& shape = shapes_[key_];
+        shape.shared = matches(tree, shape.corners);
+        if (shape.shared) shape.tree = tree;
+        return tree;
+    }
+    const Shape& shape = found->second;
+    if (!shape.shared) return parseFormula(formula, registry_, isWorkbookName_);
+    FormulaTree tree = shape.tree;
+    for (size_t k = 0; k < shape.corners.size(); ++k) {
+        FormulaNode& node = tree.nodes[shape.corners[k].node];
+        if (shape.corners[k].second) {
+            node.ref.row2 = refs_[k].row;
+        } else {
+            node.ref.row = refs_[k].row;
+            if (node.kind == NodeKind::cellRef) node.ref.row2 = refs_[k].row;
+        }
+    }
+    ++shared_;
+    return tree;
+}
+
+} // namespace sumora

@@ -1,0 +1,66 @@
+#pragma once
+// Parses the formulas of one sheet, once per shape: formulas filled down a
+// column ("A5*2+1", "A6*2+1", …) differ only in the row numbers of their
+// cell references, so the first one is parsed and the others are copies of
+// its tree with those rows replaced.
+//
+// A formula's shape is its text with the row digits of each cell reference
+// cut out. Only plain ASCII formulas are shaped (letters, digits, operators,
+// parentheses, commas, colons, "$", "_", ".", spaces); a string literal, a
+// sheet prefix or any other character sends the formula to the parser on its
+// own. Within that subset the tokenizer treats a reference's row digits the
+// same whatever their value (any row from 1 up is a reference), so two
+// formulas of one shape tokenize alike except for those rows. The first
+// formula of a shape is checked against its parsed tree: its references must
+// be the tree's reference corners, in order, or the shape is never shared.
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "engine/FormulaTree.h"
+
+namespace sumora {
+
+class FunctionRegistry;
+
+class FormulaShapes {
+  public:
+    FormulaShapes(const FunctionRegistry& registry, std::function<bool(std::string_view)> isWorkbookName);
+
+    // What parseFormula gives for the text; throws FormulaParseError as it does.
+    FormulaTree parse(std::string_view formula);
+
+    // How many formulas were copied from a shape rather than parsed.
+    size_t sharedCount() const { return shared_; }
+
+  private:
+    struct Corner {
+        uint32_t node;
+        bool second; // the range's second corner
+    };
+    struct Shape {
+        FormulaTree tree;
+        std::vector<Corner> corners; // one per cell reference of the text
+        bool shared = false;
+    };
+    struct ScannedRef {
+        int32_t col, row;
+    };
+
+    // Fills key_ and refs_; false when the text is not of the shaped subset.
+    bool scan(std::string_view formula);
+    // The reference corners of the tree match refs_, in order.
+    bool matches(const FormulaTree& tree, std::vector<Corner>& corners) const;
+
+    const FunctionRegistry& registry_;
+    std::function<bool(std::string_view)> isWorkbookName_;
+    std::unordered_map<std::string, Shape> shapes_;
+    std::string key_;
+    std::vector<ScannedRef> refs_;
+    size_t shared_ = 0;
+};
+
+} // namespace sumora
