@@ -26,6 +26,7 @@
 #include "formats/OdsContentHandler.h"
 #include "formats/OdsFormat.h"
 #include "formats/OdsReader.h"
+#include "formats/XmlScanner.h"
 #include "formats/ZipArchive.h"
 #include "values/Log.h"
 
@@ -190,6 +191,21 @@ std::vector<Sheet> readWhole(ZipReader& archive, const HandlerSetup& setup) {
     return handler.takeSheets();
 }
 
+// Reads the part with the fast scanner; nothing when the scanner refuses it
+// or anything else goes wrong, and the part is then read as before, which
+// gives the usual result or error.
+std::optional<std::vector<Sheet>> readScanned(ZipReader& archive, const HandlerSetup& setup) {
+    size_t droppedBefore = setup.droppedOnOpen ? setup.droppedOnOpen->size() : 0;
+    try {
+        OdsContentHandler handler;
+        setup.apply(handler, true);
+        if (scanXmlEntry(archive, kContentPart, handler)) return handler.takeSheets();
+    } catch (...) {
+    }
+    if (setup.droppedOnOpen) setup.droppedOnOpen->resize(droppedBefore);
+    return std::nullopt;
+}
+
 // Reads the part in two halves; nothing when the halves do not fit together.
 std::optional<std::vector<Sheet>> readInHalves(ZipReader& archive, std::string_view package,
                                                uint64_t declaredSize, const HandlerSetup& setup) {
@@ -276,6 +292,7 @@ class ODSReader {
 
   private:
     std::vector<Sheet> readSheets(ZipReader& archive, const HandlerSetup& setup) {
+        if (auto sheets = readScanned(archive, setup)) return std::move(*sheets);
         for (const ZipEntry& entry : archive.entries()) {
             if (!split_ || entry.path != kContentPart || entry.uncompressedSize < kSplitThreshold ||
                 std::thread::hardware_concurrency() < 2)

@@ -65,8 +65,8 @@ Package openPackage(std::string_view bytes) {
     return package;
 }
 
-std::optional<std::vector<std::string>> readSharedStringTable(ZipReader& archive, const std::string& path) {
-    if (!archive.contains(path)) return std::vector<std::string>();
+std::optional<SharedStringTable> readSharedStringTable(ZipReader& archive, const std::string& path) {
+    if (!archive.contains(path)) return SharedStringTable();
     try {
         auto items = readSharedStrings(archive, path);
         Log::progress("  SharedStrings: " + std::to_string(items.size()) + " items");
@@ -122,7 +122,7 @@ SumoraDocument readXlsxDocument(std::string_view bytes) {
     std::unique_ptr<ZipReader>& archive = package.archive;
     WorkbookInfo workbook = readWorkbook(*archive);
 
-    std::optional<std::vector<std::string>> sharedStrings =
+    std::optional<SharedStringTable> sharedStrings =
         readSharedStringTable(*archive, workbook.sharedStringsPath);
     ColorResolver colors;
     readTheme(*archive, workbook.themePath, colors);

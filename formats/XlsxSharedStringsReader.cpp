@@ -4,6 +4,7 @@
 
 #include "formats/XlsxText.h"
 #include "formats/XmlReader.h"
+#include "formats/XmlScanner.h"
 
 namespace sumora::xlsx {
 
@@ -11,7 +12,7 @@ namespace {
 
 class SharedStringsHandler : public XmlHandler {
   public:
-    explicit SharedStringsHandler(std::vector<std::string>& out) : out_(out) {}
+    explicit SharedStringsHandler(SharedStringTable& out) : out_(out) {}
 
     void startElement(std::string_view name, const XmlAttributes& attributes) override {
         if (name == "si") {
@@ -54,7 +55,7 @@ class SharedStringsHandler : public XmlHandler {
     // gigabytes of memory for empty items.
     static constexpr size_t kMaxItems = size_t{1} << 24;
 
-    std::vector<std::string>& out_;
+    SharedStringTable& out_;
     std::string current_;
     bool inItem_ = false;
     bool inText_ = false;
@@ -63,8 +64,15 @@ class SharedStringsHandler : public XmlHandler {
 
 } // namespace
 
-std::vector<std::string> readSharedStrings(ZipReader& archive, std::string_view path) {
-    std::vector<std::string> items;
+SharedStringTable readSharedStrings(ZipReader& archive, std::string_view path) {
+    SharedStringTable items;
+    try {
+        SharedStringsHandler fast(items);
+        if (scanXmlEntry(archive, path, fast)) return items;
+    } catch (...) {
+        // Read again below, which reports the problem the usual way.
+    }
+    items = {};
     SharedStringsHandler handler(items);
     parseXmlEntry(archive, path, handler);
     return items;

@@ -13,6 +13,7 @@
 #include "formats/OutlineLevels.h"
 #include "formats/XlsxColors.h"
 #include "formats/XlsxPackage.h"
+#include "formats/XlsxSharedStringsReader.h"
 #include "formats/XlsxStylesReader.h"
 #include "formats/XlsxText.h"
 #include "formats/XlsxUnits.h"
@@ -33,6 +34,10 @@ constexpr size_t kMaxSharedFormulaLength = 16384;
 constexpr size_t kMaxOpenArrays = 1024;
 // Rows are preallocated for at most this many cells from a size hint.
 constexpr int64_t kMaxReservedColumns = 256;
+// A stored row takes at least this many bytes of the part ("<row><c><v>1</v></c></row>"
+// is 26), so a `dimension` claiming more rows than the part can hold is not
+// believed beyond that.
+constexpr uint64_t kMinRowBytes = 16;
 
 std::optional<int64_t> smallInteger(std::string_view text) {
     int64_t value = 0;
@@ -442,6 +447,8 @@ void WorksheetHandler::startOther(std::string_view name, const XmlAttributes& a)
         pane(a);
     } else if (name == "sheetProtection") {
         protection(a);
+    } else if (name == "dimension" && !inSheetData_ && role_ == Role::whole) {
+        dimension(a);
     } else if (name == "conditionalFormatting") {
         conditionalFormats_.startElement(name, a);
     } else if (name == "dataValidation") {
@@ -449,6 +456,18 @@ void WorksheetHandler::startOther(std::string_view name, const XmlAttributes& a)
         for (size_t i = 0; i < a.size(); ++i)
             validations_.attribute(xmlLocalName(a.qualifiedName(i)), a.value(i));
     }
+}
+
+void WorksheetHandler::dimension(const XmlAttributes& a) {
+    auto ref = a.get("ref");
+    auto area = ref ? parseArea(*ref) : std::nullopt;
+    if (!area) return;
+    // Storing the last claimed row lays out every row before it at once,
+    // instead of regrowing the row list as rows stream in; rows the part
+    // does not fill are dropped again when the sheet is compacted.
+    uint64_t rows = std::min<uint64_t>(static_cast<uint64_t>(area->endRow) + 1, partBytes_ / kMinRowBytes);
+    rows = std::min<uint64_t>(rows, kMaxRows);
+    if (rows > 1) sheet_.reserveRow(static_cast<int64_t>(rows) - 1, 1);
 }
 
 void WorksheetHandler::startInValidation(std::string_view name) {

@@ -48,6 +48,10 @@ class WorksheetHandler : public XmlHandler {
     void endElement(std::string_view name) override;
     void characters(std::string_view text) override;
 
+    // The part's size in bytes: the bound on how many rows its `dimension`
+    // may make the reader reserve up front.
+    void setPartSize(uint64_t bytes) { partBytes_ = bytes; }
+
     // Inside sheetData and between two rows: where a split may resume.
     bool betweenRows() const { return inSheetData_ && !inRow_ && !inCell_; }
 
@@ -117,6 +121,7 @@ class WorksheetHandler : public XmlHandler {
     void applyColumns();
     void reportSkipped();
     void protection(const XmlAttributes& a);
+    void dimension(const XmlAttributes& a);
 
     const WorksheetContext& context_;
     Sheet& sheet_;
@@ -144,6 +149,7 @@ class WorksheetHandler : public XmlHandler {
     bool rowReserved_ = false;
     int64_t usedRows_ = 0, usedCols_ = 0;
     int64_t countedTextBytes_ = 0;
+    uint64_t partBytes_ = 0;
 
     std::unordered_map<int64_t, SharedFormula> shared_;
     std::vector<PendingFollower> pendingFollowers_;

@@ -24,6 +24,7 @@
 #include "document/Sheet.h"
 #include "formats/XlsxText.h"
 #include "formats/XlsxWorksheetHandler.h"
+#include "formats/XmlScanner.h"
 #include "formats/ZipArchive.h"
 #include "values/SerialDate.h"
 
@@ -151,6 +152,35 @@ void readSecondHalf(const WorksheetContext& context, std::string_view path, uint
     }
 }
 
+// A sheet as the caller handed it over, before any cell was read.
+Sheet blankLike(const Sheet& sheet) {
+    Sheet blank(sheet.name, 0, 0);
+    blank.id = sheet.id;
+    blank.isHidden = sheet.isHidden;
+    return blank;
+}
+
+// Reads the part with the fast scanner. When the scanner refuses it, or
+// anything else goes wrong, everything this attempt did is undone and the
+// part is read as before, which then gives the usual result or error.
+bool readScanned(ZipReader& archive, std::string_view path, const WorksheetContext& context, Sheet& sheet) {
+    Sheet blank = blankLike(sheet);
+    size_t droppedBefore = context.dropped ? context.dropped->size() : 0;
+    WorksheetHandler handler(context, sheet);
+    if (const ZipEntry* entry = archive.entry(path)) handler.setPartSize(entry->uncompressedSize);
+    try {
+        if (scanXmlEntry(archive, path, handler)) {
+            handler.finish();
+            return true;
+        }
+    } catch (...) {
+    }
+    if (context.storedTextBytes) *context.storedTextBytes -= handler.countedTextBytes();
+    if (context.dropped) context.dropped->resize(droppedBefore);
+    sheet = std::move(blank);
+    return false;
+}
+
 void readWhole(ZipReader& archive, std::string_view path, const WorksheetContext& context, Sheet& sheet) {
     WorksheetHandler handler(context, sheet);
     parseXmlEntry(archive, path, handler);
@@ -229,12 +259,11 @@ bool readInHalves(ZipReader& archive, std::string_view path, uint64_t declaredSi
 } // namespace
 
 void readWorksheet(ZipReader& archive, std::string_view path, const WorksheetContext& context, Sheet& sheet) {
+    if (readScanned(archive, path, context, sheet)) return;
     const ZipEntry* entry = archive.entry(path);
     if (entry && entry->uncompressedSize >= context.splitThreshold && !context.packageBytes.empty() &&
         std::thread::hardware_concurrency() >= 2) {
-        Sheet fresh(sheet.name, 0, 0);
-        fresh.id = sheet.id;
-        fresh.isHidden = sheet.isHidden;
+        Sheet fresh = blankLike(sheet);
         if (readInHalves(archive, path, entry->uncompressedSize, context, sheet)) return;
         sheet = std::move(fresh);
     }

@@ -23,12 +23,13 @@ namespace sumora::xlsx {
 using sumora::kMaxStoredTextBytes;
 
 class ColorResolver;
+class SharedStringTable;
 struct StyleTable;
 struct Relationship;
 
 struct WorksheetContext {
-    const std::vector<std::string>* sharedStrings = nullptr; // nullptr when the table is unreadable
-    const StyleTable* styles = nullptr;                      // nullptr when the style sheet is unreadable
+    const SharedStringTable* sharedStrings = nullptr; // nullptr when the table is unreadable
+    const StyleTable* styles = nullptr;               // nullptr when the style sheet is unreadable
     const ColorResolver* colors = nullptr;
     // The workbook counts dates from 1904: numbers shown as dates are moved
     // to the 1900 count the model uses.

@@ -1,5 +1,6 @@
 #include "formats/ZipArchive.h"
 
+#include <sys/mman.h>
 #include <zip.h>
 
 #include <algorithm>
@@ -94,6 +95,13 @@ void ZipReader::open() {
             entry.sizeDeclared = true;
         }
         if (stat.valid & ZIP_STAT_COMP_SIZE) entry.compressedSize = stat.comp_size;
+        Storage storage;
+        storage.deflated = (stat.valid & ZIP_STAT_COMP_METHOD) && (stat.valid & ZIP_STAT_ENCRYPTION_METHOD) &&
+                           (stat.valid & ZIP_STAT_COMP_SIZE) && stat.comp_method == ZIP_CM_DEFLATE &&
+                           stat.encryption_method == ZIP_EM_NONE;
+        storage.crcKnown = stat.valid & ZIP_STAT_CRC;
+        storage.crc = stat.crc;
+        storage_.push_back(storage);
         std::size_t index = entries_.size();
         exactIndex_.emplace(entry.path, index);
         foldedIndex_.emplace(foldedPath(entry.path), index);
@@ -180,6 +188,41 @@ class ZipEntryReader {
     std::unique_ptr<zip_file_t, FileCloser> file_;
 };
 
+// A buffer from the system whose consumed pieces go back to it at once.
+class InflatedEntry {
+  public:
+    explicit InflatedEntry(std::size_t size) : size_(size) {
+        if (size == 0) return;
+        void* p = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (p != MAP_FAILED) data_ = static_cast<char*>(p);
+    }
+    ~InflatedEntry() {
+        if (data_ && released_ < size_) munmap(data_ + released_, size_ - released_);
+    }
+    InflatedEntry(const InflatedEntry&) = delete;
+    InflatedEntry& operator=(const InflatedEntry&) = delete;
+
+    char* data() const { return data_; }
+
+    // `piece` is a multiple of the page size, so every piece but the last
+    // starts and ends on a page boundary.
+    void deliver(std::size_t piece, const std::function<void(std::string_view)>& consume) {
+        for (std::size_t at = 0; at < size_; at += piece) {
+            std::size_t n = std::min(piece, size_ - at);
+            consume(std::string_view(data_ + at, n));
+            if (n == piece) {
+                munmap(data_ + at, n);
+                released_ = at + n;
+            }
+        }
+    }
+
+  private:
+    char* data_ = nullptr;
+    std::size_t size_;
+    std::size_t released_ = 0;
+};
+
 std::size_t requireEntry(std::size_t index, std::string_view path) {
     if (index == std::string::npos) throw ArchiveError("The ZIP archive has no entry " + quoted(path) + ".");
     return index;
@@ -189,6 +232,10 @@ std::size_t requireEntry(std::size_t index, std::string_view path) {
 
 std::string ZipReader::read(std::string_view path) {
     std::size_t index = requireEntry(indexOf(path), path);
+    if (inflatable(index)) {
+        std::string content(entries_[index].uncompressedSize, '\0');
+        if (inflateWhole(index, content.data())) return content;
+    }
     ZipEntryReader entry(archive_, index, entries_[index], limits_, totalBytesRead_);
     std::string content(entry.sizeHint(), '\0');
     std::size_t used = 0;
@@ -219,6 +266,21 @@ void ZipReader::stream(std::string_view path, const std::function<void(std::stri
     std::unique_ptr<char[]> buffer(new char[chunkSize]);
     while (std::size_t n = entry.readSome(buffer.get(), chunkSize))
         consume(std::string_view(buffer.get(), n));
+}
+
+void ZipReader::streamWhole(std::string_view path,
+                            const std::function<void(std::string_view chunk)>& consume) {
+    std::size_t index = requireEntry(indexOf(path), path);
+    if (inflatable(index)) {
+        // Handed on from one buffer in pieces, each piece's memory returned
+        // once consumed, so that a big part never lies in memory twice.
+        InflatedEntry inflated(entries_[index].uncompressedSize);
+        if (inflated.data() && inflateWhole(index, inflated.data())) {
+            inflated.deliver(chunkSize, consume);
+            return;
+        }
+    }
+    stream(path, consume);
 }
 
 } // namespace sumora

@@ -69,18 +69,38 @@ class ZipReader {
     // Reads one entry in pieces of at most chunkSize bytes; the view is only
     // valid during the call. To stop early, throw from the callback.
     void stream(std::string_view path, const std::function<void(std::string_view chunk)>& consume);
+    // As stream(), but the entry is first inflated in one piece where it can
+    // be (several times faster), so stopping early saves nothing: for
+    // readers that take parts to their end.
+    void streamWhole(std::string_view path, const std::function<void(std::string_view chunk)>& consume);
 
     // Decompressed bytes delivered so far by this reader (checked against maxTotalBytes).
     std::uint64_t totalBytesRead() const { return totalBytesRead_; }
 
   private:
+    // What a whole-entry inflate needs to know beyond ZipEntry.
+    struct Storage {
+        bool deflated = false; // plain deflate, not encrypted
+        bool crcKnown = false;
+        std::uint32_t crc = 0;
+    };
+
     void open();
     std::size_t indexOf(std::string_view path) const;
+    // The entry's compressed bytes when it can be inflated in one call (see
+    // ZipInflate.cpp); empty otherwise.
+    std::string rawDeflated(std::size_t index);
+    // Inflates a whole entry into `out` (of the declared size) with its CRC
+    // checked; false when the entry is not eligible or does not inflate
+    // exactly as declared, and is then read the ordinary way.
+    bool inflateWhole(std::size_t index, char* out);
+    bool inflatable(std::size_t index) const;
 
     std::string bytes_;
     ZipLimits limits_;
     zip* archive_ = nullptr;
     std::vector<ZipEntry> entries_;
+    std::vector<Storage> storage_;
     std::unordered_map<std::string, std::size_t> exactIndex_;
     std::unordered_map<std::string, std::size_t> foldedIndex_;
     std::uint64_t totalBytesRead_ = 0;

@@ -9,10 +9,11 @@
 #include <string>
 #include <string_view>
 
-#include "values/Log.h"
 #include "formats/OdsFormat.h"
 #include "formats/OdsReader.h"
+#include "formats/XmlScanner.h"
 #include "formats/ZipArchive.h"
+#include "values/Log.h"
 
 using namespace sumora;
 
@@ -35,6 +36,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         sheets = ods::readSheets(package, false);
     } catch (const std::exception&) {
         return 0;
+    }
+    // The fast scanner reads exactly what expat reads: the same sheets.
+    setXmlScannerEnabled(false);
+    std::vector<Sheet> byExpat = ods::readSheets(package, false);
+    setXmlScannerEnabled(true);
+    if (byExpat.size() != sheets.size()) std::abort();
+    for (size_t i = 0; i < sheets.size(); ++i) {
+        byExpat[i].id = sheets[i].id;
+        if (!(byExpat[i] == sheets[i])) std::abort();
     }
     std::vector<Sheet> again = readOdsSheets(writeOds(sheets));
     if (again.size() != sheets.size()) std::abort();

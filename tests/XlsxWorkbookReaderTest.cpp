@@ -7,12 +7,14 @@
 
 #include <atomic>
 
-#include "values/Log.h"
 #include "formats/XlsxSanitizer.h"
+#include "formats/XlsxSharedStringsReader.h"
 #include "formats/XlsxUnits.h"
 #include "formats/XlsxWorksheetReader.h"
 #include "formats/XmlReader.h"
+#include "formats/XmlScanner.h"
 #include "tests/XlsxReaderTestSupport.h"
+#include "values/Log.h"
 
 namespace sumora {
 namespace {
@@ -187,7 +189,8 @@ TEST(XlsxFailures, TextBeyondTheWorkbooksBudgetFailsCleanly) {
     zip.add("sheet.xml", worksheet(rows));
     std::string bytes = zip.finish();
     ZipReader archive(bytes);
-    std::vector<std::string> strings{std::string(100, 'x')};
+    xlsx::SharedStringTable strings;
+    strings.push_back(std::string(100, 'x'));
     // As if the workbook's earlier sheets had nearly used the budget up.
     std::atomic<int64_t> stored{xlsx::kMaxStoredTextBytes - 500};
     xlsx::WorksheetContext context;
@@ -230,8 +233,10 @@ std::string bigRows(int count, bool numberRows = true) {
 }
 
 // Reads a part whole (no threshold) or in halves if it fits (threshold 0);
-// `halves` tells whether it was.
-Sheet readPart(const std::string& xml, uint64_t splitThreshold, bool* halves = nullptr) {
+// `halves` tells whether it was. Expat reads it unless `scanned`.
+Sheet readPart(const std::string& xml, uint64_t splitThreshold, bool* halves = nullptr,
+               bool scanned = false) {
+    setXmlScannerEnabled(scanned);
     ZipWriter zip;
     zip.add("sheet.xml", xml);
     std::string bytes = zip.finish();
@@ -243,6 +248,7 @@ Sheet readPart(const std::string& xml, uint64_t splitThreshold, bool* halves = n
     context.partsReadInHalves = &readInHalves;
     Sheet sheet("S", 0, 0);
     xlsx::readWorksheet(archive, "sheet.xml", context, sheet);
+    setXmlScannerEnabled(true);
     if (halves) *halves = readInHalves == 1;
     return sheet;
 }
@@ -266,6 +272,28 @@ TEST(XlsxHalves, ReadingInHalvesGivesTheWholeReadsSheet) {
         EXPECT_EQ(halves.mergedRegions.size(), 1u);
         EXPECT_EQ(halves.columnWidths.at(1), 89.0);
     }
+}
+
+TEST(XlsxScanned, TheScannerReadsWhatExpatReads) {
+    std::string xml = worksheet(
+        bigRows(3000), R"(<dimension ref="A1:D3000"/><cols><col min="1" max="2" width="12"/></cols>)",
+        R"(<mergeCells><mergeCell ref="A1:B1"/></mergeCells>)");
+    Sheet expat = readPart(xml, UINT64_MAX);
+    Sheet scanned = readPart(xml, UINT64_MAX, nullptr, true);
+    scanned.id = expat.id;
+    EXPECT_TRUE(scanned == expat);
+    EXPECT_EQ(scanned.cell(2999, 3).value(), "row 3000");
+}
+
+TEST(XlsxScanned, ADimensionClaimingTheWholeGridCostsWhatTheCellsCost) {
+    std::string xml =
+        worksheet(R"(<row r="1"><c r="A1"><v>7</v></c></row>)", R"(<dimension ref="A1:XFD1048576"/>)");
+    Sheet sheet = readPart(xml, UINT64_MAX, nullptr, true);
+    EXPECT_EQ(sheet.cell(0, 0).value(), "7");
+    // The grid and its storage follow the cells, not the claim.
+    EXPECT_EQ(sheet.rowCount(), 500);
+    EXPECT_EQ(sheet.columnCount(), 26);
+    EXPECT_EQ(sheet.storedRowCount(), 1);
 }
 
 TEST(XlsxHalves, MalformedSecondHalfReportsTheWholeReadsError) {

@@ -146,6 +146,16 @@ def main():
                         'Target="../drawings/drawing1.xml"/><Relationship Id="p" Type="{REL}/printerSettings" '
                         'Target="../printerSettings/printerSettings1.bin"/></Relationships>'.replace("{REL}", REL)}))
 
+    # What the fast XML scanner reads (references, tabs in attributes, an
+    # inline string with phonetics) and what it leaves to expat (a comment).
+    write(out, "scanner-edges.xlsx", package(
+        [("Edges", worksheet('<row r="1" spans="1:3"><c r="A1" t="inlineStr"><is><t xml:space="preserve"> a&amp;b&#x20AC; '
+                             '</t><rPh sb="0" eb="1"><t>x</t></rPh></is></c><c r="B1" t="s" s="0"><v>1</v></c>'
+                             '<c r="C1"><f>"&lt;"&amp;"&#9;"</f><v>&lt;	</v></c></row>',
+                             '<dimension ref="A1:XFD1048576"/>'), ""),
+         ("Commented", worksheet('<!-- left to expat --><row r="2"><c r="B2"><v>3</v></c></row>'), "")],
+        {"xl/sharedStrings.xml": sst}))
+
     write(out, "doubled-declaration.xlsx", package(
         [("Sheet1", DECL + "\n" + DECL + worksheet('<row r="1"><c r="A1"><v>5</v></c></row>'), "")]))
 

@@ -1,0 +1,140 @@
+#include "formats/XmlScanner.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+using namespace sumora;
+
+namespace {
+
+// Every event as one line, with all attributes as written.
+class Transcript : public XmlHandler {
+  public:
+    std::string events;
+    void startElement(std::string_view localName, const XmlAttributes& attributes) override {
+        events += "<" + std::string(localName);
+        for (size_t i = 0; i < attributes.size(); ++i)
+            events += " " + std::string(attributes.qualifiedName(i)) + "=[" +
+                      std::string(attributes.value(i)) + "]";
+        events += "\n";
+    }
+    void endElement(std::string_view localName) override { events += ">" + std::string(localName) + "\n"; }
+    void characters(std::string_view text) override { events += "'" + std::string(text) + "'\n"; }
+};
+
+// The expat reader's transcript, or nothing when it rejects the document.
+std::optional<std::string> expatEvents(std::string_view document) {
+    Transcript t;
+    try {
+        XmlReader::parse(document, t);
+    } catch (const XmlError&) {
+        return std::nullopt;
+    }
+    return t.events;
+}
+
+// The scanner's transcript when fed in pieces of `piece` bytes, or nothing when it refuses.
+std::optional<std::string> scannerEvents(std::string_view document, size_t piece) {
+    Transcript t;
+    XmlScanner scanner(t);
+    try {
+        for (size_t at = 0; at < document.size(); at += piece)
+            scanner.feed(document.substr(at, piece));
+        scanner.finish();
+    } catch (const XmlScanner::Unsupported&) {
+        return std::nullopt;
+    }
+    return t.events;
+}
+
+const std::string kDecl = R"(<?xml version="1.0" encoding="UTF-8" standalone="yes"?>)";
+
+} // namespace
+
+// Whatever the scanner reads, expat reads the same way; what it refuses is
+// left to expat (which may well accept it). `scanned` says which side of the
+// line each document is meant to fall on.
+TEST(XmlScanner, ReadsExactlyWhatExpatReadsOrRefuses) {
+    struct Case {
+        std::string document;
+        bool scanned;
+    };
+    const std::vector<Case> cases = {
+        // Read by the scanner.
+        {kDecl + "\n<worksheet xmlns=\"urn:x\"><sheetData><row r=\"1\" spans=\"1:2\"><c r=\"A1\" "
+                 "t=\"s\"><v>0</v></c>"
+                 "<c r=\"B1\"><f>SUM(A1:A2)&lt;3</f><v>1.5</v></c></row></sheetData></worksheet>\n",
+         true},
+        {"\xEF\xBB\xBF<?xml version='1.0'?><a/>", true},
+        {"<x:a xmlns:x=\"u\" x:b='1' c=\"&quot;&apos;&amp;&gt;&lt;\"> t&#65;&#x20AC;&#x1F600; <b:c:d/></x:a>",
+         true},
+        {"<a b=\"x\ty\nz\" c='>'>l\u00e9t\u20ac\U0001F600 ]] > \n\t</a>  \n", true},
+        {"<a><b></b ><c\n/></a>", true},
+        {"<?xml version=\"1.0\" encoding=\"utf-8\"?><a>&#13;</a>", true},
+        // Left to expat though it is well-formed.
+        {"<a><![CDATA[x]]></a>", false},
+        {"<a><!-- c --></a>", false},
+        {"<a><?pi x?></a>", false},
+        {"<!DOCTYPE a [<!ENTITY e \"x\">]><a>&e;</a>", false},
+        {"<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><a/>", false},
+        {"<a>x\r\ny</a>", false},
+        {"<a b=\"1\r\"/>", false},
+        {"<\u00e9l/>", false},
+        {"<:a/>", false},
+        {"<a>" + std::string(1 << 20, 'x') + "</a>", false},
+        // Not well-formed: expat rejects them, so the scanner must too.
+        {"<a></b>", false},
+        {"<a>", false},
+        {"", false},
+        {"<a/><b/>", false},
+        {"<a/>junk", false},
+        {"x<a/>", false},
+        {" <?xml version=\"1.0\"?><a/>", false},
+        {"<a b=\"1\" b=\"2\"/>", false},
+        {"<a b=\"1\"c=\"2\"/>", false},
+        {"<a b=\"<\"/>", false},
+        {"<a b=1/>", false},
+        {"<a>&nope;</a>", false},
+        {"<a>&#0;</a>", false},
+        {"<a>&#xD800;</a>", false},
+        {"<a>&#65</a>", false},
+        {"<a>&amp</a>", false},
+        {"<a>]]></a>", false},
+        {std::string("<a>\x01</a>"), false},
+        {std::string("<a>\0</a>", 8), false},
+        {"<a>\xC3</a>", false},
+        {"<a>\xC0\x80</a>", false},
+        {"<a>\xED\xA0\x80</a>", false},
+        {"<a>\xEF\xBF\xBE</a>", false},
+        {"<a>\xF4\x90\x80\x80</a>", false},
+        {"<a/ >", false},
+        {"<a></ a>", false},
+        {"<?xml version=\"1.0\" standalone=\"maybe\"?><a/>", false},
+        {"<?xml encoding=\"UTF-8\"?><a/>", false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.document.substr(0, 120));
+        std::optional<std::string> whole = scannerEvents(c.document, c.document.size() + 1);
+        EXPECT_EQ(whole.has_value(), c.scanned);
+        if (!whole) continue;
+        EXPECT_EQ(expatEvents(c.document), whole);
+        // Input cut anywhere reads the same.
+        for (size_t piece : {1, 2, 3, 7})
+            EXPECT_EQ(scannerEvents(c.document, piece), whole) << "in pieces of " << piece;
+    }
+}
+
+TEST(XmlScanner, StopsWhenTheHandlerStops) {
+    struct StopAtB : Transcript {
+        void startElement(std::string_view name, const XmlAttributes& attributes) override {
+            Transcript::startElement(name, attributes);
+            if (name == "b") stopParsing();
+        }
+    } handler;
+    XmlScanner scanner(handler);
+    EXPECT_FALSE(scanner.feed("<a>x<b/>y<c/> not well-formed <"));
+    scanner.finish();
+    EXPECT_EQ(handler.events, "<a\n'x'\n<b\n");
+}
