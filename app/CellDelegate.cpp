@@ -63,6 +63,22 @@ const std::vector<CellOverlayPainter>& cellOverlayPainters() {
 CellDelegate::CellDelegate(SheetTableModel& model, QObject* parent)
     : QStyledItemDelegate(parent), model_(model) {}
 
+// A run is noted by its source cell and by each empty cell it crosses; one note is kept.
+void CellDelegate::noteOverflowRun(const QWidget* view, OverflowRun run) const {
+    for (const auto& [noted, existing] : overflowRuns_)
+        if (noted == view && existing.row == run.row && existing.area == run.area) return;
+    overflowRuns_.emplace_back(view, std::move(run));
+}
+
+// Runs of other views (frozen panes share this delegate) are dropped with the rest.
+std::vector<CellDelegate::OverflowRun> CellDelegate::takeOverflowRuns(const QWidget* view) const {
+    std::vector<OverflowRun> runs;
+    for (auto& [noted, run] : overflowRuns_)
+        if (noted == view) runs.push_back(std::move(run));
+    overflowRuns_.clear();
+    return runs;
+}
+
 void CellDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
                          const QModelIndex& index) const {
     const CellAppearance a = model_.appearance(index);
@@ -105,9 +121,13 @@ void CellDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
                 text = QString(std::max(1, textRect.width() / hashWidth), QLatin1Char('#'));
             }
         }
-        if (view && sheet && mayOverflow(a))
-            textRect = overflowRect(*view, *sheet, index.row(), index.column(), r, a, p.fontMetrics())
-                           .adjusted(kTextPadding, 0, -kTextPadding, 0);
+        if (view && sheet && mayOverflow(a)) {
+            const QRect area =
+                overflowRect(*view, *sheet, index.row(), index.column(), r, a, p.fontMetrics());
+            textRect = area.adjusted(kTextPadding, 0, -kTextPadding, 0);
+            if (area != r)
+                noteOverflowRun(view, {index.row(), area, textRect, flags, text, a.font, a.textColor});
+        }
         p.setClipRect(r);
         p.drawText(textRect, flags, text);
         p.restore();
@@ -121,10 +141,12 @@ void CellDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
             p.setFont(s.font);
             const QRect run = overflowRect(*view, *sheet, index.row(), source, own, s, p.fontMetrics());
             if (run.intersects(r)) {
+                const QRect textRect = run.adjusted(kTextPadding, 0, -kTextPadding, 0);
+                const int flags = static_cast<int>(s.alignment) | Qt::TextSingleLine;
                 p.setPen(s.textColor);
                 p.setClipRect(r);
-                p.drawText(run.adjusted(kTextPadding, 0, -kTextPadding, 0),
-                           static_cast<int>(s.alignment) | Qt::TextSingleLine, s.text);
+                p.drawText(textRect, flags, s.text);
+                noteOverflowRun(view, {index.row(), run, textRect, flags, s.text, s.font, s.textColor});
             }
             p.restore();
         }

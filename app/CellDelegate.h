@@ -2,9 +2,11 @@
 // Paints one cell from its CellAppearance (fill, data bar, text through its
 // number format, borders, comment mark) and edits it in a line edit with
 // formula autocomplete.
+#include <QFont>
 #include <QPersistentModelIndex>
 #include <QStyledItemDelegate>
 #include <optional>
+#include <vector>
 
 class QLineEdit;
 
@@ -25,6 +27,20 @@ class CellDelegate : public QStyledItemDelegate {
     void setModelData(QWidget* editor, QAbstractItemModel* model, const QModelIndex& index) const override;
     void updateEditorGeometry(QWidget* editor, const QStyleOptionViewItem& option,
                               const QModelIndex& index) const override;
+
+    // Text that ran on over empty neighbours during the last paint of a
+    // view. The view draws its grid lines after the cells, so it redraws
+    // these runs where they cross a column's grid line.
+    struct OverflowRun {
+        int row = 0;
+        QRect area; // the cells the text covers
+        QRect textRect;
+        int flags = 0;
+        QString text;
+        QFont font;
+        QColor color;
+    };
+    std::vector<OverflowRun> takeOverflowRuns(const QWidget* view) const;
 
     // The next editor starts from this text instead of the cell's content
     // (type-to-edit replaces what the cell held).
@@ -47,7 +63,10 @@ class CellDelegate : public QStyledItemDelegate {
     // Arrows, and Ctrl+; or Ctrl+Shift+;, in the editor; true when consumed.
     bool handleEditorKey(QLineEdit* edit, QKeyEvent* key);
 
+    void noteOverflowRun(const QWidget* view, OverflowRun run) const;
+
     SheetTableModel& model_;
+    mutable std::vector<std::pair<const QWidget*, OverflowRun>> overflowRuns_;
     mutable std::optional<QString> pendingText_;
     mutable QPersistentModelIndex editedIndex_;
     // Typing over a cell starts an entry, whose arrows commit and move; F2 and

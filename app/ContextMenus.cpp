@@ -94,12 +94,12 @@ void showHeaderMenu(MainWindow& window, Qt::Orientation orientation, const QPoin
         menu.setObjectName(QStringLiteral("rowHeaderContextMenu"));
         addActions(menu, window,
                    {"cut", "copy", "paste", "", "insertRowAbove", "deleteRow", "clearContents", "",
-                    "formatCells", "rowHeight"});
+                    "formatCells", "rowHeight", "hideRows", "unhideRows"});
     } else {
         menu.setObjectName(QStringLiteral("columnHeaderContextMenu"));
         addActions(menu, window,
                    {"cut", "copy", "paste", "", "insertColumnLeft", "deleteColumn", "clearContents", "",
-                    "formatCells", "columnWidth"});
+                    "formatCells", "columnWidth", "hideColumns", "unhideColumns"});
     }
     menu.exec(globalPos);
 }
@@ -189,6 +189,25 @@ void installContextMenus(MainWindow& window) {
         add("rowHeight", QObject::tr("Row Height…"), [&window] { askRowHeight(window); });
         add("columnWidth", QObject::tr("Column Width…"), [&window] { askColumnWidth(window); });
         add("editComment", QObject::tr("Comment…"), [&window] { askComment(window); });
+        format->addSeparator();
+        // Unhide acts on the hidden lines inside the selection, so selecting
+        // the neighbours of a hidden row (or the whole sheet) brings it back.
+        auto hiding = [&window](bool rows, bool hidden) {
+            return [&window, rows, hidden] {
+                if (rows)
+                    window.editor().setSelectedRowsHidden(hidden);
+                else
+                    window.editor().setSelectedColumnsHidden(hidden);
+                window.markEdited();
+                window.documentChanged();
+            };
+        };
+        add("hideRows", QObject::tr("Hide Rows"), hiding(true, true));
+        format->actions().constLast()->setShortcut(QKeySequence(QStringLiteral("Ctrl+9")));
+        add("unhideRows", QObject::tr("Unhide Rows"), hiding(true, false));
+        format->actions().constLast()->setShortcut(QKeySequence(QStringLiteral("Ctrl+Shift+9")));
+        add("hideColumns", QObject::tr("Hide Columns"), hiding(false, true));
+        add("unhideColumns", QObject::tr("Unhide Columns"), hiding(false, false));
     }
 
     // A scroll area reports its viewport's right-clicks, in viewport coordinates.

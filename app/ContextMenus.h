@@ -2,7 +2,8 @@
 // Right-click menus of a document window: on cells, on row and column
 // headers and on charts (the sheet tabs bring their own). Each entry runs
 // the same action or command as the menu bar, so both behave alike. Also
-// adds Row Height… and Column Width… to the Format menu.
+// adds Row Height…, Column Width… and Hide/Unhide of rows and columns to
+// the Format menu.
 class QMenu;
 class QString;
 

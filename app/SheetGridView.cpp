@@ -281,7 +281,33 @@ void SheetGridView::paintEvent(QPaintEvent* event) {
     model_.appearances().beginPaint(model_.sheet());
     QTableView::paintEvent(event);
     QPainter painter(viewport());
+    paintOverflowOverGridLines(painter);
     paintDecorations(*this, painter);
+}
+
+// Text running on over empty neighbours is not crossed by their grid lines:
+// where a run crosses a column boundary, the line's pixel column is painted
+// again as the neighbour's background with the text over it.
+void SheetGridView::paintOverflowOverGridLines(QPainter& painter) const {
+    const int columns = model_.columnCount();
+    for (const CellDelegate::OverflowRun& run : delegate_->takeOverflowRuns(this)) {
+        if (!showGrid()) continue;
+        const int top = rowViewportPosition(run.row), height = rowHeight(run.row) - 1;
+        for (int c = std::max(0, columnAt(std::max(0, run.area.left()))); c >= 0 && c + 1 < columns; ++c) {
+            const int seamX = columnViewportPosition(c) + columnWidth(c) - 1;
+            if (seamX >= run.area.right() || seamX >= viewport()->width()) break;
+            if (isColumnHidden(c) || seamX < run.area.left()) continue;
+            const QRect seam(seamX, top, 1, height);
+            const QColor fill = model_.appearance(model_.index(run.row, c + 1)).fill;
+            painter.save();
+            painter.setClipRect(seam);
+            painter.fillRect(seam, fill.isValid() ? fill : viewport()->palette().color(QPalette::Base));
+            painter.setFont(run.font);
+            painter.setPen(run.color);
+            painter.drawText(run.textRect, run.flags, run.text);
+            painter.restore();
+        }
+    }
 }
 
 void SheetGridView::paintDecorations(QTableView& view, QPainter& painter) const {

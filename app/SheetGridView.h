@@ -77,6 +77,7 @@ class SheetGridView : public QTableView {
     // Draws the selection outline (and, on this view, the fill handle) and
     // the picked range over `view`'s viewport.
     void paintDecorations(QTableView& view, QPainter& painter) const;
+    void paintOverflowOverGridLines(QPainter& painter) const;
     // After a cell editor closed with `hint`: Enter moves down, Tab right.
     void moveAfterEdit(QAbstractItemDelegate::EndEditHint hint);
     std::optional<SelectionRange> selectedRange() const;

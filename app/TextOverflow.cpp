@@ -42,7 +42,17 @@ bool mayOverflow(const CellAppearance& a) {
 
 QRect overflowRect(const QTableView& view, const Sheet& sheet, int row, int col, const QRect& cell,
                    const CellAppearance& a, const QFontMetrics& metrics) {
-    if (!mayOverflow(a) || view.columnSpan(row, col) > 1) return cell;
+    if (!mayOverflow(a)) return cell;
+    // Most texts fit or have a value beside them: both are told without
+    // measuring the text, which is the costly part of painting a cell.
+    const auto textLength = static_cast<int64_t>(a.text.size());
+    if (textLength * metrics.maxWidth() + 2 * kTextPadding <= cell.width()) return cell;
+    const bool leftward = a.alignment & (Qt::AlignRight | Qt::AlignHCenter);
+    const bool rightward = !(a.alignment & Qt::AlignRight);
+    if (!(rightward && isEmpty(sheet, row, col + 1)) &&
+        !(leftward && col > 0 && isEmpty(sheet, row, col - 1)))
+        return cell;
+    if (view.columnSpan(row, col) > 1) return cell;
     const int needed = metrics.horizontalAdvance(a.text) + 2 * kTextPadding - cell.width();
     if (needed <= 0) return cell;
     QRect r = cell;

@@ -15,6 +15,7 @@
 //   EditorClipboard.cpp    — copy, cut, paste of copied cells, paste special, clear contents, fill handle
 //   EditorDataTools.cpp    — sort, filter, find and replace, text to columns, remove duplicates
 //   EditorWhatIf.cpp       — goal seek, solver, scenarios
+//   EditorLineVisibility.cpp — hiding and showing rows and columns
 //   SumoraEditorView.cpp   — calculators, and the undo steps of changed cells
 #include <cstdint>
 #include <functional>
@@ -131,6 +132,13 @@ class SumoraEditorView {
     void setNumberFormat(std::optional<std::string> code, int64_t numberFormatId = 0);
     void clearFormatting();
 
+    // ---- hiding rows and columns (EditorLineVisibility.cpp) -----------------
+    // Hides or shows the rows (columns) of the selection, else of the active
+    // cell. Only the sheet's hidden flags change: no cell, size or formula
+    // moves. One undo step when something changed.
+    void setSelectedRowsHidden(bool hidden);
+    void setSelectedColumnsHidden(bool hidden);
+
     // ---- clipboard (EditorClipboard.cpp) -----------------------------------
     void copySelection();
     void cutSelection();
@@ -212,6 +220,9 @@ class SumoraEditorView {
     bool pasteCopiedCells(PasteMode mode);
     // Cells a command acts on: the selection, else the active cell.
     std::optional<SelectionRange> targetRange() const;
+    // Adds [first, last] to the active sheet's `lines` or removes it, as one undo step.
+    void setLinesHidden(LineSet Sheet::*lines, int64_t first, int64_t last, bool hidden,
+                        std::string actionName);
     // Moves to match `index` of the last search and names it in the status.
     void showMatch(size_t index);
 

@@ -1,8 +1,8 @@
 // How cell text takes its room: long text runs on over empty neighbours
 // (right for left-aligned, left for right-aligned) and stops at the next
-// value, even when only the neighbour is repainted; wrapped text makes its
-// row taller and unwrapping shrinks it back; the default font is the
-// settings' font.
+// value, even when only the neighbour is repainted, and no grid line crosses
+// it; wrapped text makes its row taller and unwrapping shrinks it back; the
+// default font is the settings' font.
 #include <QAction>
 #include <QImage>
 
@@ -63,9 +63,30 @@ class CellTextLayoutTest : public QObject {
         QVERIFY(inkIn(1, 1) < inkIn(0, 1) / 2);
     }
 
+    void gridLinesDoNotCrossTextThatRunsOn() {
+        // Pixels of the grid line right of column `col` in row `row` that show the grid's colour.
+        const QImage image = grid()->viewport()->grab().toImage();
+        auto linePixels = [&](int row, int col) {
+            const int x = grid()->columnViewportPosition(col) + grid()->columnWidth(col) - 1;
+            int count = 0;
+            for (int y = grid()->rowViewportPosition(row) + 2; y < grid()->rowViewportPosition(row + 1) - 2;
+                 ++y)
+                if (image.pixel(x, y) == QColor(0xD2, 0xD2, 0xD7).rgb()) ++count;
+            return count;
+        };
+        const int fullLine = grid()->rowHeight(5) - 4;
+        QCOMPARE(linePixels(5, 0), fullLine); // an empty row keeps its lines
+        QCOMPARE(linePixels(1, 0), fullLine); // A2 stops at B2's value: the line stays
+        QCOMPARE(linePixels(0, 0), 0);        // A1 runs over B1 and C1: no line between them
+        QCOMPARE(linePixels(0, 1), 0);
+        QCOMPARE(linePixels(3, 3), 0); // right-aligned E4 runs left over D4
+        QCOMPARE(linePixels(3, 4), fullLine);
+    }
+
     void wrappedTextGrowsItsRowAndUnwrappingShrinksIt() {
         const int standard = grid()->rowHeight(0);
-        window->editor().setCellValue({0, 0}, "words that need several lines in a column of the default width");
+        window->editor().setCellValue({0, 0},
+                                      "words that need several lines in a column of the default width");
         window->documentChanged();
         QCOMPARE(grid()->rowHeight(0), standard);
         grid()->selectCell(0, 0);

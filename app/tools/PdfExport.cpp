@@ -6,6 +6,7 @@
 
 #if SUMORA_HAVE_QT_PRINTSUPPORT
 #include <QPrintDialog>
+#include <QPrintPreviewDialog>
 #include <QPrinter>
 #endif
 
@@ -86,6 +87,25 @@ void printActiveSheet(DocumentContext& context, const PageSetup& setup) {
     SheetPrinter printer = makeSheetPrinter(context, setup);
     const int pages = paintPages(printer, device);
     Log::info("Printed " + std::to_string(pages) + " page(s)");
+#else
+    (void)context;
+    (void)setup;
+#endif
+}
+
+void previewActiveSheet(DocumentContext& context, const PageSetup& setup) {
+#if SUMORA_HAVE_QT_PRINTSUPPORT
+    QPrinter device(QPrinter::HighResolution);
+    device.setPageLayout(setup.pageLayout());
+    device.setDocName(context.documentTitle());
+    QPrintPreviewDialog dialog(&device, context.window());
+    dialog.setObjectName(QStringLiteral("printPreview"));
+    dialog.setWindowTitle(QObject::tr("Print Preview"));
+    QObject::connect(&dialog, &QPrintPreviewDialog::paintRequested, &dialog, [&context, &setup](QPrinter* p) {
+        SheetPrinter printer = makeSheetPrinter(context, setup);
+        paintPages(printer, *p);
+    });
+    dialog.exec();
 #else
     (void)context;
     (void)setup;

@@ -28,5 +28,8 @@ int paintPages(SheetPrinter& printer, QPagedPaintDevice& device);
 
 // Shows the system print dialog and prints the active sheet.
 void printActiveSheet(DocumentContext& context, const PageSetup& setup);
+// Shows the pages of the active sheet in a print preview, from which they
+// can be printed.
+void previewActiveSheet(DocumentContext& context, const PageSetup& setup);
 
 } // namespace sumora::app

@@ -37,6 +37,12 @@ std::vector<std::pair<int64_t, int64_t>> runs(int64_t first, int64_t count, doub
     return out;
 }
 
+bool insideMerge(const Sheet& sheet, int64_t row, int64_t col) {
+    for (const MergedRegion& m : sheet.mergedRegions)
+        if (m.startCol <= col && col <= m.endCol && m.startRow <= row && row <= m.endRow) return true;
+    return false;
+}
+
 } // namespace
 
 SheetPrinter::SheetPrinter(const Sheet& sheet, const PageSetup& setup, CellRenderDefaults defaults,
@@ -70,6 +76,10 @@ double SheetPrinter::rowHeight(int64_t row) const {
     return (it != sheet_.rowHeights.end() ? it->second : kDefaultRowHeight) * kPointsPerPixel * setup_.scale;
 }
 
+bool SheetPrinter::rowShown(int64_t row) const {
+    return !sheet_.hiddenRows.contains(row) && (!rowVisible_ || rowVisible_(row));
+}
+
 bool SheetPrinter::repeatsHeader(const Page& page) const {
     return setup_.repeatHeaderRow && page.firstRow > 0 && rowShown(0);
 }
@@ -80,7 +90,7 @@ void SheetPrinter::paginate(const QSizeF& content) {
     const double height = std::max(10.0, content.height() - kFooterHeight);
     const auto columnRuns = runs(
         0, cols_, content.width(), [this](int64_t c) { return columnWidth(c); },
-        [](int64_t) { return true; });
+        [this](int64_t c) { return columnShown(c); });
     // The first run of rows has the whole height; later ones lose the header row to the repeat.
     std::vector<std::pair<int64_t, int64_t>> rowRuns;
     const double header = setup_.repeatHeaderRow ? rowHeight(0) : 0;
@@ -103,24 +113,37 @@ void SheetPrinter::paintPage(QPainter& p, int pageIndex, double fontScale) {
     if (pageIndex < 0 || pageIndex >= static_cast<int>(pages_.size())) return;
     const Page& page = pages_[static_cast<size_t>(pageIndex)];
     appearances_.beginPaint(&sheet_);
-    p.save();
-    p.setClipRect(QRectF(QPointF(0, 0), QSizeF(content_.width(), content_.height() - kFooterHeight)));
-    double y = 0;
+    Placed rows, cols;
+    double y = 0, x = 0;
     if (repeatsHeader(page)) {
-        paintRow(p, page, 0, y, fontScale);
+        rows.emplace_back(0, y);
         y += rowHeight(0);
     }
-    for (int64_t row = page.firstRow; row <= page.lastRow; ++row) {
-        if (!rowShown(row)) continue;
-        paintRow(p, page, row, y, fontScale);
-        y += rowHeight(row);
-    }
+    for (int64_t row = page.firstRow; row <= page.lastRow; ++row)
+        if (rowShown(row)) {
+            rows.emplace_back(row, y);
+            y += rowHeight(row);
+        }
+    for (int64_t col = page.firstCol; col <= page.lastCol; ++col)
+        if (columnShown(col)) {
+            cols.emplace_back(col, x);
+            x += columnWidth(col);
+        }
+
+    p.save();
+    p.setClipRect(QRectF(QPointF(0, 0), QSizeF(content_.width(), content_.height() - kFooterHeight)));
+    for (const auto& [row, top] : rows)
+        for (const auto& [col, left] : cols)
+            paintCell(p, QRectF(left, top, columnWidth(col), rowHeight(row)), row, col,
+                      insideMerge(sheet_, row, col), fontScale);
+    paintMerges(p, rows, cols, fontScale);
     if (setup_.includeCharts) paintCharts(p, page);
     p.restore();
 
-    // Footer: the title and the page number, small and grey.
+    // Footer: the title and the page number, small and grey, in a font of its
+    // own rather than the painter's inherited one.
     p.save();
-    QFont footer = p.font();
+    QFont footer(QStringLiteral("Sans Serif"));
     footer.setPointSizeF(8 * fontScale);
     p.setFont(footer);
     p.setPen(QColor(0x80, 0x80, 0x80));
@@ -130,48 +153,97 @@ void SheetPrinter::paintPage(QPainter& p, int pageIndex, double fontScale) {
     p.restore();
 }
 
-void SheetPrinter::paintRow(QPainter& p, const Page& page, int64_t row, double y, double fontScale) {
-    const double height = rowHeight(row);
-    double x = 0;
-    for (int64_t col = page.firstCol; col <= page.lastCol; ++col) {
-        const double width = columnWidth(col);
-        const QRectF r(x, y, width, height);
-        x += width;
-        const CellAppearance a = appearances_.build(sheet_, row, col);
-        if (a.fill.isValid()) p.fillRect(r, a.fill);
-        if (a.dataBarFraction) {
-            QRectF bar = r.adjusted(1, 2, -1, -2);
-            bar.setWidth(bar.width() * std::clamp(*a.dataBarFraction, 0.0, 1.0));
-            QColor color = a.dataBarColor;
-            color.setAlpha(170);
-            p.fillRect(bar, color);
+// A cell inside a merged region gets only its own fill here: the region's
+// box, text and grid line are drawn over it by paintMerges.
+void SheetPrinter::paintCell(QPainter& p, const QRectF& r, int64_t row, int64_t col, bool inMerge,
+                             double fontScale) {
+    if (inMerge) return;
+    const CellAppearance a = appearances_.build(sheet_, row, col);
+    if (a.fill.isValid()) p.fillRect(r, a.fill);
+    if (a.dataBarFraction) {
+        QRectF bar = r.adjusted(1, 2, -1, -2);
+        bar.setWidth(bar.width() * std::clamp(*a.dataBarFraction, 0.0, 1.0));
+        QColor color = a.dataBarColor;
+        color.setAlpha(170);
+        p.fillRect(bar, color);
+    }
+    if (setup_.showGridLines) {
+        p.setPen(QPen(QColor(0xD2, 0xD2, 0xD7), 0.5));
+        p.drawRect(r);
+    }
+    paintText(p, r, a, fontScale);
+    if (const Sparkline* s = sparklineAt(sheet_, {col, row})) paintSparkline(p, r, *s, sheet_);
+}
+
+void SheetPrinter::paintText(QPainter& p, const QRectF& r, const CellAppearance& a, double fontScale) {
+    if (!a.text.isEmpty()) {
+        p.save();
+        QFont font = a.font;
+        font.setPointSizeF(font.pointSizeF() * setup_.scale * fontScale);
+        p.setFont(font);
+        p.setPen(a.textColor);
+        p.setClipRect(r, Qt::IntersectClip);
+        int flags = static_cast<int>(a.alignment) | (a.wrap ? Qt::TextWordWrap : Qt::TextSingleLine);
+        p.drawText(r.adjusted(kTextPadding, 0, -kTextPadding, 0), flags, a.text);
+        p.restore();
+    }
+    if (a.borderTop || a.borderBottom || a.borderLeft || a.borderRight || a.thickBottom) {
+        p.setPen(QPen(Qt::black, 0.75));
+        if (a.borderTop) p.drawLine(r.topLeft(), r.topRight());
+        if (a.borderLeft) p.drawLine(r.topLeft(), r.bottomLeft());
+        if (a.borderRight) p.drawLine(r.topRight(), r.bottomRight());
+        if (a.borderBottom || a.thickBottom) {
+            p.setPen(QPen(Qt::black, a.thickBottom ? 1.5 : 0.75));
+            p.drawLine(r.bottomLeft(), r.bottomRight());
         }
+    }
+}
+
+// Each merged region that reaches the page is one box with the top-left
+// cell's fill, text and borders. A region cut by the page edge is placed
+// where it would stand whole, so each page shows its part of the text.
+void SheetPrinter::paintMerges(QPainter& p, const Placed& rows, const Placed& cols, double fontScale) {
+    if (rows.empty() || cols.empty()) return;
+    // The start of the box along one axis: the first printed line inside it,
+    // less the shown lines of the region before that line.
+    auto boxStart = [](const Placed& placed, int64_t first, int64_t last, auto shown, auto size,
+                       double* start) {
+        for (const auto& [line, at] : placed) {
+            if (line < first || line > last) continue;
+            double before = 0;
+            for (int64_t i = first; i < line; ++i)
+                if (shown(i)) before += size(i);
+            *start = at - before;
+            return true;
+        }
+        return false;
+    };
+    auto span = [](int64_t first, int64_t last, auto shown, auto size) {
+        double total = 0;
+        for (int64_t i = first; i <= last; ++i)
+            if (shown(i)) total += size(i);
+        return total;
+    };
+    auto rowShownAt = [this](int64_t r) { return rowShown(r); };
+    auto colShownAt = [this](int64_t c) { return columnShown(c); };
+    auto height = [this](int64_t r) { return rowHeight(r); };
+    auto width = [this](int64_t c) { return columnWidth(c); };
+    for (const MergedRegion& m : sheet_.mergedRegions) {
+        double top = 0, left = 0;
+        if (!boxStart(rows, m.startRow, m.endRow, rowShownAt, height, &top) ||
+            !boxStart(cols, m.startCol, m.endCol, colShownAt, width, &left))
+            continue;
+        // Regions of a whole row or column stop at the printed range.
+        const int64_t lastRow = std::min(m.endRow, rows_ - 1), lastCol = std::min(m.endCol, cols_ - 1);
+        const QRectF box(left, top, span(m.startCol, lastCol, colShownAt, width),
+                         span(m.startRow, lastRow, rowShownAt, height));
+        const CellAppearance a = appearances_.build(sheet_, m.startRow, m.startCol);
+        p.fillRect(box, a.fill.isValid() ? a.fill : QColor(Qt::white));
         if (setup_.showGridLines) {
             p.setPen(QPen(QColor(0xD2, 0xD2, 0xD7), 0.5));
-            p.drawRect(r);
+            p.drawRect(box);
         }
-        if (!a.text.isEmpty()) {
-            p.save();
-            QFont font = a.font;
-            font.setPointSizeF(font.pointSizeF() * setup_.scale * fontScale);
-            p.setFont(font);
-            p.setPen(a.textColor);
-            p.setClipRect(r, Qt::IntersectClip);
-            int flags = static_cast<int>(a.alignment) | (a.wrap ? Qt::TextWordWrap : Qt::TextSingleLine);
-            p.drawText(r.adjusted(kTextPadding, 0, -kTextPadding, 0), flags, a.text);
-            p.restore();
-        }
-        if (a.borderTop || a.borderBottom || a.borderLeft || a.borderRight || a.thickBottom) {
-            p.setPen(QPen(Qt::black, 0.75));
-            if (a.borderTop) p.drawLine(r.topLeft(), r.topRight());
-            if (a.borderLeft) p.drawLine(r.topLeft(), r.bottomLeft());
-            if (a.borderRight) p.drawLine(r.topRight(), r.bottomRight());
-            if (a.borderBottom || a.thickBottom) {
-                p.setPen(QPen(Qt::black, a.thickBottom ? 1.5 : 0.75));
-                p.drawLine(r.bottomLeft(), r.bottomRight());
-            }
-        }
-        if (const Sparkline* s = sparklineAt(sheet_, {col, row})) paintSparkline(p, r, *s, sheet_);
+        paintText(p, box, a, fontScale);
     }
 }
 

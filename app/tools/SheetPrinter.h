@@ -2,9 +2,10 @@
 // Lays a sheet out on pages and paints them: the used range (grown to take
 // in the charts) cut into pages down, then across; cells drawn as the grid
 // draws them (number formats, fonts, fills, conditional formats, data bars,
-// borders, sparklines), optional grid lines, the first row repeated at the
-// top of each page when asked, charts at their anchors, and a footer with
-// the title and page number. Painting is in points from the page's content
+// borders, sparklines), merged cells as one box with their text across it,
+// optional grid lines, hidden rows and columns left out, the first row
+// repeated at the top of each page when asked, charts at their anchors, and
+// a footer with the title and page number. Painting is in points from the page's content
 // corner; the PDF export and the printer set up the painter.
 #include <QString>
 #include <functional>
@@ -42,9 +43,14 @@ class SheetPrinter {
   private:
     double columnWidth(int64_t col) const;
     double rowHeight(int64_t row) const;
-    bool rowShown(int64_t row) const { return !rowVisible_ || rowVisible_(row); }
+    // Where each printed line of a page starts, in points from the content corner.
+    using Placed = std::vector<std::pair<int64_t, double>>;
+    bool rowShown(int64_t row) const;
+    bool columnShown(int64_t col) const { return !sheet_.hiddenColumns.contains(col); }
     bool repeatsHeader(const Page& page) const;
-    void paintRow(QPainter& p, const Page& page, int64_t row, double y, double fontScale);
+    void paintCell(QPainter& p, const QRectF& r, int64_t row, int64_t col, bool inMerge, double fontScale);
+    void paintText(QPainter& p, const QRectF& r, const CellAppearance& a, double fontScale);
+    void paintMerges(QPainter& p, const Placed& rows, const Placed& cols, double fontScale);
     void paintCharts(QPainter& p, const Page& page);
 
     const Sheet& sheet_;

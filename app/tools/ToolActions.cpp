@@ -104,6 +104,9 @@ void ToolHost::buildMenus(QMenuBar* bar) {
         },
         close);
     addTool(
+        file, o, QStringLiteral("printPreview"), tr("Print Preview…"), {},
+        [this] { previewActiveSheet(context_, pageSetup_); }, close);
+    addTool(
         file, o, QStringLiteral("print"), tr("Print…"), QKeySequence::Print,
         [this] { printActiveSheet(context_, pageSetup_); }, close);
     if (close) file->insertSeparator(close);

@@ -1,0 +1,120 @@
+// Hide and Unhide of rows and columns from the header context menus, the
+// Format menu and Ctrl+9, with undo: only the hidden flags change.
+#include <QHeaderView>
+#include <QMenu>
+#include <QTimer>
+
+#include "AppTestSupport.h"
+
+using namespace sumora;
+using namespace sumora::app;
+using namespace sumora::app::test;
+
+class HideUnhideTest : public QObject {
+    Q_OBJECT
+
+    MainWindow* window = nullptr;
+    SheetGridView* grid() { return window->grid(); }
+    Sheet& sheet() { return window->document().sheets[0]; }
+
+    // Right-clicks `pos` in `header` and chooses the entry named `action`.
+    void chooseFromHeaderMenu(QHeaderView* header, const QPoint& pos, const QString& action) {
+        bool chosen = false;
+        QTimer::singleShot(0, [&] {
+            auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+            if (!menu) return;
+            for (QAction* a : menu->actions())
+                if (a->objectName() == action) {
+                    menu->setActiveAction(a);
+                    QTest::keyClick(menu, Qt::Key_Return);
+                    chosen = true;
+                    return;
+                }
+            menu->close();
+        });
+        QContextMenuEvent event(QContextMenuEvent::Mouse, pos, header->viewport()->mapToGlobal(pos));
+        QApplication::sendEvent(header->viewport(), &event);
+        QApplication::processEvents();
+        QVERIFY2(chosen, qPrintable(action));
+    }
+
+    QPoint rowHeaderPoint(int row) {
+        QHeaderView* rows = grid()->verticalHeader();
+        return {rows->width() / 2, rows->sectionViewportPosition(row) + 3};
+    }
+    QPoint columnHeaderPoint(int col) {
+        QHeaderView* columns = grid()->horizontalHeader();
+        return {columns->sectionViewportPosition(col) + 3, columns->height() / 2};
+    }
+
+  private slots:
+    void init() {
+        window = openWindow();
+        for (int r = 0; r < 6; ++r)
+            window->editor().setCellValue({0, r}, "r" + std::to_string(r + 1));
+        window->editor().setCellValue({4, 0}, "=A5");
+        window->documentChanged();
+    }
+    void cleanup() { discardWindow(window); }
+
+    void rowHeaderMenuHidesAndUnhidesRows() {
+        QHeaderView* rows = grid()->verticalHeader();
+        chooseFromHeaderMenu(rows, rowHeaderPoint(4), QStringLiteral("hideRows"));
+        QVERIFY(rows->isSectionHidden(4));
+        QVERIFY(sheet().hiddenRows.contains(4));
+        QCOMPARE(sheet().hiddenRows.countWithin(0, 1048575), int64_t{1});
+        // Nothing moved: the cells and the formula that reads the hidden row stay.
+        QCOMPARE(shown(window, 4, 0), QStringLiteral("r5"));
+        QCOMPARE(shown(window, 0, 4), QStringLiteral("r5"));
+
+        // Selecting the neighbours (rows 4 to 6) and Unhide shows it.
+        grid()->selectRange(3, 0, 5, 16383);
+        chooseFromHeaderMenu(rows, rowHeaderPoint(5), QStringLiteral("unhideRows"));
+        QVERIFY(!rows->isSectionHidden(4));
+        QVERIFY(sheet().hiddenRows.empty());
+
+        // Undo takes back the unhide, then the hide.
+        QApplication::setActiveWindow(window); // back from the popup menu
+        QVERIFY(QTest::qWaitForWindowActive(window));
+        pressKey(grid(), Qt::Key_Z, Qt::ControlModifier);
+        QVERIFY(rows->isSectionHidden(4));
+        pressKey(grid(), Qt::Key_Z, Qt::ControlModifier);
+        QVERIFY(!rows->isSectionHidden(4));
+        QVERIFY(sheet().hiddenRows.empty());
+    }
+
+    void columnHeaderMenuAndFormatMenuHideColumns() {
+        QHeaderView* columns = grid()->horizontalHeader();
+        const double widthOfC = 140;
+        sheet().columnWidths[2] = widthOfC;
+        grid()->selectRange(0, 1, 1048575, 3);
+        chooseFromHeaderMenu(columns, columnHeaderPoint(2), QStringLiteral("hideColumns"));
+        for (int c : {1, 2, 3})
+            QVERIFY(columns->isSectionHidden(c));
+        QVERIFY(!columns->isSectionHidden(0) && !columns->isSectionHidden(4));
+        QCOMPARE(sheet().columnWidths.at(2), widthOfC); // widths are kept for unhiding
+
+        // The whole sheet selected (Ctrl+A twice) and Format ▸ Unhide Columns.
+        pressKey(grid(), Qt::Key_A, Qt::ControlModifier);
+        pressKey(grid(), Qt::Key_A, Qt::ControlModifier);
+        window->action(QStringLiteral("unhideColumns"))->trigger();
+        QVERIFY(sheet().hiddenColumns.empty());
+        QVERIFY(!columns->isSectionHidden(2));
+        QCOMPARE(columns->sectionSize(2), static_cast<int>(widthOfC * grid()->zoom()));
+    }
+
+    void ctrlNineHidesTheActiveCellsRow() {
+        grid()->selectCell(2, 0);
+        pressKey(grid(), Qt::Key_9, Qt::ControlModifier);
+        QVERIFY(sheet().hiddenRows.contains(2));
+        QCOMPARE(sheet().hiddenRows.countWithin(0, 1048575), int64_t{1});
+        // Unhide with nothing hidden in the selection changes nothing and adds no undo step.
+        grid()->selectCell(0, 0);
+        window->action(QStringLiteral("unhideRows"))->trigger();
+        pressKey(grid(), Qt::Key_Z, Qt::ControlModifier);
+        QVERIFY(sheet().hiddenRows.empty());
+    }
+};
+
+SUMORA_APP_TEST_MAIN(HideUnhideTest)
+#include "HideUnhideTest.moc"
