@@ -98,7 +98,7 @@ const QFont& CellAppearanceBuilder::fontFor(const CellFormat* handle, const Cell
     return *fonts_.insert(handle, font);
 }
 
-QString CellAppearanceBuilder::displayText(const Sheet& sheet, int64_t row, int64_t col, bool* isNumber,
+QString CellAppearanceBuilder::displayText(const Sheet& sheet, CellPosition at, bool* isNumber,
                                            QColor* formatColor, CellAppearance* fill) {
     const Cell& cell = sheet.cell(at.row, at.col);
     const std::string_view display = cell.displayValue();
@@ -128,13 +128,13 @@ QString CellAppearanceBuilder::displayText(const Sheet& sheet, int64_t row, int6
     return QString::fromStdString(rendered.text);
 }
 
-CellAppearance CellAppearanceBuilder::build(const Sheet& sheet, int64_t row, int64_t col) {
+CellAppearance CellAppearanceBuilder::build(const Sheet& sheet, CellPosition at) {
     CellAppearance a;
     const Cell& cell = sheet.cell(at.row, at.col);
     const CellFormat& format = cell.format();
 
     QColor formatColor;
-    a.text = displayText(sheet, row, col, &a.isNumber, &formatColor, &a);
+    a.text = displayText(sheet, at, &a.isNumber, &formatColor, &a);
     if (a.isNumber) {
         a.number = parseStrictNumber(cell.displayValue()).value_or(0);
         const auto& code = format.numberFormat;
@@ -155,15 +155,15 @@ CellAppearance CellAppearanceBuilder::build(const Sheet& sheet, int64_t row, int
     a.borderRight = format.borderRight;
     a.thickBottom = format.borderThickBottom;
     a.isSpillResult = cell.isSpillResult();
-    if (!sheet.cellComments.empty()) a.hasComment = sheet.cellComments.count(cellAddress({col, row})) > 0;
-    if (!sheet.hyperlinks.empty() && sheet.hyperlinks.count(cellAddress({col, row})) > 0) {
+    if (!sheet.cellComments.empty()) a.hasComment = sheet.cellComments.count(cellAddress(at)) > 0;
+    if (!sheet.hyperlinks.empty() && sheet.hyperlinks.count(cellAddress(at)) > 0) {
         a.isLink = true;
         a.font.setUnderline(true);
         if (!format.fontColor && !formatColor.isValid()) a.textColor = kLinkColor;
     }
 
     if (ConditionalFormatEvaluator* evaluator = evaluatorFor(sheet)) {
-        if (auto conditional = evaluator->evaluate({col, row})) {
+        if (auto conditional = evaluator->evaluate(at)) {
             if (conditional->fillColor) a.fill = colorFromHex(*conditional->fillColor);
             if (conditional->fontColor) a.textColor = colorFromHex(*conditional->fontColor);
             if (conditional->isBold) a.font.setBold(*conditional->isBold);
@@ -171,15 +171,16 @@ CellAppearance CellAppearanceBuilder::build(const Sheet& sheet, int64_t row, int
         }
         for (const ConditionalFormatRule& rule : sheet.conditionalFormats) {
             const auto bar = dataBarColor(rule.ruleType);
-            if (!bar || col < rule.startCol || col > rule.endCol || row < rule.startRow || row > rule.endRow)
+            if (!bar || at.col < rule.startCol || at.col > rule.endCol || at.row < rule.startRow ||
+                at.row > rule.endRow)
                 continue;
-            if (auto fraction = evaluator->dataBarFraction(rule, {col, row})) {
+            if (auto fraction = evaluator->dataBarFraction(rule, at)) {
                 a.dataBarFraction = *fraction;
                 a.dataBarColor = colorFromHex(*bar);
                 if (!a.dataBarColor.isValid()) a.dataBarColor = QColor(0x63, 0x8E, 0xC6);
             }
         }
-        a.icon = evaluator->icon({col, row});
+        a.icon = evaluator->icon(at);
         if (a.icon && !a.icon->showValue) a.text.clear();
     }
     return a;

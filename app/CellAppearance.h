@@ -66,9 +66,9 @@ class CellAppearanceBuilder {
 
     // Starts a repaint of `sheet`: forgets the previous frame's evaluator.
     void beginPaint(const Sheet* sheet);
-    CellAppearance build(const Sheet& sheet, int64_t row, int64_t col);
+    CellAppearance build(const Sheet& sheet, CellPosition at);
     // Only the display text (the model's display role), without any fill.
-    QString displayText(const Sheet& sheet, int64_t row, int64_t col, bool* isNumber = nullptr,
+    QString displayText(const Sheet& sheet, CellPosition at, bool* isNumber = nullptr,
                         QColor* formatColor = nullptr, CellAppearance* fill = nullptr);
 
   private:

@@ -64,7 +64,7 @@ QString SheetTableModel::editText(int row, int column) const {
 CellAppearance SheetTableModel::appearance(const QModelIndex& index) const {
     const Sheet* s = sheet();
     if (!s || !index.isValid()) return {};
-    return appearances_.build(*s, index.row(), index.column());
+    return appearances_.build(*s, {index.column(), index.row()});
 }
 
 QVariant SheetTableModel::data(const QModelIndex& index, int role) const {
@@ -72,7 +72,7 @@ QVariant SheetTableModel::data(const QModelIndex& index, int role) const {
     if (!s || !index.isValid()) return {};
     switch (role) {
     case Qt::DisplayRole:
-        return appearances_.displayText(*s, index.row(), index.column());
+        return appearances_.displayText(*s, {index.column(), index.row()});
     case Qt::EditRole:
         return editText(index.row(), index.column());
     case Qt::ToolTipRole: {

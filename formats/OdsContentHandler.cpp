@@ -265,7 +265,7 @@ void OdsContentHandler::endTable() {
         int64_t colEnd = std::min(run.col + run.cols, cols);
         for (int64_t r = run.row; r < rowEnd && formattedEmptyLeft_ > 0; ++r)
             for (int64_t c = run.col; c < colEnd && formattedEmptyLeft_ > 0; ++c, --formattedEmptyLeft_) {
-                int64_t slots = slotsFor(r, c);
+                int64_t slots = slotsFor({c, r});
                 if (cellSlots_ + slots > kMaxCellSlots) break;
                 cellSlots_ += slots;
                 Cell& cell = sheet.cellForWriting(r, c);
@@ -498,10 +498,10 @@ void OdsContentHandler::placeCell(int64_t columns) {
     if (currentCell.hasFormula() && (matrixColumns_ > 1 || matrixRows_ > 1) &&
         matrixAreas_.size() < kMaxMatrixAreas) {
         currentCell.setArrayAnchor(true);
-        matrixAreas_.push_back(MatrixArea{row, col, std::min(row + matrixRows_, kMaxRows) - 1,
-                                          std::min(col + matrixColumns_, kMaxColumns) - 1});
+        matrixAreas_.push_back(MatrixArea{col, row, std::min(col + matrixColumns_, kMaxColumns) - 1,
+                                          std::min(row + matrixRows_, kMaxRows) - 1});
     } else if (!matrixAreas_.empty() && !currentCell.hasFormula() && currentCell.hasContent() &&
-               insideMatrix(row, col))
+               insideMatrix({col, row}))
         markSpilled(currentCell);
 
     if (!currentCell.hasContent() && !currentCell.isSpillResult()) {
@@ -533,9 +533,9 @@ void OdsContentHandler::placeCell(int64_t columns) {
     for (int64_t r = 0; r < rows && placed <= wanted; ++r) {
         for (int64_t c = 0; c < columns && placed <= wanted; ++c, ++placed) {
             if (placed == wanted)
-                storeCell(row + r, col + c) = std::move(currentCell);
+                storeCell({col + c, row + r}) = std::move(currentCell);
             else
-                storeCell(row + r, col + c) = currentCell;
+                storeCell({col + c, row + r}) = currentCell;
             usedRows_ = std::max(usedRows_, row + r + 1);
             usedCols_ = std::max(usedCols_, col + c + 1);
         }
@@ -543,9 +543,9 @@ void OdsContentHandler::placeCell(int64_t columns) {
     expectedWidth_ = std::clamp<int64_t>(usedCols_, 1, 256);
 }
 
-bool OdsContentHandler::insideMatrix(int64_t row, int64_t col) const {
+bool OdsContentHandler::insideMatrix(CellPosition at) const {
     return std::any_of(matrixAreas_.begin(), matrixAreas_.end(),
-                       [&](const MatrixArea& m) { return m.contains(row, col); });
+                       [&](const MatrixArea& m) { return m.contains(at); });
 }
 
 // A value inside an array formula's block is the formula's result, which the
@@ -557,8 +557,9 @@ void OdsContentHandler::markSpilled(Cell& cell) {
     cell.setSpillResult(true);
 }
 
-Cell& OdsContentHandler::storeCell(int64_t row, int64_t col) {
-    cellSlots_ += slotsFor(row, col);
+Cell& OdsContentHandler::storeCell(CellPosition at) {
+    const auto [col, row] = at;
+    cellSlots_ += slotsFor(at);
     if (cellSlots_ > kMaxCellSlots)
         throw std::runtime_error("the spreadsheet holds more than " + std::to_string(kMaxCellSlots) +
                                  " cells, more than can be opened");
@@ -583,7 +584,7 @@ void OdsContentHandler::absorb(OdsContentHandler& other) {
             for (int64_t c = 0; c < width; ++c) {
                 const Cell* cell = from.storedCell(r, c);
                 if (!cell || cell->isDefault()) continue;
-                storeCell(row, c) = *cell;
+                storeCell({c, row}) = *cell;
                 usedRows_ = std::max(usedRows_, row + 1);
                 usedCols_ = std::max(usedCols_, c + 1);
             }
@@ -597,8 +598,9 @@ void OdsContentHandler::absorb(OdsContentHandler& other) {
     }
     // Array formulas above the cut whose results reach below it.
     for (const MatrixArea& m : matrixAreas_)
-        for (int64_t r = std::max(m.row, shift); r <= m.endRow; ++r)
-            for (int64_t c = m.col; c <= std::min(m.endCol, currentSheet_.storedColumnCount(r) - 1); ++c) {
+        for (int64_t r = std::max(m.startRow, shift); r <= m.endRow; ++r)
+            for (int64_t c = m.startCol; c <= std::min(m.endCol, currentSheet_.storedColumnCount(r) - 1);
+                 ++c) {
                 Cell* cell = currentSheet_.storedCell(r, c);
                 if (cell && cell->hasContent() && !cell->hasFormula() && !cell->isSpillResult())
                     markSpilled(*cell);

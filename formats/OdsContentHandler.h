@@ -70,12 +70,7 @@ class OdsContentHandler : public XmlHandler {
         const CellFormat* format;
     };
     // The block an array formula's result fills.
-    struct MatrixArea {
-        int64_t row, col, endRow, endCol;
-        bool contains(int64_t r, int64_t c) const {
-            return r >= row && r <= endRow && c >= col && c <= endCol;
-        }
-    };
+    using MatrixArea = CellArea;
     struct PendingComment {
         int64_t row, col;
         std::string text;
@@ -109,15 +104,15 @@ class OdsContentHandler : public XmlHandler {
     void placeCell(int64_t columns);
     void noteUnstyled(int64_t columns);
     void applyColumnDefaults(const std::vector<CellRun>& unstyled);
-    bool insideMatrix(int64_t row, int64_t col) const;
+    bool insideMatrix(CellPosition at) const;
     static void markSpilled(Cell& cell);
     const CellFormat* columnDefaultFormat(int64_t col) const;
     const CellFormat* styleFormat(std::string_view name);
-    // Slots a write at (row, col) adds to the stored grid.
-    int64_t slotsFor(int64_t row, int64_t col) const {
-        return std::max<int64_t>(0, col + 1 - currentSheet_.storedColumnCount(row));
+    // Slots a write at `at` adds to the stored grid.
+    int64_t slotsFor(CellPosition at) const {
+        return std::max<int64_t>(0, at.col + 1 - currentSheet_.storedColumnCount(at.row));
     }
-    Cell& storeCell(int64_t row, int64_t col);
+    Cell& storeCell(CellPosition at);
     // Appends cell or comment text, counting it against the document's bound.
     void appendText(std::string& target, std::string_view text);
     void appendText(std::string& target, size_t count, char c);

@@ -5,8 +5,8 @@
 
 namespace sumora::xlsx {
 
-SharedFormula::SharedFormula(std::string text, int64_t row, int64_t col)
-    : shifter_(std::move(text)), row_(row), col_(col) {
+SharedFormula::SharedFormula(std::string text, CellPosition origin)
+    : shifter_(std::move(text)), origin_(origin) {
     try {
         // Only the syntax counts here: any name may be defined in the workbook.
         parseFormula(shifter_.text(), builtinFunctions(), [](std::string_view) { return true; });

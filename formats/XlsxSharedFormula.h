@@ -6,27 +6,29 @@
 #include <cstdint>
 #include <string>
 
+#include "document/CellPosition.h"
 #include "engine/ReferenceShifter.h"
 
 namespace sumora::xlsx {
 
 class SharedFormula {
   public:
-    SharedFormula(std::string text, int64_t row, int64_t col);
+    SharedFormula(std::string text, CellPosition origin);
 
     const std::string& text() const { return shifter_.text(); }
-    int64_t row() const { return row_; }
-    int64_t col() const { return col_; }
+    CellPosition origin() const { return origin_; }
     // False when the master does not parse: the other cells of the group
     // then keep their saved results instead of copies of a broken formula.
     bool parses() const { return parses_; }
 
-    // The text for the cell at (row, col) of the group.
-    std::string textAt(int64_t row, int64_t col) const { return shifter_.shifted(row - row_, col - col_); }
+    // The text for the cell `at` of the group.
+    std::string textAt(CellPosition at) const {
+        return shifter_.shifted(at.row - origin_.row, at.col - origin_.col);
+    }
 
   private:
     ReferenceShifter shifter_;
-    int64_t row_ = 0, col_ = 0;
+    CellPosition origin_;
     bool parses_ = true;
 };
 

@@ -68,8 +68,8 @@ std::optional<WorksheetHandler::Area> WorksheetHandler::parseArea(std::string_vi
     auto a = parseCellReference(ref.substr(0, colon));
     auto b = colon == std::string_view::npos ? a : parseCellReference(ref.substr(colon + 1));
     if (!a || !b) return std::nullopt;
-    return Area{std::min(a->row, b->row), std::min(a->col, b->col), std::max(a->row, b->row),
-                std::max(a->col, b->col)};
+    return Area{std::min(a->col, b->col), std::min(a->row, b->row), std::max(a->col, b->col),
+                std::max(a->row, b->row)};
 }
 
 // ---------------------------------------------------------------------------
@@ -288,14 +288,14 @@ void WorksheetHandler::endCell() {
         context_.styles->isDated(static_cast<size_t>(style_)))
         text = shiftedFrom1904(text);
     bool follower = false;
-    std::optional<std::string> formula = formulaFor(row, col);
+    std::optional<std::string> formula = formulaFor({col, row});
     if (!formula && role_ == Role::continuation && hasFormula_ && formulaKind_ == FormulaKind::shared &&
         sharedIndex_ >= 0 && formula_.empty() && !shared_.count(sharedIndex_))
         follower = true; // its master may lie in the first half
-    bool inArray = !formula && !follower && !arrays_.empty() && insideArray(row, col);
+    bool inArray = !formula && !follower && !arrays_.empty() && insideArray({col, row});
     if (!formula && !follower && !inArray && text.empty() && !format && !unlocked) return;
 
-    Cell& cell = writableCell(row, col);
+    Cell& cell = writableCell({col, row});
     countText(text.size() + (formula ? formula->size() : 0));
     if (formula) {
         cell.setFormula(*formula);
@@ -325,7 +325,8 @@ void WorksheetHandler::countText(size_t bytes) {
         throwTooMuchText();
 }
 
-Cell& WorksheetHandler::writableCell(int64_t row, int64_t col) {
+Cell& WorksheetHandler::writableCell(CellPosition at) {
+    const auto [col, row] = at;
     if (row != currentRow_) {
         endRow();
         currentRow_ = row;
@@ -376,12 +377,13 @@ std::string_view WorksheetHandler::resolvedText() {
     return value_;
 }
 
-std::optional<std::string> WorksheetHandler::formulaFor(int64_t row, int64_t col) {
+std::optional<std::string> WorksheetHandler::formulaFor(CellPosition at) {
+    const auto [col, row] = at;
     if (!hasFormula_ || formulaKind_ == FormulaKind::dataTable) return std::nullopt;
     if (formulaKind_ == FormulaKind::shared && sharedIndex_ >= 0) {
         if (!formula_.empty()) {
             auto [master, added] =
-                shared_.insert_or_assign(sharedIndex_, SharedFormula(importedFormula(formula_), row, col));
+                shared_.insert_or_assign(sharedIndex_, SharedFormula(importedFormula(formula_), at));
             return master->second.text();
         }
         const SharedFormula* master = usableMaster(sharedIndex_);
@@ -390,8 +392,8 @@ std::optional<std::string> WorksheetHandler::formulaFor(int64_t row, int64_t col
             if (role_ == Role::whole || shared_.count(sharedIndex_)) unusableGroups_.insert(sharedIndex_);
             return std::nullopt;
         }
-        if (master->row() == row && master->col() == col) return master->text();
-        return master->textAt(row, col);
+        if (master->origin() == at) return master->text();
+        return master->textAt(at);
     }
     if (formula_.empty()) return std::nullopt;
     if (formulaKind_ == FormulaKind::array && pendingArray_) {
@@ -404,11 +406,11 @@ std::optional<std::string> WorksheetHandler::formulaFor(int64_t row, int64_t col
     return importedFormula(formula_);
 }
 
-bool WorksheetHandler::insideArray(int64_t row, int64_t col) {
+bool WorksheetHandler::insideArray(CellPosition at) {
     // Rows arrive in order, so ranges that ended above this row are done.
-    std::erase_if(arrays_, [row](const Area& a) { return a.endRow < row; });
+    std::erase_if(arrays_, [&](const Area& a) { return a.endRow < at.row; });
     for (const Area& a : arrays_)
-        if (a.contains(row, col)) return true;
+        if (a.contains(at)) return true;
     return false;
 }
 
@@ -633,7 +635,7 @@ void WorksheetHandler::absorb(WorksheetHandler& other, Sheet& otherSheet) {
             cell->setValue(text);
             continue;
         }
-        cell->setFormula(master->textAt(p.row, p.col));
+        cell->setFormula(master->textAt({p.col, p.row}));
     }
     unusableGroups_.insert(other.unusableGroups_.begin(), other.unusableGroups_.end());
     // Array formulas anchored in this half whose results reach into the other.

@@ -13,6 +13,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "document/CellArea.h"
 #include "document/LineSet.h"
 #include "formats/XlsxConditionalFormats.h"
 #include "formats/XlsxSharedFormula.h"
@@ -68,12 +69,8 @@ class WorksheetHandler : public XmlHandler {
     int64_t countedTextBytes() const { return countedTextBytes_; }
 
   private:
-    struct Area {
-        int64_t startRow, startCol, endRow, endCol;
-        bool contains(int64_t r, int64_t c) const {
-            return r >= startRow && r <= endRow && c >= startCol && c <= endCol;
-        }
-    };
+    // Corners ordered low to high.
+    using Area = CellArea;
     struct ColumnSpan {
         int64_t first = 0, last = 0;
         std::optional<double> pixels;
@@ -105,11 +102,11 @@ class WorksheetHandler : public XmlHandler {
     void endCell();
     std::string_view resolvedText();
     std::string_view shiftedFrom1904(std::string_view text);
-    std::optional<std::string> formulaFor(int64_t row, int64_t col);
+    std::optional<std::string> formulaFor(CellPosition at);
     const SharedFormula* usableMaster(int64_t sharedIndex) const;
-    bool insideArray(int64_t row, int64_t col);
+    bool insideArray(CellPosition at);
     void countText(size_t bytes);
-    Cell& writableCell(int64_t row, int64_t col);
+    Cell& writableCell(CellPosition at);
 
     void startOther(std::string_view name, const XmlAttributes& a);
     void startInValidation(std::string_view name);

@@ -66,7 +66,7 @@ class GridRenderingTest : public QObject {
         const Sheet sheet = sheetWith({{0, 0, value.toStdString(), code.toStdString()}});
         CellAppearanceBuilder builder;
         bool number = false;
-        QCOMPARE(builder.displayText(sheet, 0, 0, &number), expected);
+        QCOMPARE(builder.displayText(sheet, {0, 0}, &number), expected);
         QCOMPARE(number, isNumber);
     }
 
@@ -81,14 +81,14 @@ class GridRenderingTest : public QObject {
         sheet.cellComments["A3"] = "note";
         CellAppearanceBuilder builder;
         builder.beginPaint(&sheet);
-        const CellAppearance negative = builder.build(sheet, 0, 0);
+        const CellAppearance negative = builder.build(sheet, {0, 0});
         QCOMPARE(negative.text, QStringLiteral("-5"));
         QCOMPARE(negative.textColor, QColor(Qt::red));
         QCOMPARE(negative.alignment & Qt::AlignHorizontal_Mask, Qt::AlignRight);
-        const CellAppearance big = builder.build(sheet, 1, 0);
+        const CellAppearance big = builder.build(sheet, {0, 1});
         QCOMPARE(big.fill, QColor(0xFF, 0xC7, 0xCE));
         QVERIFY(big.font.bold());
-        const CellAppearance small = builder.build(sheet, 2, 0);
+        const CellAppearance small = builder.build(sheet, {0, 2});
         QVERIFY(!small.fill.isValid());
         QVERIFY(small.hasComment);
         QVERIFY(!big.hasComment);
@@ -97,11 +97,11 @@ class GridRenderingTest : public QObject {
     void aFillInTheCodeIsHandedToThePainter() {
         const Sheet sheet = sheetWith({{0, 0, "1234.5", "$* #,##0.00"}, {1, 0, "5", "0.00"}});
         CellAppearanceBuilder builder;
-        const CellAppearance accounting = builder.build(sheet, 0, 0);
+        const CellAppearance accounting = builder.build(sheet, {0, 0});
         QCOMPARE(accounting.text, QStringLiteral("$1,234.50"));
         QCOMPARE(accounting.fillPosition, 1);
         QCOMPARE(accounting.fillText, QStringLiteral(" "));
-        QCOMPARE(builder.build(sheet, 1, 0).fillPosition, -1);
+        QCOMPARE(builder.build(sheet, {0, 1}).fillPosition, -1);
     }
 
     void generalNumbersLoseDecimalsBeforeTheyTurnIntoHashes() {
@@ -121,10 +121,10 @@ class GridRenderingTest : public QObject {
         sheet.conditionalFormats.push_back(bars);
         CellAppearanceBuilder builder;
         builder.beginPaint(&sheet);
-        const auto full = builder.build(sheet, 2, 0).dataBarFraction;
+        const auto full = builder.build(sheet, {0, 2}).dataBarFraction;
         QVERIFY(full);
-        QVERIFY(*full > builder.build(sheet, 1, 0).dataBarFraction.value_or(1));
-        QCOMPARE(builder.build(sheet, 2, 0).dataBarColor, QColor(0x63, 0x8E, 0xC6));
+        QVERIFY(*full > builder.build(sheet, {0, 1}).dataBarFraction.value_or(1));
+        QCOMPARE(builder.build(sheet, {0, 2}).dataBarColor, QColor(0x63, 0x8E, 0xC6));
     }
 
     void controlArrowsFindTheDataEdge_data() {

@@ -158,7 +158,7 @@ void SheetPrinter::paintPage(QPainter& p, int pageIndex, double fontScale) {
 void SheetPrinter::paintCell(QPainter& p, const QRectF& r, int64_t row, int64_t col, bool inMerge,
                              double fontScale) {
     if (inMerge) return;
-    const CellAppearance a = appearances_.build(sheet_, row, col);
+    const CellAppearance a = appearances_.build(sheet_, {col, row});
     if (a.fill.isValid()) p.fillRect(r, a.fill);
     if (a.dataBarFraction) {
         QRectF bar = r.adjusted(1, 2, -1, -2);
@@ -237,7 +237,7 @@ void SheetPrinter::paintMerges(QPainter& p, const Placed& rows, const Placed& co
         const int64_t lastRow = std::min(m.endRow, rows_ - 1), lastCol = std::min(m.endCol, cols_ - 1);
         const QRectF box(left, top, span(m.startCol, lastCol, colShownAt, width),
                          span(m.startRow, lastRow, rowShownAt, height));
-        const CellAppearance a = appearances_.build(sheet_, m.startRow, m.startCol);
+        const CellAppearance a = appearances_.build(sheet_, m.start());
         p.fillRect(box, a.fill.isValid() ? a.fill : QColor(Qt::white));
         if (setup_.showGridLines) {
             p.setPen(QPen(QColor(0xD2, 0xD2, 0xD7), 0.5));
