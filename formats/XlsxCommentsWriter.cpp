@@ -38,7 +38,7 @@ std::string commentsXml(const std::vector<SheetComment>& comments) {
                       "<authors><author>Sumora</author></authors><commentList>";
     for (const SheetComment& c : comments) {
         out += "<comment ref=\"";
-        appendCellRef(out, c.col, c.row);
+        appendCellRef(out, {c.col, c.row});
         out += "\" authorId=\"0\"><text><r><t";
         if (needsSpacePreserve(c.text)) out += " xml:space=\"preserve\"";
         out += '>';

@@ -17,7 +17,7 @@ class RuleWriter {
   public:
     RuleWriter(std::string& out, const ConditionalFormatRule& rule, int priority, StylesWriter& styles)
         : out_(out), rule_(rule), priority_(priority), styles_(styles) {
-        appendCellRef(topLeft_, std::min(rule.startCol, rule.endCol), std::min(rule.startRow, rule.endRow));
+        appendCellRef(topLeft_, {std::min(rule.startCol, rule.endCol), std::min(rule.startRow, rule.endRow)});
     }
 
     void operator()(const rule::GreaterThan& r) { cellIs("greaterThan", {xmlDouble(r.value)}); }

@@ -429,7 +429,7 @@ void appendSheetViews(std::string& out, const Sheet& sheet) {
             out += '"';
         }
         out += " topLeftCell=\"";
-        appendCellRef(out, cols, rows);
+        appendCellRef(out, {cols, rows});
         out += "\" activePane=\"";
         out += rows > 0 && cols > 0 ? "bottomRight" : rows > 0 ? "bottomLeft" : "topRight";
         out += "\" state=\"frozen\"/>";
@@ -539,7 +539,7 @@ void appendHyperlinks(std::string& out, const Sheet& sheet, const std::vector<st
         const std::string* id = hasId ? &externalIds[external++] : nullptr;
         if (!at || at->row >= kMaxRows || at->col >= kMaxColumns) continue;
         body += "<hyperlink ref=\"";
-        appendCellRef(body, at->col, at->row);
+        appendCellRef(body, *at);
         body += '"';
         if (id) body += " r:id=\"" + *id + '"';
         if (!link.location.empty()) appendAttribute(body, "location", link.location);

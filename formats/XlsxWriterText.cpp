@@ -75,34 +75,34 @@ std::string xmlDouble(double value) {
     return out;
 }
 
-void appendCellRef(std::string& out, int64_t col, int64_t row) {
-    appendColumnLetter(out, col);
-    appendInt(out, row + 1);
+void appendCellRef(std::string& out, CellPosition at) {
+    appendColumnLetter(out, at.col);
+    appendInt(out, at.row + 1);
 }
 
-void appendAbsoluteRef(std::string& out, int64_t col, int64_t row) {
+void appendAbsoluteRef(std::string& out, CellPosition at) {
     out += '$';
-    appendColumnLetter(out, col);
+    appendColumnLetter(out, at.col);
     out += '$';
-    appendInt(out, row + 1);
+    appendInt(out, at.row + 1);
 }
 
 std::string rangeRef(int64_t startCol, int64_t startRow, int64_t endCol, int64_t endRow) {
     std::string out;
-    appendCellRef(out, std::min(startCol, endCol), std::min(startRow, endRow));
+    appendCellRef(out, {std::min(startCol, endCol), std::min(startRow, endRow)});
     if (startCol != endCol || startRow != endRow) {
         out += ':';
-        appendCellRef(out, std::max(startCol, endCol), std::max(startRow, endRow));
+        appendCellRef(out, {std::max(startCol, endCol), std::max(startRow, endRow)});
     }
     return out;
 }
 
 std::string absoluteRangeRef(int64_t startCol, int64_t startRow, int64_t endCol, int64_t endRow) {
     std::string out;
-    appendAbsoluteRef(out, std::min(startCol, endCol), std::min(startRow, endRow));
+    appendAbsoluteRef(out, {std::min(startCol, endCol), std::min(startRow, endRow)});
     if (startCol != endCol || startRow != endRow) {
         out += ':';
-        appendAbsoluteRef(out, std::max(startCol, endCol), std::max(startRow, endRow));
+        appendAbsoluteRef(out, {std::max(startCol, endCol), std::max(startRow, endRow)});
     }
     return out;
 }

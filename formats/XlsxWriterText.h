@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "document/CellPosition.h"
+
 namespace sumora::xlsx {
 
 inline void appendInt(std::string& out, int64_t value) {
@@ -25,8 +27,8 @@ void appendXmlDouble(std::string& out, double value);
 std::string xmlDouble(double value);
 
 // "B7" for column 1, row 6 (zero-based); "$B$7" for the absolute form.
-void appendCellRef(std::string& out, int64_t col, int64_t row);
-void appendAbsoluteRef(std::string& out, int64_t col, int64_t row);
+void appendCellRef(std::string& out, CellPosition at);
+void appendAbsoluteRef(std::string& out, CellPosition at);
 // "A1:C4", or "A1" when the range is one cell; corners are put in order.
 std::string rangeRef(int64_t startCol, int64_t startRow, int64_t endCol, int64_t endRow);
 // "$A$1:$C$4" (one cell: "$A$1").

@@ -37,9 +37,9 @@ std::vector<std::pair<int64_t, int64_t>> runs(int64_t first, int64_t count, doub
     return out;
 }
 
-bool insideMerge(const Sheet& sheet, int64_t row, int64_t col) {
+bool insideMerge(const Sheet& sheet, CellPosition at) {
     for (const MergedRegion& m : sheet.mergedRegions)
-        if (m.startCol <= col && col <= m.endCol && m.startRow <= row && row <= m.endRow) return true;
+        if (m.contains(at)) return true;
     return false;
 }
 
@@ -134,8 +134,8 @@ void SheetPrinter::paintPage(QPainter& p, int pageIndex, double fontScale) {
     p.setClipRect(QRectF(QPointF(0, 0), QSizeF(content_.width(), content_.height() - kFooterHeight)));
     for (const auto& [row, top] : rows)
         for (const auto& [col, left] : cols)
-            paintCell(p, QRectF(left, top, columnWidth(col), rowHeight(row)), row, col,
-                      insideMerge(sheet_, row, col), fontScale);
+            paintCell(p, QRectF(left, top, columnWidth(col), rowHeight(row)), {col, row},
+                      insideMerge(sheet_, {col, row}), fontScale);
     paintMerges(p, rows, cols, fontScale);
     if (setup_.includeCharts) paintCharts(p, page);
     p.restore();
@@ -155,10 +155,9 @@ void SheetPrinter::paintPage(QPainter& p, int pageIndex, double fontScale) {
 
 // A cell inside a merged region gets only its own fill here: the region's
 // box, text and grid line are drawn over it by paintMerges.
-void SheetPrinter::paintCell(QPainter& p, const QRectF& r, int64_t row, int64_t col, bool inMerge,
-                             double fontScale) {
+void SheetPrinter::paintCell(QPainter& p, const QRectF& r, CellPosition at, bool inMerge, double fontScale) {
     if (inMerge) return;
-    const CellAppearance a = appearances_.build(sheet_, {col, row});
+    const CellAppearance a = appearances_.build(sheet_, at);
     if (a.fill.isValid()) p.fillRect(r, a.fill);
     if (a.dataBarFraction) {
         QRectF bar = r.adjusted(1, 2, -1, -2);
@@ -172,7 +171,7 @@ void SheetPrinter::paintCell(QPainter& p, const QRectF& r, int64_t row, int64_t 
         p.drawRect(r);
     }
     paintText(p, r, a, fontScale);
-    if (const Sparkline* s = sparklineAt(sheet_, {col, row})) paintSparkline(p, r, *s, sheet_);
+    if (const Sparkline* s = sparklineAt(sheet_, at)) paintSparkline(p, r, *s, sheet_);
 }
 
 void SheetPrinter::paintText(QPainter& p, const QRectF& r, const CellAppearance& a, double fontScale) {

@@ -48,7 +48,7 @@ class SheetPrinter {
     bool rowShown(int64_t row) const;
     bool columnShown(int64_t col) const { return !sheet_.hiddenColumns.contains(col); }
     bool repeatsHeader(const Page& page) const;
-    void paintCell(QPainter& p, const QRectF& r, int64_t row, int64_t col, bool inMerge, double fontScale);
+    void paintCell(QPainter& p, const QRectF& r, CellPosition at, bool inMerge, double fontScale);
     void paintText(QPainter& p, const QRectF& r, const CellAppearance& a, double fontScale);
     void paintMerges(QPainter& p, const Placed& rows, const Placed& cols, double fontScale);
     void paintCharts(QPainter& p, const Page& page);
