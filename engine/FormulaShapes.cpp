@@ -83,15 +83,17 @@ bool FormulaShapes::scan(std::string_view text) {
         // A reference: "$"? letters "$"? digits, not followed by "(".
         size_t p = i + (text[i] == '$' ? 1 : 0);
         const size_t lettersBegin = p;
+        // Runs longer than a reference can be are still walked, but no
+        // longer accumulated: they are not references and would overflow.
         int64_t col = 0;
-        while (p < end && isLetter(text[p]))
-            col = col * 26 + ((text[p++] & ~0x20) - 'A' + 1);
+        for (; p < end && isLetter(text[p]); ++p)
+            if (p - lettersBegin < kMaxColumnLetters) col = col * 26 + ((text[p] & ~0x20) - 'A' + 1);
         const size_t letters = p - lettersBegin;
         if (p < end && text[p] == '$') ++p;
         const size_t digitsBegin = p;
         int64_t row = 0;
-        while (p < end && isDigit(text[p]))
-            row = row * 10 + (text[p++] - '0');
+        for (; p < end && isDigit(text[p]); ++p)
+            if (p - digitsBegin < kMaxRowDigits) row = row * 10 + (text[p] - '0');
         const size_t digits = p - digitsBegin;
         const bool call = end < text.size() && text[end] == '(';
         if (p == end && letters >= 1 && letters <= kMaxColumnLetters && digits >= 1 &&

@@ -88,6 +88,10 @@ TEST(FormulaShapes, CopiesGiveTheParsersTree) {
         {{"A1 + 2.5 * B1 ^ 2 & \"\"", "A2 + 2.5 * B2 ^ 2 & \"\""}, 0},
         {{"A1 + 2.5 * B1 ^ 2", "A2 + 2.5 * B2 ^ 2", "A3+2.5*B3^2"}, 1},
         {{"A1048576+XFD1", "A1048577+XFD1", "A999999999+XFD1"}, 2},
+        // runs far longer than a reference are names, not overflowing cells
+        {{"0%BBBBBBBBBBBBBBBBBBBBBBBBBBBB*A2", "0%BBBBBBBBBBBBBBBBBBBBBBBBBBBB*A3",
+          "A99999999999999999999+A1"},
+         0},
     };
     for (const ShapeCase& c : cases) {
         FormulaShapes shapes(builtinFunctions(), isWorkbookName);
