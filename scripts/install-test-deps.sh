@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that the interoperability tests use to produce
-# workbooks written by other programs (LibreOffice, openpyxl, XlsxWriter).
+# workbooks written by other programs (LibreOffice, openpyxl, XlsxWriter),
+# and the X server the menus-after-printing check runs on (Xvfb).
 # Tests that need one of them skip when it is missing, so this is optional.
 # Idempotent: packages already present are left alone.
 set -euo pipefail
@@ -11,6 +12,7 @@ packages=(
   python3-openpyxl
   python3-xlsxwriter
   locales
+  xvfb
 )
 
 apt_install_missing "${packages[@]}"
