@@ -19,8 +19,6 @@ namespace sumora::ods {
 namespace {
 
 constexpr std::string_view kStylePart = "styles.xml";
-// Reasons named in the sentence about a sheet; the rest are counted.
-constexpr size_t kMaxNamedReasons = 8;
 constexpr size_t kMaxValueObjects = 5;
 
 // Feeds the style part's named styles to a StyleCollector and remembers
@@ -308,23 +306,13 @@ void ConditionalFormatCollector::finish(const xlsx::ConditionalRuleElement& elem
 }
 
 void ConditionalFormatCollector::skip(const std::string& reason) {
-    ++skipped_;
-    if (skippedBy_.size() < kMaxNamedReasons || skippedBy_.count(reason)) ++skippedBy_[reason];
+    skipped_.add(reason);
 }
 
 std::string ConditionalFormatCollector::droppedSentence(const std::string& sheetName) {
-    if (skipped_ == 0) return {};
-    std::string out = "Conditional formats on '" + sheetName + "': " + std::to_string(skipped_) +
-                      (skipped_ == 1 ? " rule was" : " rules were") + " left out: ";
-    bool first = true;
-    for (const auto& [reason, count] : skippedBy_) {
-        out += first ? "" : "; ";
-        first = false;
-        out += reason + " (" + std::to_string(count) + ")";
-    }
-    skipped_ = 0;
-    skippedBy_.clear();
-    return out + ".";
+    std::string out = skipped_.sentence(sheetName);
+    skipped_.clear();
+    return out;
 }
 
 std::vector<CellArea> parseRangeList(std::string_view list, size_t limit) {

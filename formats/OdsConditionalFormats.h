@@ -7,7 +7,6 @@
 // worksheet's cfRule has and read through the same interpretation, so both
 // formats keep and leave out the same things.
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -15,6 +14,7 @@
 #include <vector>
 
 #include "document/WorkbookRecords.h"
+#include "formats/SkippedRuleTally.h"
 #include "formats/XlsxConditionalRuleTypes.h"
 
 namespace sumora {
@@ -40,7 +40,8 @@ class ConditionalFormatCollector {
     void endElement(std::string_view name);
 
     std::vector<ConditionalFormatRule> takeRules() { return std::move(rules_); }
-    // One sentence naming what was left out on `sheetName`; empty when nothing was.
+    // One sentence naming what was left out on `sheetName`; empty when nothing
+    // was. The tally starts again for the next sheet.
     std::string droppedSentence(const std::string& sheetName);
 
   private:
@@ -55,8 +56,7 @@ class ConditionalFormatCollector {
     std::vector<CellArea> ranges_;
     std::optional<xlsx::ConditionalRuleElement> scale_; // colour scale, data bar or icon set being read
     std::vector<ConditionalFormatRule> rules_;
-    int64_t skipped_ = 0;
-    std::map<std::string, int64_t> skippedBy_;
+    SkippedRuleTally skipped_;
 };
 
 // "Sheet1.A1:Sheet1.B3 'My sheet'.$C$4": the ranges of a cell range address

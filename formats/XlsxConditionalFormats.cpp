@@ -22,8 +22,6 @@ constexpr size_t kMaxFormulaLength = 1024;
 constexpr size_t kMaxFormulas = 3;
 constexpr size_t kMaxColors = 3;
 constexpr size_t kMaxValueObjects = 5;
-// Reasons named in the sentence about a sheet; the rest are counted.
-constexpr size_t kMaxNamedReasons = 8;
 
 // The depths of a block's elements: the block, its rules, their children
 // (formula, colorScale, dataBar, iconSet, extLst) and what those hold (cfvo, color).
@@ -171,21 +169,7 @@ void ConditionalFormatReader::endRule() {
 }
 
 void ConditionalFormatReader::skip(const std::string& reason) {
-    ++skipped_;
-    if (skippedBy_.size() < kMaxNamedReasons || skippedBy_.count(reason)) ++skippedBy_[reason];
-}
-
-std::string ConditionalFormatReader::droppedSentence(const std::string& sheetName) const {
-    if (skipped_ == 0) return {};
-    std::string out = "Conditional formats on '" + sheetName + "': " + std::to_string(skipped_) +
-                      (skipped_ == 1 ? " rule was" : " rules were") + " left out: ";
-    bool first = true;
-    for (const auto& [reason, count] : skippedBy_) {
-        out += first ? "" : "; ";
-        first = false;
-        out += reason + " (" + std::to_string(count) + ")";
-    }
-    return out + ".";
+    skipped_.add(reason);
 }
 
 ConditionalFormat ConditionalFormatReader::format(const ConditionalRuleElement& e) const {

@@ -5,13 +5,13 @@
 // applies. Rules the model has no case for are left out, and the reader
 // says which in droppedSentence().
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "document/WorkbookRecords.h"
+#include "formats/SkippedRuleTally.h"
 #include "formats/XlsxConditionalRuleTypes.h"
 #include "formats/XlsxWorksheetReader.h"
 
@@ -45,10 +45,10 @@ class ConditionalFormatReader {
     // the order in which they are evaluated.
     std::vector<ConditionalFormatRule> takeRules();
     // cfRule elements that gave no rule.
-    int64_t skippedCount() const { return skipped_; }
+    int64_t skippedCount() const { return skipped_.count(); }
     // One sentence naming what was left out on `sheetName`, by reason;
     // empty when nothing was.
-    std::string droppedSentence(const std::string& sheetName) const;
+    std::string droppedSentence(const std::string& sheetName) const { return skipped_.sentence(sheetName); }
 
   private:
     struct Ranked {
@@ -73,8 +73,7 @@ class ConditionalFormatReader {
     std::string formula_;
 
     std::vector<Ranked> rules_;
-    int64_t skipped_ = 0;
-    std::map<std::string, int64_t> skippedBy_; // reason → rules
+    SkippedRuleTally skipped_;
 };
 
 } // namespace sumora::xlsx
