@@ -131,7 +131,7 @@ struct SecondHalf {
 void readSecondHalf(std::string_view package, uint64_t cutFrom, const std::atomic<bool>& cancelled,
                     SecondHalf& half) {
     try {
-        ZipReader archive(package);
+        ZipReader archive(BorrowedBytes{package});
         XmlReader head(half.handler);
         std::optional<XmlReader> rows;
         StreamCut toBody({"<office:body"}, 0);
@@ -280,7 +280,7 @@ class ODSReader {
         : data_(data), split_(splitBigParts), droppedOnOpen_(droppedOnOpen) {}
 
     std::vector<Sheet> parse() {
-        ZipReader archive(data_);
+        ZipReader archive(BorrowedBytes{data_});
         if (!archive.contains(kContentPart))
             throw std::runtime_error(
                 "the package has no content.xml, so it is not an OpenDocument spreadsheet");

@@ -42,7 +42,7 @@ Package openPackage(std::string_view bytes) {
     package.bytes = bytes;
     try {
         try {
-            package.archive = std::make_unique<ZipReader>(bytes);
+            package.archive = std::make_unique<ZipReader>(BorrowedBytes{bytes});
         } catch (const std::exception& e) {
             Log::progress(std::string("  sanitizeXLSX: could not open source archive: ") + e.what());
             throw;
@@ -61,7 +61,7 @@ Package openPackage(std::string_view bytes) {
         Log::progress(std::string("  Sanitize failed, using original: ") + e.what());
     }
     package.bytes = bytes;
-    package.archive = std::make_unique<ZipReader>(bytes);
+    package.archive = std::make_unique<ZipReader>(BorrowedBytes{bytes});
     return package;
 }
 

@@ -122,7 +122,7 @@ struct SecondHalf {
 void readSecondHalf(const WorksheetContext& context, std::string_view path, uint64_t cutFrom,
                     const std::atomic<bool>& cancelled, SecondHalf& half) {
     try {
-        ZipReader archive(context.packageBytes);
+        ZipReader archive(BorrowedBytes{context.packageBytes});
         half.handler.emplace(context, half.sheet, WorksheetHandler::Role::continuation);
         XmlReader xml(*half.handler);
         xml.feed("<worksheet><sheetData>");

@@ -32,11 +32,6 @@ constexpr std::size_t kTextPieceBytes = std::size_t{1} << 20;
 
 } // namespace
 
-std::string_view xmlLocalName(std::string_view qualifiedName) {
-    std::size_t colon = qualifiedName.rfind(':');
-    return colon == std::string_view::npos ? qualifiedName : qualifiedName.substr(colon + 1);
-}
-
 // ---------------------------------------------------------------------------
 // XmlAttributes
 

@@ -26,6 +26,9 @@ class XmlAttributes {
   public:
     // Expat's null-terminated list of name/value pairs.
     explicit XmlAttributes(const char** pairs);
+    // `count` pairs whose name and value lengths are known (lengths[2i], lengths[2i+1]).
+    XmlAttributes(const char** pairs, std::size_t count, const std::size_t* lengths)
+        : pairs_(pairs), lengths_(lengths), count_(count) {}
 
     // By local name ("number-columns-repeated" finds table:number-columns-repeated),
     // falling back to the exact qualified name ("table:name"). Namespace
@@ -35,16 +38,24 @@ class XmlAttributes {
     std::optional<std::string_view> getQualified(std::string_view qualifiedName) const;
 
     std::size_t size() const { return count_; }
-    std::string_view qualifiedName(std::size_t i) const { return pairs_[2 * i]; }
-    std::string_view value(std::size_t i) const { return pairs_[2 * i + 1]; }
+    std::string_view qualifiedName(std::size_t i) const { return text(2 * i); }
+    std::string_view value(std::size_t i) const { return text(2 * i + 1); }
 
   private:
+    std::string_view text(std::size_t k) const {
+        return lengths_ ? std::string_view(pairs_[k], lengths_[k]) : std::string_view(pairs_[k]);
+    }
+
     const char** pairs_;
+    const std::size_t* lengths_ = nullptr;
     std::size_t count_ = 0;
 };
 
 // The part of a qualified name after the last ":".
-std::string_view xmlLocalName(std::string_view qualifiedName);
+inline std::string_view xmlLocalName(std::string_view qualifiedName) {
+    std::size_t colon = qualifiedName.rfind(':');
+    return colon == std::string_view::npos ? qualifiedName : qualifiedName.substr(colon + 1);
+}
 
 // Receives the events. Text between two tags arrives as one characters() call
 // (entities decoded), however the input was cut into pieces — unless it runs

@@ -2,6 +2,7 @@
 
 #include "formats/ZipArchive.h"
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <cstring>
@@ -14,22 +15,50 @@ namespace {
 // Input held back waiting for the end of a tag or a text, at most. A longer
 // tag or text is left to XmlReader, which reads it in pieces.
 constexpr std::size_t kMaxPending = std::size_t{1} << 20;
-// Attributes of one element, at most (duplicates are looked for pairwise).
-constexpr std::size_t kMaxAttributes = 64;
 
 using Unsupported = XmlScanner::Unsupported;
 
+// Byte classes, looked up once per byte on the hot loops.
+enum : unsigned char {
+    kNameStart = 1,  // a-z A-Z _
+    kNameChar = 2,   // a name start, 0-9 - . :
+    kSpace = 4,      // blank, tab, line feed and carriage return
+    kPlainText = 8,  // text that reads as itself: no reference, markup, control or non-ASCII byte
+    kPlainValue = 16 // the same inside an attribute value, quotes excluded
+};
+
+constexpr std::array<unsigned char, 256> kByteClasses = [] {
+    std::array<unsigned char, 256> classes{};
+    for (int c = 0; c < 256; ++c) {
+        bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+        bool nameChar = letter || (c >= '0' && c <= '9') || c == '-' || c == '.' || c == ':';
+        bool space = c == ' ' || c == '\t' || c == '\n' || c == '\r';
+        bool plainText =
+            (c >= 0x20 && c < 0x80 && c != '&' && c != '<' && c != ']') || c == '\t' || c == '\n';
+        bool plainValue = c >= 0x20 && c < 0x80 && c != '&' && c != '<' && c != '"' && c != '\'';
+        classes[c] = static_cast<unsigned char>((letter ? kNameStart : 0) | (nameChar ? kNameChar : 0) |
+                                                (space ? kSpace : 0) | (plainText ? kPlainText : 0) |
+                                                (plainValue ? kPlainValue : 0));
+    }
+    return classes;
+}();
+
+bool hasClass(unsigned char c, unsigned char bits) {
+    return kByteClasses[c] & bits;
+}
+
 bool isNameStart(unsigned char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+    return hasClass(c, kNameStart);
 }
 
 bool isNameChar(unsigned char c) {
-    return isNameStart(c) || (c >= '0' && c <= '9') || c == '-' || c == '.' || c == ':';
+    return hasClass(c, kNameChar);
 }
 
 bool isSpace(unsigned char c) {
+    if (!hasClass(c, kSpace)) return false;
     if (c == '\r') throw Unsupported{}; // line ends would need normalising
-    return c == ' ' || c == '\t' || c == '\n';
+    return true;
 }
 
 bool isXmlChar(uint32_t c) {
@@ -118,7 +147,12 @@ bool checkCharacters(const char* begin, const char* end, bool inAttribute) {
     bool references = false;
     auto* p = reinterpret_cast<const unsigned char*>(begin);
     auto* stop = reinterpret_cast<const unsigned char*>(end);
+    // Tabs and line feeds read as themselves in text only.
+    const unsigned char plain = inAttribute ? kPlainValue : kPlainText;
     while (p < stop) {
+        while (p < stop && hasClass(*p, plain))
+            ++p;
+        if (p == stop) break;
         unsigned char c = *p;
         if (c >= 0x80) {
             p += utf8Length(p, stop);
@@ -168,27 +202,68 @@ bool startsWith(std::string_view text, std::size_t at, std::string_view prefix) 
 bool XmlScanner::feed(std::string_view chunk) {
     if (done_ || stopped()) return false;
     buffer_.append(chunk);
-    scan(false);
+    scanBuffer(false);
     return !stopped();
+}
+
+bool XmlScanner::feedWritable(char* chunk, std::size_t size) {
+    if (done_ || stopped()) return false;
+    std::size_t offset = 0;
+    if (!buffer_.empty()) {
+        // The held-back token is completed through the buffer with as little
+        // of the chunk as it takes (doubling, so a long token costs linear
+        // time); once the buffer's own bytes are consumed, the rest of the
+        // chunk is read where it lies.
+        std::size_t heldBack = buffer_.size(); // stream distance from buffer_[0] to chunk[0]
+        std::size_t taken = 0;
+        for (std::size_t want = std::min<std::size_t>(size, 512);; want = std::min(size, 2 * want)) {
+            buffer_.append(chunk + taken, want - taken);
+            taken = want;
+            std::size_t consumed = scanBuffer(false);
+            if (stopped()) return false;
+            if (consumed >= heldBack) {
+                offset = consumed - heldBack;
+                buffer_.clear();
+                break;
+            }
+            heldBack -= consumed;
+            if (taken == size) return true;
+        }
+    }
+    data_ = chunk + offset;
+    size_ = size - offset;
+    std::size_t consumed = scan(false);
+    if (stopped()) return false;
+    buffer_.assign(data_ + consumed, size_ - consumed);
+    return true;
 }
 
 void XmlScanner::finish() {
     if (done_ || stopped()) return;
-    scan(true);
+    scanBuffer(true);
     done_ = true;
     if (!stopped() && (place_ != Place::epilog || !buffer_.empty())) throw Unsupported{};
 }
 
-void XmlScanner::scan(bool final) {
-    const std::size_t size = buffer_.size();
+std::size_t XmlScanner::scanBuffer(bool final) {
+    data_ = buffer_.data();
+    size_ = buffer_.size();
+    std::size_t consumed = scan(final);
+    buffer_.erase(0, consumed);
+    return consumed;
+}
+
+std::size_t XmlScanner::scan(bool final) {
+    const std::size_t size = size_;
+    const std::string_view buffer(data_, size_);
     std::size_t pos = 0;
     while (pos < size && !stopped()) {
         if (place_ == Place::start) {
             // Room for a byte order mark and "<?xml".
             if (size - pos < 8 && !final) break;
-            if (startsWith(buffer_, pos, "\xEF\xBB\xBF")) pos += 3;
+            if (startsWith(buffer, pos, "\xEF\xBB\xBF")) pos += 3;
             place_ = Place::prolog;
-            if (startsWith(buffer_, pos, "<?xml")) {
+            if (startsWith(buffer, pos, "<?xml")) {
                 std::size_t used = declaration(pos);
                 if (!used) {
                     place_ = Place::start;
@@ -201,31 +276,35 @@ void XmlScanner::scan(bool final) {
         }
         if (place_ != Place::content) {
             // Outside the root element only blanks (and the root itself) may stand.
-            if (isSpace(static_cast<unsigned char>(buffer_[pos]))) {
+            if (isSpace(static_cast<unsigned char>(buffer[pos]))) {
                 ++pos;
                 continue;
             }
-            if (buffer_[pos] != '<' || place_ == Place::epilog) throw Unsupported{};
+            if (buffer[pos] != '<' || place_ == Place::epilog) throw Unsupported{};
             if (size - pos < 2) break;
-            if (buffer_[pos + 1] == '/' || buffer_[pos + 1] == '?' || buffer_[pos + 1] == '!')
+            if (buffer[pos + 1] == '/' || buffer[pos + 1] == '?' || buffer[pos + 1] == '!')
                 throw Unsupported{};
             std::size_t used = startTag(pos);
             if (!used) break;
             pos += used;
             continue;
         }
-        const char* data = buffer_.data();
-        // Texts between tags are short: a plain loop beats memchr's setup.
+        const char* data = data_;
+        // Texts between tags are short and mostly plain: a plain loop beats
+        // memchr's setup, and plain text needs no further check.
         std::size_t lt = pos;
+        while (lt < size && hasClass(static_cast<unsigned char>(data[lt]), kPlainText))
+            ++lt;
+        bool plain = lt < size && data[lt] == '<';
         while (lt < size && data[lt] != '<')
             ++lt;
         if (lt == size) break;
         if (lt - pos >= kMaxPending) throw Unsupported{};
         // The text reaches the handler only once the tag after it has been read whole.
-        pendingReferences_ = checkCharacters(data + pos, data + lt, false);
+        pendingReferences_ = !plain && checkCharacters(data + pos, data + lt, false);
         pendingText_ = Span{pos, lt};
         if (size - lt < 2) break;
-        char kind = buffer_[lt + 1];
+        char kind = buffer[lt + 1];
         if (kind == '?' || kind == '!') throw Unsupported{};
         std::size_t tagBytes = kind == '/' ? endTag(lt) : startTag(lt);
         if (!tagBytes) break;
@@ -234,17 +313,18 @@ void XmlScanner::scan(bool final) {
     pendingText_ = Span{0, 0};
     pendingReferences_ = false;
     if (!stopped() && size - pos > kMaxPending) throw Unsupported{};
-    buffer_.erase(0, pos);
+    return pos;
 }
 
 // "<?xml version="1.0" encoding="UTF-8" standalone="yes"?>" and its subsets.
 std::size_t XmlScanner::declaration(std::size_t at) {
-    std::size_t close = buffer_.find("?>", at);
-    if (close == std::string::npos) {
-        if (buffer_.size() - at > 1024) throw Unsupported{};
+    const std::string_view buffer(data_, size_);
+    std::size_t close = buffer.find("?>", at);
+    if (close == std::string_view::npos) {
+        if (buffer.size() - at > 1024) throw Unsupported{};
         return 0;
     }
-    std::string_view body = std::string_view(buffer_).substr(at + 5, close - at - 5);
+    std::string_view body = buffer.substr(at + 5, close - at - 5);
     std::size_t i = 0;
     auto blanks = [&] {
         std::size_t from = i;
@@ -290,8 +370,8 @@ std::size_t XmlScanner::declaration(std::size_t at) {
 }
 
 std::size_t XmlScanner::startTag(std::size_t at) {
-    const char* data = buffer_.data();
-    const std::size_t size = buffer_.size();
+    const char* data = data_;
+    const std::size_t size = size_;
     std::size_t i = at + 1;
     if (i >= size) return 0;
     if (!isNameStart(static_cast<unsigned char>(data[i]))) throw Unsupported{};
@@ -299,7 +379,7 @@ std::size_t XmlScanner::startTag(std::size_t at) {
     while (i < size && isNameChar(static_cast<unsigned char>(data[i])))
         ++i;
     std::size_t nameEnd = i;
-    attributeSpans_.clear();
+    attributeCount_ = 0;
     bool selfClosing = false;
     for (;;) {
         bool spaced = false;
@@ -320,10 +400,11 @@ std::size_t XmlScanner::startTag(std::size_t at) {
             break;
         }
         if (!spaced || !isNameStart(static_cast<unsigned char>(data[i]))) throw Unsupported{};
-        Span name{i, i, false};
+        if (attributeCount_ >= maxAttributes) throw Unsupported{};
+        std::size_t nameStart = i;
         while (i < size && isNameChar(static_cast<unsigned char>(data[i])))
             ++i;
-        name.end = i;
+        std::string_view attributeName(data + nameStart, i - nameStart);
         while (i < size && isSpace(static_cast<unsigned char>(data[i])))
             ++i;
         if (i >= size) return 0;
@@ -335,53 +416,63 @@ std::size_t XmlScanner::startTag(std::size_t at) {
         if (data[i] != '"' && data[i] != '\'') throw Unsupported{};
         char quote = data[i];
         std::size_t close = i + 1;
+        while (close < size && hasClass(static_cast<unsigned char>(data[close]), kPlainValue))
+            ++close;
+        bool plain = close < size && data[close] == quote;
         while (close < size && data[close] != quote)
             ++close;
         if (close == size) return 0;
-        Span value{i + 1, close};
-        i = close + 1;
-        value.decode = checkCharacters(data + value.begin, data + value.end, true);
-        std::string_view attributeName(data + name.begin, name.end - name.begin);
-        for (std::size_t k = 0; k < attributeSpans_.size(); k += 2) {
-            const Span& other = attributeSpans_[k];
+        for (std::size_t k = 0; k < attributeCount_; ++k) {
+            const Span& other = attributeSpans_[2 * k];
             if (std::string_view(data + other.begin, other.end - other.begin) == attributeName)
                 throw Unsupported{};
         }
-        if (attributeSpans_.size() >= 2 * kMaxAttributes) throw Unsupported{};
-        attributeSpans_.push_back(name);
-        attributeSpans_.push_back(value);
+        // Written in place: a Span built aside and copied in stalls on the copy.
+        Span& name = attributeSpans_[2 * attributeCount_];
+        name.begin = nameStart;
+        name.end = nameStart + attributeName.size();
+        Span& value = attributeSpans_[2 * attributeCount_ + 1];
+        value.begin = i + 1;
+        value.end = close;
+        value.decode = !plain && checkCharacters(data + i + 1, data + close, true);
+        ++attributeCount_;
+        i = close + 1;
     }
     std::size_t used = i - at;
 
     // The tag is whole and well-formed: the text before it goes first.
     if (!deliverText()) return used;
-    pairs_.clear();
-    char* writable = buffer_.data();
-    for (std::size_t k = 0; k < attributeSpans_.size(); k += 2) {
+    char* writable = data_;
+    for (std::size_t k = 0; k < 2 * attributeCount_; k += 2) {
         Span name = attributeSpans_[k], value = attributeSpans_[k + 1];
         writable[name.end] = '\0';
         char* end = writable + value.end;
         if (value.decode) end = decodeCharacters(writable + value.begin, end, true);
         *end = '\0';
-        pairs_.push_back(writable + name.begin);
-        pairs_.push_back(writable + value.begin);
+        pairs_[k] = writable + name.begin;
+        lengths_[k] = name.end - name.begin;
+        pairs_[k + 1] = writable + value.begin;
+        lengths_[k + 1] = static_cast<std::size_t>(end - (writable + value.begin));
     }
-    pairs_.push_back(nullptr);
     std::string_view name(writable + nameBegin, nameEnd - nameBegin);
     if (!selfClosing) {
-        openStarts_.push_back(openNames_.size());
+        if (depth_ == openStarts_.size())
+            openStarts_.push_back(openNames_.size());
+        else
+            openStarts_[depth_] = openNames_.size();
+        ++depth_;
         openNames_.append(name);
     }
     if (place_ == Place::prolog) place_ = selfClosing ? Place::epilog : Place::content;
-    XmlAttributes attributes(pairs_.data());
+    XmlAttributes attributes(pairs_.data(), attributeCount_, lengths_.data());
     handler_.startElement(xmlLocalName(name), attributes);
     if (selfClosing && !stopped()) handler_.endElement(xmlLocalName(name));
     return used;
 }
 
 std::size_t XmlScanner::endTag(std::size_t at) {
-    const char* data = buffer_.data();
-    const std::size_t size = buffer_.size();
+    const char* data = data_;
+    const std::size_t size = size_;
     std::size_t i = at + 2;
     std::size_t nameBegin = i;
     while (i < size && isNameChar(static_cast<unsigned char>(data[i])))
@@ -392,21 +483,20 @@ std::size_t XmlScanner::endTag(std::size_t at) {
     if (i >= size) return 0;
     if (data[i] != '>') throw Unsupported{};
     std::string_view name(data + nameBegin, nameEnd - nameBegin);
-    if (openStarts_.empty() || std::string_view(openNames_).substr(openStarts_.back()) != name)
+    if (depth_ == 0 || std::string_view(openNames_).substr(openStarts_[depth_ - 1]) != name)
         throw Unsupported{};
     std::size_t used = i + 1 - at;
     if (!deliverText()) return used;
-    openNames_.resize(openStarts_.back());
-    openStarts_.pop_back();
-    if (openStarts_.empty()) place_ = Place::epilog;
-    handler_.endElement(xmlLocalName(std::string_view(buffer_.data() + nameBegin, nameEnd - nameBegin)));
+    openNames_.resize(openStarts_[--depth_]);
+    if (depth_ == 0) place_ = Place::epilog;
+    handler_.endElement(xmlLocalName(std::string_view(data_ + nameBegin, nameEnd - nameBegin)));
     return used;
 }
 
 bool XmlScanner::deliverText() {
     Span text = std::exchange(pendingText_, Span{0, 0});
     if (text.end == text.begin) return true;
-    char* data = buffer_.data();
+    char* data = data_;
     char* end = data + text.end;
     if (std::exchange(pendingReferences_, false)) end = decodeCharacters(data + text.begin, end, false);
     handler_.characters(
@@ -427,8 +517,8 @@ bool scanXmlEntry(ZipReader& archive, std::string_view path, XmlHandler& handler
     struct Stopped {};
     XmlScanner scanner(handler);
     try {
-        archive.streamWhole(path, [&](std::string_view chunk) {
-            if (!scanner.feed(chunk)) throw Stopped{};
+        archive.streamWhole(path, [&](char* chunk, std::size_t size) {
+            if (!scanner.feedWritable(chunk, size)) throw Stopped{};
         });
         scanner.finish();
     } catch (const Stopped&) {

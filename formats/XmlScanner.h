@@ -9,6 +9,7 @@
 // reads the part again from the start with XmlReader, which gives the usual
 // result or error. Whatever the scanner accepts, XmlReader accepts too, with
 // the same events.
+#include <array>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -31,13 +32,23 @@ class XmlScanner {
 
     // Returns false once the handler has stopped parsing (further input is ignored).
     bool feed(std::string_view chunk);
+    // As feed(), without copying: the chunk is read where it lies, and its
+    // bytes may be overwritten.
+    bool feedWritable(char* chunk, std::size_t size);
     // Marks the end of input; throws Unsupported when the document is incomplete.
     void finish();
+
+    // Attributes of one element, at most (duplicates are looked for pairwise).
+    static constexpr std::size_t maxAttributes = 64;
 
   private:
     enum class Place { start, prolog, content, epilog };
 
-    void scan(bool final);
+    // Reads data_[0, size_); returns the bytes consumed, the rest being an
+    // incomplete tag and the text before it.
+    std::size_t scan(bool final);
+    // scan() over buffer_, dropping what it consumed.
+    std::size_t scanBuffer(bool final);
     // Each returns the number of bytes consumed, or 0 when more input is needed.
     std::size_t declaration(std::size_t at);
     std::size_t startTag(std::size_t at);
@@ -52,13 +63,20 @@ class XmlScanner {
     };
 
     XmlHandler& handler_;
-    std::string buffer_;
+    std::string buffer_;   // input held back between feeds
+    char* data_ = nullptr; // what scan() reads: buffer_ or a chunk read in place
+    std::size_t size_ = 0;
     Place place_ = Place::start;
-    // Qualified names of the open elements, end to end.
+    // Qualified names of the open elements, end to end; the first `depth_`
+    // starts are in use.
     std::string openNames_;
     std::vector<std::size_t> openStarts_;
-    std::vector<Span> attributeSpans_; // name, value, name, value, ...
-    std::vector<const char*> pairs_;
+    std::size_t depth_ = 0;
+    // The current tag's attributes: name, value, name, value, ...
+    std::array<Span, 2 * maxAttributes> attributeSpans_;
+    std::size_t attributeCount_ = 0;
+    std::array<const char*, 2 * maxAttributes> pairs_;
+    std::array<std::size_t, 2 * maxAttributes> lengths_;
     Span pendingText_{0, 0};
     bool pendingReferences_ = false;
     bool done_ = false;

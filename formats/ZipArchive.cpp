@@ -1,15 +1,22 @@
 #include "formats/ZipArchive.h"
 
+#include "formats/ReadAhead.h"
+
 #include <sys/mman.h>
 #include <zip.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <thread>
 
 namespace sumora {
 
 namespace {
+
+// A part at least this big is inflated on a second thread while its reader
+// scans; a smaller one costs less inflated in one piece than a thread.
+constexpr std::uint64_t kReadAheadBytes = std::uint64_t{4} << 20;
 
 // Deflate cannot expand data by more than about 1032:1; used to cap how much a
 // declared size may make us reserve up front.
@@ -55,11 +62,17 @@ struct FileCloser {
 // ---------------------------------------------------------------------------
 // ZipReader
 
-ZipReader::ZipReader(std::string_view bytes, ZipLimits limits) : bytes_(bytes), limits_(limits) {
+ZipReader::ZipReader(std::string_view bytes, ZipLimits limits)
+    : ownBytes_(bytes), bytes_(ownBytes_), limits_(limits) {
     open();
 }
 
-ZipReader::ZipReader(std::string&& bytes, ZipLimits limits) : bytes_(std::move(bytes)), limits_(limits) {
+ZipReader::ZipReader(std::string&& bytes, ZipLimits limits)
+    : ownBytes_(std::move(bytes)), bytes_(ownBytes_), limits_(limits) {
+    open();
+}
+
+ZipReader::ZipReader(BorrowedBytes bytes, ZipLimits limits) : bytes_(bytes.bytes), limits_(limits) {
     open();
 }
 
@@ -206,10 +219,10 @@ class InflatedEntry {
 
     // `piece` is a multiple of the page size, so every piece but the last
     // starts and ends on a page boundary.
-    void deliver(std::size_t piece, const std::function<void(std::string_view)>& consume) {
+    void deliver(std::size_t piece, const ZipReader::WritableChunk& consume) {
         for (std::size_t at = 0; at < size_; at += piece) {
             std::size_t n = std::min(piece, size_ - at);
-            consume(std::string_view(data_ + at, n));
+            consume(data_ + at, n);
             if (n == piece) {
                 munmap(data_ + at, n);
                 released_ = at + n;
@@ -268,9 +281,17 @@ void ZipReader::stream(std::string_view path, const std::function<void(std::stri
         consume(std::string_view(buffer.get(), n));
 }
 
-void ZipReader::streamWhole(std::string_view path,
-                            const std::function<void(std::string_view chunk)>& consume) {
+void ZipReader::streamWhole(std::string_view path, const WritableChunk& consume) {
     std::size_t index = requireEntry(indexOf(path), path);
+    const ZipEntry& declared = entries_[index];
+    if (std::max(declared.uncompressedSize, declared.compressedSize) >= kReadAheadBytes &&
+        std::thread::hardware_concurrency() >= 2) {
+        // The ordinary read, with its checks and messages, one core ahead of
+        // the consumer; the consumer must leave this reader alone meanwhile.
+        ZipEntryReader entry(archive_, index, declared, limits_, totalBytesRead_);
+        auto fill = [&](char* into, std::size_t capacity) { return entry.readSome(into, capacity); };
+        if (readAhead(fill, consume, ReadAheadRing{chunkSize, 8})) return;
+    }
     if (inflatable(index)) {
         // Handed on from one buffer in pieces, each piece's memory returned
         // once consumed, so that a big part never lies in memory twice.
@@ -280,7 +301,10 @@ void ZipReader::streamWhole(std::string_view path,
             return;
         }
     }
-    stream(path, consume);
+    ZipEntryReader entry(archive_, index, entries_[index], limits_, totalBytesRead_);
+    std::unique_ptr<char[]> buffer(new char[chunkSize]);
+    while (std::size_t n = entry.readSome(buffer.get(), chunkSize))
+        consume(buffer.get(), n);
 }
 
 } // namespace sumora

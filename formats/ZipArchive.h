@@ -38,8 +38,15 @@ struct ZipLimits {
     std::uint64_t maxTotalBytes = std::uint64_t{4} << 30; // all reads of one reader together, 4 GiB
 };
 
+// Package bytes a ZipReader reads in place instead of copying: the caller
+// keeps them alive and unchanged for as long as the reader exists.
+struct BorrowedBytes {
+    std::string_view bytes;
+};
+
 // Reads a ZIP archive held in memory. The reader keeps its own copy of the
-// bytes (or takes over a moved-in string), so the caller's buffer may go away.
+// bytes (or takes over a moved-in string, or borrows them), so the caller's
+// buffer may go away unless it was lent.
 //
 // Lookup by path is forgiving: an exact match wins; otherwise a leading "/" and
 // backslash separators are ignored and letters compare case-insensitively.
@@ -53,6 +60,7 @@ class ZipReader {
 
     explicit ZipReader(std::string_view bytes, ZipLimits limits = {});
     explicit ZipReader(std::string&& bytes, ZipLimits limits = {});
+    explicit ZipReader(BorrowedBytes bytes, ZipLimits limits = {});
     ~ZipReader();
     ZipReader(const ZipReader&) = delete;
     ZipReader& operator=(const ZipReader&) = delete;
@@ -69,10 +77,13 @@ class ZipReader {
     // Reads one entry in pieces of at most chunkSize bytes; the view is only
     // valid during the call. To stop early, throw from the callback.
     void stream(std::string_view path, const std::function<void(std::string_view chunk)>& consume);
-    // As stream(), but the entry is first inflated in one piece where it can
-    // be (several times faster), so stopping early saves nothing: for
-    // readers that take parts to their end.
-    void streamWhole(std::string_view path, const std::function<void(std::string_view chunk)>& consume);
+    // As stream(), for readers that take parts to their end: a big entry is
+    // inflated on a second thread while `consume` works (which must not use
+    // this reader meanwhile), a smaller one in one piece where it can be
+    // (several times faster than a stream). Each chunk is the consumer's to
+    // overwrite until it returns, so it can be parsed in place.
+    using WritableChunk = std::function<void(char* chunk, std::size_t size)>;
+    void streamWhole(std::string_view path, const WritableChunk& consume);
 
     // Decompressed bytes delivered so far by this reader (checked against maxTotalBytes).
     std::uint64_t totalBytesRead() const { return totalBytesRead_; }
@@ -96,7 +107,8 @@ class ZipReader {
     bool inflateWhole(std::size_t index, char* out);
     bool inflatable(std::size_t index) const;
 
-    std::string bytes_;
+    std::string ownBytes_;
+    std::string_view bytes_; // ownBytes_ or the borrowed bytes
     ZipLimits limits_;
     zip* archive_ = nullptr;
     std::vector<ZipEntry> entries_;

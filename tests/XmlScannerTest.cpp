@@ -35,13 +35,19 @@ std::optional<std::string> expatEvents(std::string_view document) {
     return t.events;
 }
 
-// The scanner's transcript when fed in pieces of `piece` bytes, or nothing when it refuses.
-std::optional<std::string> scannerEvents(std::string_view document, size_t piece) {
+// The scanner's transcript when fed in pieces of `piece` bytes (copied, or
+// lent to be read in place), or nothing when it refuses.
+std::optional<std::string> scannerEvents(std::string_view document, size_t piece, bool inPlace = false) {
     Transcript t;
     XmlScanner scanner(t);
     try {
-        for (size_t at = 0; at < document.size(); at += piece)
-            scanner.feed(document.substr(at, piece));
+        for (size_t at = 0; at < document.size(); at += piece) {
+            std::string chunk(document.substr(at, piece));
+            if (inPlace)
+                scanner.feedWritable(chunk.data(), chunk.size());
+            else
+                scanner.feed(chunk);
+        }
         scanner.finish();
     } catch (const XmlScanner::Unsupported&) {
         return std::nullopt;
@@ -50,6 +56,20 @@ std::optional<std::string> scannerEvents(std::string_view document, size_t piece
 }
 
 const std::string kDecl = R"(<?xml version="1.0" encoding="UTF-8" standalone="yes"?>)";
+
+// Rows of cells with references, plus values and texts longer than the
+// pieces, so that tokens straddle every kind of cut.
+std::string longDocument() {
+    std::string document = kDecl + "<sheetData>";
+    for (int row = 1; row <= 40; ++row) {
+        document += "<row r=\"" + std::to_string(row) + "\"><c r=\"A" + std::to_string(row) +
+                    "\" t=\"s\"><v>" + std::to_string(row * 7) + "</v></c><c r=\"B" + std::to_string(row) +
+                    "\"><f>A1&amp;\"&lt;x&gt;\"</f><v>&#x20AC;" + std::string(row % 9 == 0 ? 1500 : 3, 'x') +
+                    "</v></c></row>";
+        if (row % 13 == 0) document += "<note text=\"" + std::string(1800, 'n') + "&quot;\"/>";
+    }
+    return document + "</sheetData>";
+}
 
 } // namespace
 
@@ -67,6 +87,7 @@ TEST(XmlScanner, ReadsExactlyWhatExpatReadsOrRefuses) {
                  "t=\"s\"><v>0</v></c>"
                  "<c r=\"B1\"><f>SUM(A1:A2)&lt;3</f><v>1.5</v></c></row></sheetData></worksheet>\n",
          true},
+        {longDocument(), true},
         {"\xEF\xBB\xBF<?xml version='1.0'?><a/>", true},
         {"<x:a xmlns:x=\"u\" x:b='1' c=\"&quot;&apos;&amp;&gt;&lt;\"> t&#65;&#x20AC;&#x1F600; <b:c:d/></x:a>",
          true},
@@ -120,9 +141,11 @@ TEST(XmlScanner, ReadsExactlyWhatExpatReadsOrRefuses) {
         EXPECT_EQ(whole.has_value(), c.scanned);
         if (!whole) continue;
         EXPECT_EQ(expatEvents(c.document), whole);
-        // Input cut anywhere reads the same.
-        for (size_t piece : {1, 2, 3, 7})
-            EXPECT_EQ(scannerEvents(c.document, piece), whole) << "in pieces of " << piece;
+        // Input cut anywhere reads the same, copied or read in place.
+        for (bool inPlace : {false, true})
+            for (size_t piece : {1, 2, 3, 7, 700, 1300})
+                EXPECT_EQ(scannerEvents(c.document, piece, inPlace), whole)
+                    << "in pieces of " << piece << (inPlace ? ", in place" : "");
     }
 }
 

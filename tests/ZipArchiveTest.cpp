@@ -166,6 +166,40 @@ TEST(ZipArchive, CorruptedEntryDataIsDetected) {
     }
 }
 
+// A big part is inflated on a second thread while it is consumed; it must
+// arrive as a stream delivers it, damage and limits included.
+TEST(ZipArchive, BigPartReadAheadMatchesTheStream) {
+    const std::string big = sampleText(std::size_t{6} << 20);
+    std::string bytes = archiveOf({{"sheet.xml", big}});
+    auto whole = [](ZipReader& reader) {
+        std::string content;
+        reader.streamWhole("sheet.xml", [&](char* chunk, std::size_t size) { content.append(chunk, size); });
+        return content;
+    };
+    ZipReader borrowing(BorrowedBytes{bytes});
+    EXPECT_TRUE(whole(borrowing) == big);
+    EXPECT_EQ(borrowing.totalBytesRead(), big.size());
+
+    std::string damaged = bytes;
+    damaged[30 + 9 + borrowing.entries()[0].compressedSize / 2] ^= 0x20;
+    auto failure = [&](auto read) -> std::string {
+        ZipReader reader(damaged);
+        try {
+            read(reader);
+        } catch (const ArchiveError& e) {
+            return e.what();
+        }
+        return "no error";
+    };
+    std::string streamed = failure([](ZipReader& r) { r.stream("sheet.xml", [](std::string_view) {}); });
+    EXPECT_NE(streamed, "no error");
+    EXPECT_EQ(failure(whole), streamed);
+
+    const ZipLimits small{.maxEntryBytes = 1u << 20, .maxTotalBytes = std::uint64_t{1} << 40};
+    ZipReader limited(bytes, small);
+    EXPECT_THROW(whole(limited), ArchiveError);
+}
+
 TEST(ZipArchive, ZipBombStopsAtTheEntryLimit) {
     const std::size_t bombSize = 64u << 20;
     std::string bytes = archiveOf({{"bomb.xml", std::string(bombSize, '\0')}});
