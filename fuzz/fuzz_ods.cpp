@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -17,10 +18,48 @@
 
 using namespace sumora;
 
+namespace {
+
+// Every event as text, to compare two reads of the same document.
+struct Transcript : XmlHandler {
+    std::string events;
+    void startElement(std::string_view name, const XmlAttributes& attributes) override {
+        events.append("<").append(name);
+        for (size_t i = 0; i < attributes.size(); ++i)
+            events.append(" ").append(attributes.qualifiedName(i)).append("=").append(attributes.value(i));
+    }
+    void endElement(std::string_view name) override { events.append(">").append(name); }
+    void characters(std::string_view text) override { events.append("'").append(text); }
+};
+
+// The scanner's events for `document` read in place in pieces of `piece`
+// bytes; nothing when it refuses the document.
+std::optional<std::string> scannedInPieces(std::string_view document, size_t piece) {
+    Transcript transcript;
+    XmlScanner scanner(transcript);
+    try {
+        for (size_t at = 0; at < document.size(); at += piece) {
+            std::string chunk(document.substr(at, piece));
+            scanner.feedWritable(chunk.data(), chunk.size());
+        }
+        scanner.finish();
+    } catch (const XmlScanner::Unsupported&) {
+        return std::nullopt;
+    }
+    return transcript.events;
+}
+
+} // namespace
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const bool quiet = (Log::setEnabled(false), true);
     (void)quiet;
     std::string_view input(reinterpret_cast<const char*>(data), size);
+    // Where a chunk ends must not change what the scanner reads.
+    if (!input.starts_with("PK")) {
+        std::optional<std::string> whole = scannedInPieces(input, input.size() + 1);
+        if (scannedInPieces(input, 7) != whole || scannedInPieces(input, 600) != whole) std::abort();
+    }
     std::string package;
     if (input.starts_with("PK")) {
         package.assign(input);
