@@ -120,20 +120,25 @@ constexpr SymbolKind kindOf(std::uint32_t entry) {
 // counts and symbols in code order for the rest.
 template <unsigned TableBits> class HuffmanCode {
   public:
-    // False for lengths that over-subscribe the code; incomplete codes are
-    // allowed (a block with one distance code has one). `info` gives each
+    // False for lengths that over-subscribe the code, or leave it
+    // incomplete where zlib refuses that: everywhere but a code of at most
+    // one bit (a block with one distance code, or none). `info` gives each
     // symbol's meaning.
-    bool build(const std::uint8_t* lengths, unsigned n, const std::uint32_t* info) {
+    bool build(const std::uint8_t* lengths, unsigned n, const std::uint32_t* info,
+               bool mayBeIncomplete = true) {
         info_ = info;
         count_.fill(0);
         for (unsigned s = 0; s < n; ++s)
             ++count_[lengths[s]];
         count_[0] = 0;
         int left = 1;
+        unsigned longest = 0;
         for (unsigned len = 1; len <= kMaxCodeBits; ++len) {
             left = left * 2 - count_[len];
             if (left < 0) return false;
+            if (count_[len] > 0) longest = len;
         }
+        if (left > 0 && !(mayBeIncomplete && longest <= 1)) return false;
         std::array<std::uint16_t, kMaxCodeBits + 2> offset{};
         std::array<std::uint32_t, kMaxCodeBits + 1> nextCode{};
         std::uint32_t code = 0;
@@ -251,7 +256,7 @@ bool readDynamicCodes(BitReader& in, LiteralCode& literals, DistanceCode& distan
         codeLengths[kCodeLengthOrder[i]] = static_cast<std::uint8_t>(in.take(3));
     }
     HuffmanCode<kLengthCodeTableBits> lengthCode;
-    if (!lengthCode.build(codeLengths.data(), 19, lengthCodeInfo.data())) return false;
+    if (!lengthCode.build(codeLengths.data(), 19, lengthCodeInfo.data(), false)) return false;
     std::array<std::uint8_t, 286 + 30> lengths{};
     const unsigned total = literalCount + distanceCount;
     for (unsigned i = 0; i < total;) {
