@@ -20,6 +20,11 @@ class SharedStringTable {
         ++count_;
         return intern(text);
     }
+    // Starts loading the slot `text` will be looked up in: a big table's
+    // slots are mostly not in the cache, and a row's texts can be announced
+    // a row ahead.
+    void prefetch(std::string_view text) const;
+
     uint64_t count() const { return count_; }
     size_t uniqueCount() const { return texts_.size(); }
 

@@ -96,9 +96,24 @@ class SheetDataWriter {
             if (nextProperty < row) nextProperty = properties.next(row);
             int64_t next = std::min(row < rows ? row : kMaxRows, nextProperty);
             if (next >= kMaxRows) break;
+            prefetchStrings(next + 1);
             writeRow(next, properties.at(next));
             part_.pieceMayEnd();
             row = next + 1;
+        }
+    }
+
+    // The shared-string slots of a row's constant texts (numbers, told by
+    // their first character, mostly are not).
+    void prefetchStrings(int64_t row) const {
+        if (row >= sheet_.storedRowCount()) return;
+        const int64_t width = std::min(sheet_.storedColumnCount(row), kMaxColumns);
+        for (int64_t col = 0; col < width; ++col) {
+            const Cell& cell = sheet_.cell(row, col);
+            if (cell.hasFormula() || cell.isSpillResult()) continue;
+            std::string_view text = cell.displayValue();
+            if (!text.empty() && (text.front() < '0' || text.front() > '9') && text.front() != '-')
+                strings_.prefetch(text);
         }
     }
 
