@@ -1,21 +1,18 @@
 // The package: "mimetype" first and stored (so that a file type sniffer
 // finds it at a fixed offset), the manifest, metadata, a fixed style sheet,
-// and the content. The content of a big workbook is built in one reserved
-// string, its rows in blocks written on two threads, and deflated at a fast
-// level.
+// and the content. The content of a big workbook runs to hundreds of
+// megabytes: it is deflated at a fast level, in pieces on the other cores
+// while its rows are written, and never held whole.
 #include "formats/OdsWriter.h"
 
-#include <atomic>
 #include <charconv>
 #include <cmath>
-#include <exception>
-#include <system_error>
-#include <thread>
 #include <unordered_map>
 
 #include "document/HexColor.h"
 #include "document/SumoraDocument.h"
 #include "engine/FormulaValue.h"
+#include "formats/DeflatePieces.h"
 #include "formats/FileErrors.h"
 #include "formats/OdsFormat.h"
 #include "formats/OdsFormulaTranslation.h"
@@ -330,28 +327,15 @@ void appendEmptyRows(std::string& out, int64_t count) {
     out += "\"><table:table-cell/></table:table-row>";
 }
 
-// What a block of rows wrote and the runs of empty rows at its two ends,
-// which are left to the caller so that a run crossing blocks stays one
-// element.
-struct RowBlock {
-    std::string text;
-    bool any = false;              // a row with something to write
-    int64_t leadingEmptyRows = 0;  // all of the block's rows when !any
-    int64_t trailingEmptyRows = 0; // after the last row written
-    std::exception_ptr error;      // what stopped the writing of the block
-};
-
-void appendRows(RowBlock& block, const Sheet& sheet, int64_t firstRow, int64_t endRow,
-                const StyleTable& table) {
+// A table's rows, handed to the deflater as they are written. Runs of empty
+// rows are one element each; those after the last row with content are left
+// out, and a table without any gets one empty row.
+void appendRows(PieceDeflater& part, const Sheet& sheet, const StyleTable& table) {
     StyleLookup styleOf(table);
-    std::string& out = block.text;
-    // Reserved as contentXML estimates, so that the text is not copied as it grows.
-    size_t estimate = 0;
-    for (int64_t r = firstRow; r < endRow; ++r)
-        estimate += 64 + static_cast<size_t>(sheet.storedColumnCount(r)) * 112;
-    out.reserve(estimate);
+    std::string& out = part.text();
     int64_t emptyRows = 0;
-    for (int64_t r = firstRow; r < endRow; ++r) {
+    bool anyRow = false;
+    for (int64_t r = 0; r < sheet.storedRowCount(); ++r) {
         bool any = false;
         int64_t emptyCells = 0;
         for (int64_t c = 0; c < sheet.storedColumnCount(r); ++c) {
@@ -362,14 +346,10 @@ void appendRows(RowBlock& block, const Sheet& sheet, int64_t firstRow, int64_t e
                 continue;
             }
             if (!any) {
-                if (block.any)
-                    appendEmptyRows(out, emptyRows);
-                else
-                    block.leadingEmptyRows = emptyRows;
+                appendEmptyRows(out, emptyRows);
                 emptyRows = 0;
                 out += "<table:table-row>";
-                any = true;
-                block.any = true;
+                any = anyRow = true;
             }
             appendEmptyCells(out, emptyCells);
             emptyCells = 0;
@@ -379,109 +359,13 @@ void appendRows(RowBlock& block, const Sheet& sheet, int64_t firstRow, int64_t e
             out += "</table:table-row>";
         else
             ++emptyRows;
+        part.pieceMayEnd();
     }
-    if (block.any)
-        block.trailingEmptyRows = emptyRows;
-    else
-        block.leadingEmptyRows = emptyRows;
+    if (!anyRow) appendEmptyRows(out, 1);
 }
 
-// Rows per block. A big table's blocks are written on two threads and
-// joined in order as they are done, so the text is held about once.
-constexpr int64_t kBlockRows = 4096;
-// Blocks a helper may run ahead of the joining.
-constexpr size_t kBlocksAhead = 8;
-
-// Appends the rows of a table, written in blocks, in order.
-class RowWriter {
-  public:
-    RowWriter(std::string& out, const Sheet& sheet, const StyleTable& styles)
-        : out_(out), sheet_(sheet), styles_(styles), rows_(sheet.storedRowCount()),
-          blocks_(static_cast<size_t>((rows_ + kBlockRows - 1) / kBlockRows)), ready_(blocks_.size()) {}
-
-    void write() {
-        std::thread helper;
-        if (blocks_.size() > 2 && std::thread::hardware_concurrency() >= 2) {
-            try {
-                helper = std::thread([this] { help(); });
-            } catch (const std::system_error&) {
-                // no thread to spare: this one writes every block
-            }
-        }
-        try {
-            join();
-        } catch (...) {
-            stop_ = true;
-            joined_ = blocks_.size() + kBlocksAhead; // wakes a helper waiting to run ahead
-            joined_.notify_all();
-            if (helper.joinable()) helper.join();
-            throw;
-        }
-        if (helper.joinable()) helper.join();
-        if (!any_) appendEmptyRows(out_, 1);
-    }
-
-  private:
-    // Writes block b unless another thread took it; false when none is left.
-    bool writeNext() {
-        size_t b = next_++;
-        if (b >= blocks_.size()) return false;
-        int64_t first = static_cast<int64_t>(b) * kBlockRows;
-        try {
-            appendRows(blocks_[b], sheet_, first, std::min(rows_, first + kBlockRows), styles_);
-        } catch (...) {
-            blocks_[b].error = std::current_exception();
-        }
-        ready_[b] = true;
-        ready_[b].notify_all();
-        return true;
-    }
-
-    void help() {
-        while (!stop_) {
-            size_t joined = joined_.load();
-            if (next_.load() >= joined + kBlocksAhead) {
-                joined_.wait(joined);
-                continue;
-            }
-            if (!writeNext()) return;
-        }
-    }
-
-    void join() {
-        int64_t pendingEmptyRows = 0;
-        for (size_t b = 0; b < blocks_.size(); ++b) {
-            while (!ready_[b]) {
-                if (!writeNext()) ready_[b].wait(false);
-            }
-            RowBlock& block = blocks_[b];
-            if (block.error) std::rethrow_exception(block.error);
-            pendingEmptyRows += block.leadingEmptyRows;
-            if (block.any) {
-                appendEmptyRows(out_, pendingEmptyRows);
-                out_ += block.text;
-                pendingEmptyRows = block.trailingEmptyRows;
-                any_ = true;
-            }
-            std::string().swap(block.text);
-            joined_ = b + 1;
-            joined_.notify_all();
-        }
-    }
-
-    std::string& out_;
-    const Sheet& sheet_;
-    const StyleTable& styles_;
-    const int64_t rows_;
-    std::vector<RowBlock> blocks_;
-    std::vector<std::atomic<bool>> ready_;
-    std::atomic<size_t> next_{0};
-    std::atomic<size_t> joined_{0};
-    std::atomic<bool> stop_{false};
-    bool any_ = false;
-};
-
-void appendTable(std::string& out, const Sheet& sheet, const StyleTable& styles) {
+void appendTable(PieceDeflater& part, const Sheet& sheet, const StyleTable& styles) {
+    std::string& out = part.text();
     out += "<table:table table:name=\"";
     appendXmlEscaped(out, sheet.name, XmlContext::attribute);
     out += "\">";
@@ -501,7 +385,7 @@ void appendTable(std::string& out, const Sheet& sheet, const StyleTable& styles)
         }
     }
 
-    RowWriter(out, sheet, styles).write();
+    appendRows(part, sheet, styles);
     out += "</table:table>";
 }
 
@@ -602,21 +486,17 @@ std::string ODSWriter::metaXML(std::time_t now) {
     return out;
 }
 
-std::string ODSWriter::contentXML(const std::vector<Sheet>& sheets) {
+DeflatedPart ODSWriter::deflatedContent(const std::vector<Sheet>& sheets) {
     StyleTable styles(sheets);
-    size_t estimate = 4096;
-    for (const Sheet& sheet : sheets)
-        for (int64_t r = 0; r < sheet.storedRowCount(); ++r)
-            estimate += 64 + static_cast<size_t>(sheet.storedColumnCount(r)) * 112;
-    std::string out;
-    out.reserve(estimate);
+    PieceDeflater part(kContentCompressionLevel, kContentCompressionLevel);
+    std::string& out = part.text();
     out += kContentStart;
     appendAutomaticStyles(out, styles);
     out += "<office:body><office:spreadsheet>";
     for (const Sheet& sheet : sheets)
-        appendTable(out, sheet, styles);
+        appendTable(part, sheet, styles);
     out += "</office:spreadsheet></office:body></office:document-content>";
-    return out;
+    return part.finish();
 }
 
 std::string ODSWriter::write(const std::vector<Sheet>& sheets) {
@@ -627,7 +507,7 @@ std::string ODSWriter::write(const std::vector<Sheet>& sheets) {
         zip.add("META-INF/manifest.xml", kManifest);
         zip.add("meta.xml", metaXML());
         zip.add("styles.xml", kStyles);
-        zip.add("content.xml", contentXML(sheets), Compression::deflate, kContentCompressionLevel);
+        zip.addDeflated("content.xml", deflatedContent(sheets));
         bytes = zip.finish();
     } catch (const ArchiveError& e) {
         throw FileWriteError(std::string("ODS export failed: ") + e.what());

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "formats/DeflatePieces.h"
+
 namespace sumora {
 
 struct CellFormat;
@@ -39,7 +41,8 @@ class ODSWriter {
     // The package bytes; throws FileWriteError when the archive fails its checks.
     static std::string write(const std::vector<Sheet>& sheets);
 
-    static std::string contentXML(const std::vector<Sheet>& sheets);
+    // "content.xml", deflated as it is written.
+    static DeflatedPart deflatedContent(const std::vector<Sheet>& sheets);
     // Stamped with `now` (creation and modification are the same moment).
     static std::string metaXML(std::time_t now = std::time(nullptr));
     static std::string cellStyleProperties(const CellStyleKey& key);

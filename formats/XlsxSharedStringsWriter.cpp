@@ -55,6 +55,10 @@ uint32_t SharedStringTable::intern(std::string_view text) {
     }
 }
 
+void SharedStringTable::prefetch(std::string_view text) const {
+    __builtin_prefetch(&slots_[hashText(text) & (slots_.size() - 1)]);
+}
+
 void SharedStringTable::grow() {
     std::vector<Slot> old(slots_.size() * 2);
     old.swap(slots_);

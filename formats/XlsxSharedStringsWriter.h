@@ -20,11 +20,10 @@ class SharedStringTable {
         ++count_;
         return intern(text);
     }
-    // The index of `text` without counting a reference.
-    uint32_t intern(std::string_view text);
-    // References counted elsewhere (a part written with a table of its own).
-    void addReferences(uint64_t n) { count_ += n; }
-    std::string_view text(uint32_t index) const { return texts_[index]; }
+    // Starts loading the slot `text` will be looked up in: a big table's
+    // slots are mostly not in the cache, and a row's texts can be announced
+    // a row ahead.
+    void prefetch(std::string_view text) const;
 
     uint64_t count() const { return count_; }
     size_t uniqueCount() const { return texts_.size(); }
@@ -39,6 +38,8 @@ class SharedStringTable {
     };
     static constexpr uint32_t kEmpty = UINT32_MAX;
 
+    // The index of `text` without counting a reference.
+    uint32_t intern(std::string_view text);
     void grow();
 
     std::vector<Slot> slots_; // a power of two in size, at most half full

@@ -63,13 +63,6 @@ class StylesWriter {
         return index;
     }
 
-    // The index of a format styleIndex has already met, without adding any:
-    // safe to call from several threads once every cell was registered.
-    uint32_t registeredIndex(const CellFormat* format, bool locked) const {
-        auto it = byHandle_.find(reinterpret_cast<uintptr_t>(format) | (locked ? 0 : 1));
-        return it != byHandle_.end() ? it->second : 0;
-    }
-
     // The `dxf` index of a conditional rule's format.
     uint32_t dxfIndex(const ConditionalFormat& format);
 

@@ -3,15 +3,14 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <exception>
 #include <map>
 #include <optional>
 #include <set>
-#include <thread>
 #include <vector>
 
 #include "document/ColumnLetters.h"
 #include "document/Sheet.h"
+#include "formats/DeflatePieces.h"
 #include "formats/OutlineLevels.h"
 #include "formats/XlsxConditionalFormatsWriter.h"
 #include "formats/XlsxFormulaText.h"
@@ -64,31 +63,16 @@ bool isBlank(const Cell& cell) {
     return !cell.formatHandle() && cell.isLocked() && !cell.hasFormula() && cell.displayValue().empty();
 }
 
-// Stored rows past which a sheet's rows are written in two halves at once.
-constexpr int64_t kParallelRows = 20000;
-
-// The shared-string references of rows written apart from the workbook's
-// table: where each index goes in the text and which of the rows' own
-// strings it names. Merged once the rows before them are written, so that
-// indices still follow first use.
-struct DeferredStrings {
-    SharedStringTable local;
-    std::vector<std::pair<size_t, uint32_t>> refs; // offset in the text, local index
-};
-
 class SheetDataWriter {
   public:
-    SheetDataWriter(const Sheet& sheet, SharedStringTable& strings, StylesWriter& styles, std::string& out)
-        : sheet_(sheet), strings_(strings), styles_(styles), out_(out) {}
+    SheetDataWriter(const Sheet& sheet, SharedStringTable& strings, StylesWriter& styles, PieceDeflater& part)
+        : sheet_(sheet), strings_(strings), styles_(styles), part_(part), out_(part.text()) {}
 
     void write() {
         out_ += "<sheetData>";
         RowProperties properties(sheet_);
         int64_t rows = std::min(sheet_.storedRowCount(), kMaxRows);
-        if (rows >= kParallelRows && std::thread::hardware_concurrency() >= 2)
-            writeInHalves(properties, rows);
-        else
-            writeRows(properties, 0, kMaxRows);
+        writeRows(properties);
         out_ += "</sheetData>";
         for (int64_t r = rows; r < sheet_.storedRowCount(); ++r)
             for (int64_t col = 0; col < sheet_.storedColumnCount(r); ++col)
@@ -103,87 +87,37 @@ class SheetDataWriter {
     struct RowAttributes;
     class RowProperties;
 
-    // The rows in [from, to) that have cells or attributes.
-    void writeRows(const RowProperties& properties, int64_t from, int64_t to) {
+    // The rows that have cells or attributes, handed to the deflater as
+    // they are written.
+    void writeRows(const RowProperties& properties) {
         int64_t rows = std::min(sheet_.storedRowCount(), kMaxRows);
-        int64_t row = from, nextProperty = properties.next(from);
+        int64_t row = 0, nextProperty = properties.next(0);
         while (true) {
             if (nextProperty < row) nextProperty = properties.next(row);
             int64_t next = std::min(row < rows ? row : kMaxRows, nextProperty);
-            if (next >= to) break;
+            if (next >= kMaxRows) break;
+            prefetchStrings(next + 1);
             writeRow(next, properties.at(next));
+            part_.pieceMayEnd();
             row = next + 1;
         }
     }
 
-    // The second half of the rows is written on a helper thread into a text
-    // of its own. Styles are registered first, in the order the cells come,
-    // so that both halves only look them up; shared strings are numbered
-    // after both halves are done.
-    void writeInHalves(const RowProperties& properties, int64_t rows) {
-        for (int64_t r = 0; r < rows; ++r) {
-            int64_t width = std::min(sheet_.storedColumnCount(r), kMaxColumns);
-            for (int64_t col = 0; col < width; ++col) {
-                const Cell& cell = sheet_.cell(r, col);
-                if (!isBlank(cell)) styles_.styleIndex(cell.formatHandle(), cell.isLocked());
-            }
+    // The shared-string slots of a row's constant texts (numbers, told by
+    // their first character, mostly are not).
+    void prefetchStrings(int64_t row) const {
+        if (row >= sheet_.storedRowCount()) return;
+        const int64_t width = std::min(sheet_.storedColumnCount(row), kMaxColumns);
+        for (int64_t col = 0; col < width; ++col) {
+            const Cell& cell = sheet_.cell(row, col);
+            if (cell.hasFormula() || cell.isSpillResult()) continue;
+            std::string_view text = cell.displayValue();
+            if (!text.empty() && (text.front() < '0' || text.front() > '9') && text.front() != '-')
+                strings_.prefetch(text);
         }
-        stylesRegistered_ = true;
-        const int64_t middle = rows / 2;
-        std::string secondText;
-        secondText.reserve(out_.capacity() > out_.size() ? (out_.capacity() - out_.size()) / 2 : 0);
-        DeferredStrings deferred;
-        SheetDataWriter second(sheet_, strings_, styles_, secondText);
-        second.deferred_ = &deferred;
-        second.stylesRegistered_ = true;
-        std::exception_ptr error;
-        std::thread helper;
-        try {
-            helper = std::thread([&] {
-                try {
-                    second.writeRows(properties, middle, kMaxRows);
-                } catch (...) {
-                    error = std::current_exception();
-                }
-            });
-        } catch (const std::system_error&) {
-            writeRows(properties, 0, kMaxRows); // no thread to spare
-            return;
-        }
-        try {
-            writeRows(properties, 0, middle);
-        } catch (...) {
-            helper.join();
-            throw;
-        }
-        helper.join();
-        if (error) std::rethrow_exception(error);
-        skipped_ += second.skipped_;
-
-        std::vector<uint32_t> indices(deferred.local.uniqueCount());
-        for (size_t i = 0; i < indices.size(); ++i)
-            indices[i] = strings_.intern(deferred.local.text(static_cast<uint32_t>(i)));
-        strings_.addReferences(deferred.local.count());
-        size_t from = 0;
-        for (const auto& [at, local] : deferred.refs) {
-            out_.append(secondText, from, at - from);
-            appendInt(out_, indices[local]);
-            from = at;
-        }
-        out_.append(secondText, from);
     }
 
-    uint32_t styleOf(const Cell& cell) {
-        if (!stylesRegistered_) return styles_.styleIndex(cell.formatHandle(), cell.isLocked());
-        const CellFormat* format = cell.formatHandle();
-        bool locked = cell.isLocked();
-        if (format != lastFormat_ || locked != lastLocked_) {
-            lastFormat_ = format;
-            lastLocked_ = locked;
-            lastStyle_ = styles_.registeredIndex(format, locked);
-        }
-        return lastStyle_;
-    }
+    uint32_t styleOf(const Cell& cell) { return styles_.styleIndex(cell.formatHandle(), cell.isLocked()); }
 
     struct RowAttributes {
         const double* height = nullptr;
@@ -322,10 +256,7 @@ class SheetDataWriter {
             out_ += text == "TRUE" ? " t=\"b\"><v>1</v></c>" : " t=\"b\"><v>0</v></c>";
         } else {
             out_ += " t=\"s\"><v>";
-            if (deferred_)
-                deferred_->refs.emplace_back(out_.size(), deferred_->local.index(text));
-            else
-                appendInt(out_, strings_.index(text));
+            appendInt(out_, strings_.index(text));
             out_ += "</v></c>";
         }
     }
@@ -390,27 +321,13 @@ class SheetDataWriter {
     const Sheet& sheet_;
     SharedStringTable& strings_;
     StylesWriter& styles_;
-    std::string& out_;
-    DeferredStrings* deferred_ = nullptr; // for rows written apart
-    bool stylesRegistered_ = false;
-    const CellFormat* lastFormat_ = nullptr;
-    bool lastLocked_ = true;
-    uint32_t lastStyle_ = 0;
+    PieceDeflater& part_;
+    std::string& out_; // the part's text; the same string throughout
     std::vector<std::string> columnLetters_;
     char rowText_[24] = {};
     size_t rowTextLength_ = 0;
     int64_t skipped_ = 0;
 };
-
-// Bytes to reserve: about 40 per stored cell covers a reference, a style
-// and a typical value.
-size_t estimatedSize(const Sheet& sheet) {
-    size_t cells = 0;
-    for (int64_t row = 0; row < sheet.storedRowCount(); ++row)
-        cells += static_cast<size_t>(sheet.storedColumnCount(row));
-    return 4096 + cells * 40 + static_cast<size_t>(sheet.storedRowCount()) * 20 +
-           sheet.rowHeights.size() * 48;
-}
 
 void appendSheetViews(std::string& out, const Sheet& sheet) {
     out += "<sheetViews><sheetView tabSelected=\"1\" workbookViewId=\"0\">";
@@ -568,10 +485,10 @@ void appendMergeCells(std::string& out, const Sheet& sheet) {
 
 } // namespace
 
-std::string worksheetXml(const Sheet& sheet, SharedStringTable& strings, StylesWriter& styles,
-                         const WorksheetLinks& links) {
-    std::string out;
-    out.reserve(estimatedSize(sheet));
+DeflatedPart deflatedWorksheet(const Sheet& sheet, SharedStringTable& strings, StylesWriter& styles,
+                               const WorksheetLinks& links, int level, int smallPartLevel) {
+    PieceDeflater part(level, smallPartLevel);
+    std::string& out = part.text();
     out += "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n"
            "<worksheet xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\" "
            "xmlns:r=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships\">";
@@ -580,7 +497,7 @@ std::string worksheetXml(const Sheet& sheet, SharedStringTable& strings, StylesW
     appendSheetViews(out, sheet);
     appendSheetFormat(out, sheet);
     appendColumns(out, sheet);
-    SheetDataWriter(sheet, strings, styles, out).write();
+    SheetDataWriter(sheet, strings, styles, part).write();
     appendSheetProtection(out, sheet);
     appendMergeCells(out, sheet);
     appendConditionalFormatting(out, sheet, styles);
@@ -591,7 +508,7 @@ std::string worksheetXml(const Sheet& sheet, SharedStringTable& strings, StylesW
     if (links.legacyDrawing) out += "<legacyDrawing r:id=\"" + *links.legacyDrawing + "\"/>";
     out += links.carriedAfterDrawings;
     out += "</worksheet>";
-    return out;
+    return part.finish();
 }
 
 } // namespace sumora::xlsx

@@ -1,11 +1,13 @@
 #pragma once
-// One worksheet part ("xl/worksheets/sheetN.xml"). Built into one string
-// reserved up front, with numbers and references formatted by hand: a big
-// sheet's part is tens of megabytes and this is the hot path of saving. The
-// rows of a long sheet are written in two halves on two threads.
+// One worksheet part ("xl/worksheets/sheetN.xml"), with numbers and
+// references formatted by hand: a big sheet's part is tens of megabytes and
+// this is the hot path of saving. The text is deflated in pieces on the
+// other cores while the rows are written, so it is never held whole.
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "formats/DeflatePieces.h"
 
 namespace sumora {
 class Sheet;
@@ -26,7 +28,9 @@ struct WorksheetLinks {
     std::string carriedBeforeDrawings, carriedAfterDrawings;
 };
 
-std::string worksheetXml(const Sheet& sheet, SharedStringTable& strings, StylesWriter& styles,
-                         const WorksheetLinks& links);
+// Deflated at `level`, or at `smallPartLevel` when it stays under a piece
+// (see PieceDeflater).
+DeflatedPart deflatedWorksheet(const Sheet& sheet, SharedStringTable& strings, StylesWriter& styles,
+                               const WorksheetLinks& links, int level, int smallPartLevel);
 
 } // namespace sumora::xlsx

@@ -23,9 +23,9 @@ namespace {
 
 using namespace xlsx;
 
-// Parts past this size are deflated at a fast level: a big worksheet
+// Parts past a piece's size are deflated at a fast level: a big worksheet
 // compresses several times faster and only a few percent larger.
-constexpr size_t kBigPartBytes = size_t{1} << 20;
+constexpr size_t kBigPartBytes = kDeflatePieceBytes;
 constexpr int kBigPartLevel = 1;
 
 void addPart(ZipWriter& zip, const std::string& path, std::string&& xml) {
@@ -42,12 +42,12 @@ std::string buildPackage(const std::vector<Sheet>& sheets, const WorkbookExtras&
         drawingSheets.push_back(!parts.chartNumbers.empty());
     SharedStringTable strings;
     StylesWriter styles;
-    std::vector<std::string> worksheets;
+    std::vector<DeflatedPart> worksheets;
     worksheets.reserve(sheets.size());
     for (size_t i = 0; i < sheets.size(); ++i) {
         WorksheetLinks links{plan[i].drawingId, plan[i].legacyDrawingId, plan[i].hyperlinkIds(), {}, {}};
         carried.addWorksheetElements(i, links);
-        worksheets.push_back(worksheetXml(sheets[i], strings, styles, links));
+        worksheets.push_back(deflatedWorksheet(sheets[i], strings, styles, links, kBigPartLevel, -1));
     }
 
     ZipWriter zip;
@@ -64,7 +64,7 @@ std::string buildPackage(const std::vector<Sheet>& sheets, const WorkbookExtras&
         const SheetParts& parts = plan[i];
         std::string n = std::to_string(parts.number);
         std::string sheetPath = "xl/worksheets/sheet" + n + ".xml";
-        addPart(zip, sheetPath, std::move(worksheets[i]));
+        zip.addDeflated(sheetPath, std::move(worksheets[i]));
         std::string rels = carried.sheetRelationships(i, parts.hasRelationships() ? sheetRelsXml(parts) : "",
                                                       drawingSheets[i], parts.hasComments, sheetPath);
         if (!rels.empty()) addPart(zip, relationshipsPathFor(sheetPath), std::move(rels));

@@ -120,6 +120,8 @@ class ZipReader {
 
 enum class Compression { store, deflate };
 
+struct DeflatedPart;
+
 // Builds a ZIP archive in memory; entries keep the order in which they were added.
 //
 // Deflate levels follow zlib's scale: 1 is fastest, 9 smallest, -1 means the
@@ -127,7 +129,7 @@ enum class Compression { store, deflate };
 // level 1 to 3: they compress several times faster and lose only a few
 // percent of size on spreadsheet XML. Parts are compressed when the archive
 // is finished, several at once on the machine's cores, biggest first; a part
-// of several megabytes is itself compressed in two pieces at once.
+// of several megabytes is itself compressed in pieces on all of them.
 class ZipWriter {
   public:
     ZipWriter() = default;
@@ -145,6 +147,8 @@ class ZipWriter {
              int level = -1) {
         add(path, std::string_view(bytes), compression, level);
     }
+    // A part deflated beforehand (PieceDeflater), with its checksum and size.
+    void addDeflated(std::string_view path, DeflatedPart&& part);
     // A trailing "/" is added when missing.
     void addDirectory(std::string_view path);
 
@@ -157,6 +161,7 @@ class ZipWriter {
         Compression compression = Compression::store;
         int level = -1;
         bool isDirectory = false;
+        bool deflatedAhead = false; // bytes, crc and size came deflated
         std::uint32_t crc = 0;
         std::uint64_t size = 0; // uncompressed
     };

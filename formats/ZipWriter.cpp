@@ -1,9 +1,10 @@
 // Writing ZIP archives. The container is simple enough to lay out here; the
 // costly part is deflate, done by libdeflate on whole parts, several parts at
 // once on the machine's cores, so that a big worksheet and its shared-string
-// table are compressed side by side; a very big part is itself deflated in
-// two pieces at once. ZIP64 records are written only where a
-// size, an offset or the entry count does not fit the classic fields.
+// table are compressed side by side; a part of a few megabytes or more is
+// itself deflated in pieces (DeflatePieces.h). ZIP64 records are written
+// only where a size, an offset or the entry count does not fit the classic
+// fields.
 #include <libdeflate.h>
 #include <zlib.h>
 
@@ -15,6 +16,7 @@
 #include <memory>
 #include <thread>
 
+#include "formats/DeflatePieces.h"
 #include "formats/ZipArchive.h"
 
 namespace sumora {
@@ -64,87 +66,47 @@ std::pair<std::uint16_t, std::uint16_t> dosDateTime() {
     return {date, time};
 }
 
-struct CompressorDeleter {
-    void operator()(libdeflate_compressor* c) const { libdeflate_free_compressor(c); }
+// One piece of work: a whole part, or one piece of a big one.
+struct DeflateJob {
+    ZipWriter::Part* part = nullptr;
+    size_t begin = 0, end = 0;
+    bool piece = false; // one of several: deflated without a final block
+    std::uint32_t crc = 0;
+    std::string out;
 };
 
 // One worker's compressors, one per level it met (allocating one costs more
 // than compressing a small part).
-class Deflater {
+class Compressors {
   public:
-    // Deflates `in` as one complete stream.
-    std::string compress(std::string_view in, int level, const std::string& path) {
-        libdeflate_compressor* c = compressor(level);
-        // Left uninitialised: only the pages the output reaches are ever touched.
-        const size_t bound = libdeflate_deflate_compress_bound(c, in.size());
-        std::unique_ptr<char[]> out(new char[bound]);
-        size_t n = libdeflate_deflate_compress(c, in.data(), in.size(), out.get(), bound);
-        if (n == 0) throw ArchiveError("Cannot deflate '" + path + "' for the ZIP archive.");
-        return std::string(out.get(), n);
+    PieceCompressor& at(int level) {
+        auto& slot = compressors_[level];
+        if (!slot) slot = std::make_unique<PieceCompressor>(level);
+        return *slot;
     }
 
   private:
-    libdeflate_compressor* compressor(int level) {
-        auto& slot = compressors_[level];
-        if (!slot) {
-            slot.reset(libdeflate_alloc_compressor(level));
-            if (!slot) throw std::bad_alloc();
-        }
-        return slot.get();
-    }
-    std::map<int, std::unique_ptr<libdeflate_compressor, CompressorDeleter>> compressors_;
+    std::map<int, std::unique_ptr<PieceCompressor>> compressors_;
 };
 
-// Deflates `in` as the opening blocks of a stream that goes on: no block is
-// final and the output ends on a byte boundary (zlib's sync flush), so that
-// another stream's blocks may follow it directly.
-std::string deflateOpening(std::string_view in, int level, const std::string& path) {
-    z_stream z{};
-    if (deflateInit2(&z, level, Z_DEFLATED, -15, 8, Z_DEFAULT_STRATEGY) != Z_OK) throw std::bad_alloc();
-    // Left uninitialised, as for libdeflate: only what the output reaches is touched.
-    const size_t bound = deflateBound(&z, in.size()) + 16;
-    std::unique_ptr<char[]> out(new char[bound]);
-    z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(in.data()));
-    z.avail_in = static_cast<uInt>(in.size());
-    z.next_out = reinterpret_cast<Bytef*>(out.get());
-    z.avail_out = static_cast<uInt>(bound);
-    int status = deflate(&z, Z_SYNC_FLUSH);
-    const bool complete = status == Z_OK && z.avail_in == 0 && z.avail_out > 0;
-    const size_t written = z.total_out;
-    deflateEnd(&z);
-    if (!complete) throw ArchiveError("Cannot deflate '" + path + "' for the ZIP archive.");
-    return std::string(out.get(), written);
+bool deflated(const ZipWriter::Part& part) {
+    return part.compression == Compression::deflate && !part.isDirectory && !part.deflatedAhead;
 }
 
-// A big part is deflated in two pieces on two cores: its opening third by
-// zlib, which can end a piece without ending the stream, and the rest by
-// libdeflate, about twice as fast, so that both finish at about the same time.
-constexpr std::uint64_t kSplitBytes = std::uint64_t{8} << 20;
-constexpr std::uint64_t kMaxSplitBytes = std::uint64_t{1} << 30; // zlib counts in 32 bits
-
-// One piece of work: a whole part, or the opening or the rest of a split one.
-struct DeflateJob {
-    ZipWriter::Part* part = nullptr;
-    size_t begin = 0, end = 0;
-    bool opening = false; // deflated by zlib, not final
-    std::uint32_t crc = 0;
-    std::string out;
-    // Relative cost, to start the longest jobs first.
-    double cost() const { return static_cast<double>(end - begin) * (opening ? 2.2 : 1.0); }
-};
-
 // Compresses every part, longest jobs first, on up to as many threads as
-// there are cores; the calling thread is one of them.
+// there are cores; the calling thread is one of them. A part of several
+// pieces is deflated piece by piece, so that even a workbook of one big part
+// keeps every core busy.
 void compressAll(std::vector<ZipWriter::Part>& parts) {
     const size_t cores = std::max<size_t>(std::thread::hardware_concurrency(), 1);
     std::vector<DeflateJob> jobs;
     for (ZipWriter::Part& part : parts) {
+        if (part.deflatedAhead) continue;
         part.size = part.bytes.size();
-        const bool deflated = part.compression == Compression::deflate && !part.isDirectory;
-        if (deflated && cores >= 2 && part.size >= kSplitBytes && part.size <= kMaxSplitBytes) {
-            const size_t cut = part.bytes.size() / 3;
-            jobs.push_back({&part, 0, cut, true, 0, {}});
-            jobs.push_back({&part, cut, part.bytes.size(), false, 0, {}});
+        if (deflated(part) && cores >= 2 && part.size >= 2 * kDeflatePieceBytes) {
+            for (size_t begin = 0; begin < part.size; begin += kDeflatePieceBytes)
+                jobs.push_back(
+                    {&part, begin, std::min<size_t>(part.size, begin + kDeflatePieceBytes), true, 0, {}});
         } else {
             jobs.push_back({&part, 0, part.bytes.size(), false, 0, {}});
         }
@@ -152,10 +114,11 @@ void compressAll(std::vector<ZipWriter::Part>& parts) {
     std::vector<size_t> order(jobs.size());
     for (size_t i = 0; i < order.size(); ++i)
         order[i] = i;
-    std::stable_sort(order.begin(), order.end(),
-                     [&](size_t a, size_t b) { return jobs[a].cost() > jobs[b].cost(); });
+    std::stable_sort(order.begin(), order.end(), [&](size_t a, size_t b) {
+        return jobs[a].end - jobs[a].begin > jobs[b].end - jobs[b].begin;
+    });
     size_t big = static_cast<size_t>(std::count_if(jobs.begin(), jobs.end(), [](const DeflateJob& j) {
-        return j.part->compression == Compression::deflate && j.end - j.begin >= kParallelBytes;
+        return deflated(*j.part) && j.end - j.begin >= kParallelBytes;
     }));
     size_t threads = std::clamp<size_t>(cores, 1, std::max<size_t>(big, 1));
 
@@ -164,16 +127,15 @@ void compressAll(std::vector<ZipWriter::Part>& parts) {
     std::vector<std::exception_ptr> errors(threads);
     auto work = [&](size_t worker) {
         try {
-            Deflater deflater;
+            Compressors compressors;
             for (size_t i = next++; i < order.size() && !failed; i = next++) {
                 DeflateJob& job = jobs[order[i]];
                 ZipWriter::Part& part = *job.part;
                 std::string_view in = std::string_view(part.bytes).substr(job.begin, job.end - job.begin);
                 job.crc = static_cast<std::uint32_t>(libdeflate_crc32(0, in.data(), in.size()));
-                if (part.compression != Compression::deflate || part.isDirectory) continue;
-                const int level = part.level == -1 ? 6 : part.level;
-                job.out = job.opening ? deflateOpening(in, level, part.path)
-                                      : deflater.compress(in, level, part.path);
+                if (!deflated(part)) continue;
+                PieceCompressor& compressor = compressors.at(part.level == -1 ? 6 : part.level);
+                job.out = job.piece ? compressor.compress(in) : compressor.compressWhole(in);
             }
         } catch (...) {
             errors[worker] = std::current_exception();
@@ -194,21 +156,30 @@ void compressAll(std::vector<ZipWriter::Part>& parts) {
     for (auto& error : errors)
         if (error) std::rethrow_exception(error);
 
-    // A split part's pieces follow each other: the opening, then the rest.
-    for (size_t i = 0; i < jobs.size(); ++i) {
-        DeflateJob& job = jobs[i];
-        ZipWriter::Part& part = *job.part;
-        if (job.opening) {
-            DeflateJob& rest = jobs[++i];
-            part.crc = static_cast<std::uint32_t>(
-                crc32_combine(job.crc, rest.crc, static_cast<z_off_t>(rest.end - rest.begin)));
-            job.out += rest.out;
-            part.bytes = std::move(job.out);
-        } else {
-            part.crc = job.crc;
-            if (part.compression == Compression::deflate && !part.isDirectory)
-                part.bytes = std::move(job.out);
+    // A part's pieces follow each other, then the final block ends them.
+    for (size_t i = 0; i < jobs.size();) {
+        ZipWriter::Part& part = *jobs[i].part;
+        if (!jobs[i].piece) {
+            part.crc = jobs[i].crc;
+            if (deflated(part)) part.bytes = std::move(jobs[i].out);
+            ++i;
+            continue;
         }
+        std::string bytes;
+        std::uint32_t crc = 0;
+        size_t first = i, size = kDeflateFinalBlock.size();
+        for (; i < jobs.size() && jobs[i].part == &part; ++i)
+            size += jobs[i].out.size();
+        bytes.reserve(size);
+        for (size_t k = first; k < i; ++k) {
+            crc = static_cast<std::uint32_t>(
+                crc32_combine(crc, jobs[k].crc, static_cast<z_off_t>(jobs[k].end - jobs[k].begin)));
+            bytes += jobs[k].out;
+            std::string().swap(jobs[k].out);
+        }
+        bytes += kDeflateFinalBlock;
+        part.crc = crc;
+        part.bytes = std::move(bytes);
     }
 }
 
@@ -225,6 +196,14 @@ void ZipWriter::add(std::string_view path, std::string_view bytes, Compression c
 
 void ZipWriter::add(std::string_view path, std::string&& bytes, Compression compression, int level) {
     addPart(path, std::move(bytes), compression, level, false);
+}
+
+void ZipWriter::addDeflated(std::string_view path, DeflatedPart&& deflatedPart) {
+    addPart(path, std::move(deflatedPart.bytes), Compression::deflate, -1, false);
+    Part& part = parts_.back();
+    part.deflatedAhead = true;
+    part.crc = deflatedPart.crc;
+    part.size = deflatedPart.size;
 }
 
 void ZipWriter::addDirectory(std::string_view path) {

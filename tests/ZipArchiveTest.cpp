@@ -88,7 +88,7 @@ TEST(ZipArchive, RoundTripKeepsOrderContentAndKinds) {
     EXPECT_GE(chunks, 4u);
 }
 
-// A part this big is deflated in two pieces, one after the other in its
+// A part this big is deflated in pieces, one after the other in its
 // stream; every level must read back through an independent reader.
 TEST(ZipArchive, PartDeflatedInPiecesReadsBackWhole) {
     const std::string big = sampleText(std::size_t{9} << 20);
