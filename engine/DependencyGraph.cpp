@@ -187,36 +187,6 @@ void DependencyGraph::setCircular(FormulaId id, bool circular) {
         --circularCount_;
 }
 
-DependencyGraph::Order DependencyGraph::topologicalOrder() {
-    Order out;
-    out.ordered.reserve(liveCount_);
-    // In-degree: one per reference of the formula per formula cell it covers,
-    // the same multiplicity with which forEachDependent reports the edge.
-    std::vector<uint32_t> inDegree(records_.size(), 0);
-    for (FormulaId id = 0; id < records_.size(); ++id) {
-        if (!records_[id].alive) continue;
-        size_t n = 0;
-        for (const CellRect& r : precedents(id))
-            n += r.isCell() ? (formulaAt(r.col1, r.row1) != kNoFormula ? 1 : 0) : countFormulasIn(r);
-        inDegree[id] = static_cast<uint32_t>(n);
-        if (n == 0) out.ordered.push_back(id);
-    }
-    // `ordered` doubles as the first-in, first-out queue.
-    for (size_t i = 0; i < out.ordered.size(); ++i) {
-        const Record& r = records_[out.ordered[i]];
-        forEachDependent(r.col, r.row, [&](FormulaId d) {
-            if (--inDegree[d] == 0) out.ordered.push_back(d);
-        });
-    }
-    for (FormulaId id = 0; id < records_.size(); ++id) {
-        if (!records_[id].alive) continue;
-        bool circular = inDegree[id] != 0;
-        setCircular(id, circular);
-        if (circular) out.circular.push_back(id);
-    }
-    return out;
-}
-
 void DependencyGraph::beginVisit() {
     if (stamp_.size() < records_.size()) {
         stamp_.resize(records_.size(), 0);

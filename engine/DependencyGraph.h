@@ -10,7 +10,8 @@
 // therefore proportional to the references written in formulas, never to the
 // cells those references cover.
 //
-// Ordering is Kahn's algorithm without recursion; whatever it cannot order
+// Ordering is Kahn's algorithm without recursion (the full order counts a range
+// as settled once, see DependencyOrder.cpp); whatever it cannot order
 // (a cycle, or anything that reads a cycle, directly or not) is circular. The
 // graph remembers that verdict per formula and keeps it exact across edits:
 // an edit can only change it for the formulas that reach the edited cell,

@@ -128,31 +128,67 @@ bool FormulaShapes::matches(const FormulaTree& tree, std::vector<Corner>& corner
     return true;
 }
 
-FormulaTree FormulaShapes::parse(std::string_view formula) {
-    if (!scan(formula)) return parseFormula(formula, registry_, isWorkbookName_);
-    auto found = shapes_.find(key_);
-    if (found == shapes_.end()) {
-        FormulaTree tree = parseFormula(formula, registry_, isWorkbookName_);
-        if (shapes_.size() >= kMaxShapes) return tree;
-        Shape& shape = shapes_[key_];
-        shape.shared = matches(tree, shape.corners);
-        if (shape.shared) shape.tree = tree;
-        return tree;
+uint32_t FormulaShapes::read(std::string_view formula, std::vector<int32_t>& rows, FormulaTree& alone) {
+    if (!scan(formula)) {
+        alone = parseFormula(formula, registry_, isWorkbookName_);
+        return kAlone;
     }
-    const Shape& shape = found->second;
-    if (!shape.shared) return parseFormula(formula, registry_, isWorkbookName_);
-    FormulaTree tree = shape.tree;
+    auto found = shapeIndex_.find(key_);
+    if (found == shapeIndex_.end()) {
+        FormulaTree tree = parseFormula(formula, registry_, isWorkbookName_);
+        if (shapes_.size() >= kMaxShapes) {
+            alone = std::move(tree);
+            return kAlone;
+        }
+        const auto index = static_cast<uint32_t>(shapes_.size());
+        shapeIndex_.emplace(key_, index);
+        Shape& shape = shapes_.emplace_back();
+        shape.shared = matches(tree, shape.corners);
+        if (!shape.shared) {
+            alone = std::move(tree);
+            return kAlone;
+        }
+        shape.tree = std::move(tree);
+        for (const ScannedRef& ref : refs_)
+            rows.push_back(ref.row);
+        return index;
+    }
+    if (!shapes_[found->second].shared) {
+        alone = parseFormula(formula, registry_, isWorkbookName_);
+        return kAlone;
+    }
+    for (const ScannedRef& ref : refs_)
+        rows.push_back(ref.row);
+    ++shared_;
+    return found->second;
+}
+
+const FormulaTree& FormulaShapes::instance(uint32_t index, const int32_t* rows) {
+    Shape& shape = shapes_[index];
     for (size_t k = 0; k < shape.corners.size(); ++k) {
-        FormulaNode& node = tree.nodes[shape.corners[k].node];
+        FormulaNode& node = shape.tree.nodes[shape.corners[k].node];
         if (shape.corners[k].second) {
-            node.ref.row2 = refs_[k].row;
+            node.ref.row2 = rows[k];
         } else {
-            node.ref.row = refs_[k].row;
-            if (node.kind == NodeKind::cellRef) node.ref.row2 = refs_[k].row;
+            node.ref.row = rows[k];
+            if (node.kind == NodeKind::cellRef) node.ref.row2 = rows[k];
         }
     }
-    ++shared_;
-    return tree;
+    return shape.tree;
+}
+
+void FormulaShapes::clear() {
+    shapes_.clear();
+    shapeIndex_.clear();
+    shared_ = 0;
+}
+
+FormulaTree FormulaShapes::parse(std::string_view formula) {
+    FormulaTree alone;
+    std::vector<int32_t> rows;
+    const uint32_t shape = read(formula, rows, alone);
+    if (shape == kAlone) return alone;
+    return instance(shape, rows.data());
 }
 
 } // namespace sumora
