@@ -97,36 +97,52 @@ void DependencyGraph::removeFormula(FormulaId id) {
     freeIds_.push_back(id);
 }
 
-void DependencyGraph::linkPoint(const CellRect& cell, FormulaId id) {
-    uint32_t edge;
-    if (freeEdge_ != kNoEdge) {
-        edge = freeEdge_;
-        freeEdge_ = edges_[edge].next;
-    } else {
-        edge = static_cast<uint32_t>(edges_.size());
-        edges_.push_back({});
-    }
-    edges_[edge] = {id, pointHeads_.find(cell.col1, cell.row1)};
-    pointHeads_.set(cell.col1, cell.row1, edge);
-    ++pointEdgeCount_;
-}
-
-void DependencyGraph::unlinkPoint(const CellRect& cell, FormulaId id) {
-    uint32_t head = pointHeads_.find(cell.col1, cell.row1);
-    uint32_t previous = kNoEdge;
-    for (uint32_t e = head; e != kNoEdge; previous = e, e = edges_[e].next) {
-        if (edges_[e].formula != id) continue;
-        uint32_t next = edges_[e].next;
-        if (previous == kNoEdge) {
-            pointHeads_.set(cell.col1, cell.row1, next); // kNoEdge == kMissing removes it
-        } else {
-            edges_[previous].next = next;
-        }
-        edges_[e].next = freeEdge_;
-        freeEdge_ = e;
-        --pointEdgeCount_;
+void DependencyGraph::Readers::link(const CellRect& read, FormulaId id) {
+    if (!read.isCell()) {
+        ranges.add(read, id);
         return;
     }
+    uint32_t edge;
+    if (freeEdge != kNoEdge) {
+        edge = freeEdge;
+        freeEdge = edges[edge].next;
+    } else {
+        edge = static_cast<uint32_t>(edges.size());
+        edges.push_back({});
+    }
+    edges[edge] = {id, pointHeads.find(read.col1, read.row1)};
+    pointHeads.set(read.col1, read.row1, edge);
+    ++pointEdgeCount;
+}
+
+void DependencyGraph::Readers::unlink(const CellRect& read, FormulaId id) {
+    if (!read.isCell()) {
+        ranges.remove(read, id);
+        return;
+    }
+    uint32_t head = pointHeads.find(read.col1, read.row1);
+    uint32_t previous = kNoEdge;
+    for (uint32_t e = head; e != kNoEdge; previous = e, e = edges[e].next) {
+        if (edges[e].formula != id) continue;
+        uint32_t next = edges[e].next;
+        if (previous == kNoEdge) {
+            pointHeads.set(read.col1, read.row1, next); // kNoEdge == kMissing removes it
+        } else {
+            edges[previous].next = next;
+        }
+        edges[e].next = freeEdge;
+        freeEdge = e;
+        --pointEdgeCount;
+        return;
+    }
+}
+
+void DependencyGraph::indexReaders() const {
+    readers_.indexed = true;
+    for (FormulaId id = 0; id < records_.size(); ++id)
+        if (records_[id].alive)
+            for (const CellRect& r : precedents(id))
+                readers_.link(r, id);
 }
 
 void DependencyGraph::setDependencies(FormulaId id, std::span<const CellRect> reads) {
@@ -138,23 +154,22 @@ void DependencyGraph::setDependencies(FormulaId id, std::span<const CellRect> re
     std::sort(scratchReads_.begin(), scratchReads_.end());
     scratchReads_.erase(std::unique(scratchReads_.begin(), scratchReads_.end()), scratchReads_.end());
 
-    for (const CellRect& r : precedents(id)) {
-        if (r.isCell())
-            unlinkPoint(r, id);
-        else
-            ranges_.remove(r, id);
+    // Replacing reads, or giving them out of id order, needs the index as it stands.
+    if (!readers_.indexed && (id < unindexedNext_ || records_[id].depCount != 0)) indexReaders();
+    if (readers_.indexed) {
+        for (const CellRect& r : precedents(id))
+            readers_.unlink(r, id);
+    } else {
+        unindexedNext_ = id + 1;
     }
     Record& record = records_[id];
     depGarbage_ += record.depCount;
     record.depBegin = static_cast<uint32_t>(depPool_.size());
     record.depCount = static_cast<uint32_t>(scratchReads_.size());
     depPool_.insert(depPool_.end(), scratchReads_.begin(), scratchReads_.end());
-    for (const CellRect& r : scratchReads_) {
-        if (r.isCell())
-            linkPoint(r, id);
-        else
-            ranges_.add(r, id);
-    }
+    if (readers_.indexed)
+        for (const CellRect& r : scratchReads_)
+            readers_.link(r, id);
     if (depGarbage_ > 4096 && depGarbage_ * 2 > depPool_.size()) compactDependencies();
 }
 

@@ -11,16 +11,16 @@
 // The computed formulas of each column form runs, kept by union-find over the
 // column's sorted rows. When the formula at row r is computed and the nearest
 // formulas still open above and below it are at rows p and n, the column
-// parts it settles are exactly those with p < top <= r <= bottom < n. They are
-// found by binary search among the column's parts sorted by bottom (and by
-// top, when that side is shorter), so each step costs a few searches however
-// many ranges cover the formula.
+// parts it settles are exactly those with p < top <= r <= bottom < n. Each
+// slot knows where its row falls among the column's parts sorted by top and by
+// bottom, so a step scans only the parts whose top lies in (p, r] or whose
+// bottom lies in [r, n), whichever are fewer, however many ranges cover r.
 //
 // Formulas that become ready at the same step are queued in the order in
 // which reporting each reader through forEachDependent would have made them
-// ready: single-cell readers first, in the order of the cell's reader list,
-// then range readers by RangeIndex level and formula id (the order of
-// registration in a freshly built graph).
+// ready: single-cell readers first, latest linked first as the cell's reader
+// list holds them, then range readers by RangeIndex level and formula id (on
+// a freshly built graph, the order of registration).
 #include <algorithm>
 #include <cstdint>
 #include <limits>
@@ -43,9 +43,6 @@ struct RangeRead {
     uint32_t openParts; // column parts that still hold a formula not computed
     uint32_t level;     // RangeIndex level: orders readers made ready together
 };
-
-// A part list shorter than this is scanned without looking at the other side.
-constexpr ptrdiff_t kShortScan = 8;
 
 // The open slot nearest to `slot` in the direction `links` leads (union-find
 // with path compression; an open slot links to itself).
@@ -73,115 +70,157 @@ DependencyGraph::Order DependencyGraph::topologicalOrder() {
     std::vector<uint32_t> slotBase(columnCount + 1, 0);
     for (size_t c = 0; c < columnCount; ++c)
         slotBase[c + 1] = slotBase[c] + static_cast<uint32_t>(columns_[c].ids.size()) + 2;
+    const uint32_t slotCount = slotBase.back();
     std::vector<uint32_t> slotOf(records_.size(), 0);
     for (size_t c = 0; c < columnCount; ++c)
         for (size_t i = 0; i < columns_[c].ids.size(); ++i)
             slotOf[columns_[c].ids[i]] = slotBase[c] + 1 + static_cast<uint32_t>(i);
 
     // What each formula waits for: one per formula cell it reads alone, one
-    // per range it reads that holds formulas.
-    std::vector<RangeRead> ranges;
-    std::vector<std::pair<uint32_t, ColumnPart>> parts; // (column, part)
+    // per range it reads that holds formulas. Formula cells read alone are
+    // filed by the formula read, readers in id order.
     std::vector<uint32_t> waiting(records_.size(), 0);
+    std::vector<std::pair<FormulaId, FormulaId>> pointReads; // (formula read, reader)
+    std::vector<RangeRead> ranges;
+    std::vector<std::pair<uint32_t, ColumnPart>> parts; // (column, part), perhaps empty
     for (FormulaId id = 0; id < records_.size(); ++id) {
         if (!records_[id].alive) continue;
-        uint32_t n = 0;
         for (const CellRect& r : precedents(id)) {
             if (r.isCell()) {
-                n += formulaAt(r.col1, r.row1) != kNoFormula ? 1 : 0;
+                if (FormulaId p = formulaAt(r.col1, r.row1); p != kNoFormula) {
+                    pointReads.push_back({p, id});
+                    ++waiting[id];
+                }
                 continue;
             }
+            if (r.col2 < 0) continue;
             const auto range = static_cast<uint32_t>(ranges.size());
             uint32_t columns = 0;
-            forEachColumnRun(r, [&](const Column& column, size_t, size_t) {
-                parts.push_back({static_cast<uint32_t>(&column - columns_.data()), {r.row1, r.row2, range}});
+            const auto last = std::min<int64_t>(r.col2, static_cast<int64_t>(columnCount) - 1);
+            for (int64_t c = std::max(r.col1, 0); c <= last; ++c) {
+                if (columns_[static_cast<size_t>(c)].rows.empty()) continue;
+                parts.push_back({static_cast<uint32_t>(c), {r.row1, r.row2, range}});
                 ++columns;
-            });
-            if (columns == 0) continue;
-            ranges.push_back({id, columns, static_cast<uint32_t>(ranges_.levelOf(r))});
-            ++n;
+            }
+            if (columns) ranges.push_back({id, columns, static_cast<uint32_t>(readers_.ranges.levelOf(r))});
         }
-        waiting[id] = n;
-        if (n == 0) out.ordered.push_back(id);
     }
+    std::vector<uint32_t> readerBase(records_.size() + 1, 0);
+    for (const auto& [read, reader] : pointReads)
+        ++readerBase[read + 1];
+    for (size_t i = 0; i < records_.size(); ++i)
+        readerBase[i + 1] += readerBase[i];
+    std::vector<FormulaId> pointReaders(pointReads.size());
+    {
+        std::vector<uint32_t> fill(readerBase.begin(), readerBase.end() - 1);
+        for (const auto& [read, reader] : pointReads)
+            pointReaders[fill[read]++] = reader;
+    }
+    std::vector<std::pair<FormulaId, FormulaId>>().swap(pointReads);
 
-    // The parts of each column, sorted by bottom and by top.
+    // The parts of each column sorted by top, without the ones that hold no
+    // formula (their range does not wait for that column).
     std::vector<uint32_t> partBase(columnCount + 1, 0);
     for (const auto& [column, part] : parts)
         ++partBase[column + 1];
     for (size_t c = 0; c < columnCount; ++c)
         partBase[c + 1] += partBase[c];
-    std::vector<ColumnPart> byBottom(parts.size());
+    std::vector<ColumnPart> byTop(parts.size());
     {
         std::vector<uint32_t> fill(partBase.begin(), partBase.end() - 1);
         for (const auto& [column, part] : parts)
-            byBottom[fill[column]++] = part;
+            byTop[fill[column]++] = part;
     }
     std::vector<std::pair<uint32_t, ColumnPart>>().swap(parts);
-    std::vector<ColumnPart> byTop = byBottom;
-    auto bottomBefore = [](const ColumnPart& a, const ColumnPart& b) { return a.bottom < b.bottom; };
     auto topBefore = [](const ColumnPart& a, const ColumnPart& b) { return a.top < b.top; };
+    auto bottomBefore = [](const ColumnPart& a, const ColumnPart& b) { return a.bottom < b.bottom; };
+    uint32_t kept = 0;
     for (size_t c = 0; c < columnCount; ++c) {
+        auto first = byTop.begin() + partBase[c], last = byTop.begin() + partBase[c + 1];
         // Filled down a column, parts usually come sorted already.
+        if (!std::is_sorted(first, last, topBefore)) std::sort(first, last, topBefore);
+        partBase[c] = kept;
+        const std::vector<int32_t>& rows = columns_[c].rows;
+        size_t next = 0; // first formula at or below the part's top
+        for (auto part = first; part != last; ++part) {
+            while (next < rows.size() && rows[next] < part->top)
+                ++next;
+            if (next < rows.size() && rows[next] <= part->bottom)
+                byTop[kept++] = *part;
+            else
+                --ranges[part->range].openParts;
+        }
+    }
+    partBase[columnCount] = kept;
+    byTop.resize(kept);
+    std::vector<ColumnPart> byBottom = byTop;
+    for (size_t c = 0; c < columnCount; ++c) {
         auto first = byBottom.begin() + partBase[c], last = byBottom.begin() + partBase[c + 1];
         if (!std::is_sorted(first, last, bottomBefore)) std::sort(first, last, bottomBefore);
-        first = byTop.begin() + partBase[c], last = byTop.begin() + partBase[c + 1];
-        if (!std::is_sorted(first, last, topBefore)) std::sort(first, last, topBefore);
+    }
+    for (const RangeRead& range : ranges)
+        if (range.openParts) ++waiting[range.owner];
+    for (FormulaId id = 0; id < records_.size(); ++id)
+        if (records_[id].alive && waiting[id] == 0) out.ordered.push_back(id);
+
+    // For each slot: the first part whose bottom is at or below its row, and
+    // the first whose top is below its row (the left sentinel: the column's
+    // first part; the right one: past its last).
+    std::vector<uint32_t> bottomFrom(slotCount, 0), topPast(slotCount, 0);
+    for (size_t c = 0; c < columnCount; ++c) {
+        const std::vector<int32_t>& rows = columns_[c].rows;
+        uint32_t b = partBase[c], t = partBase[c];
+        const uint32_t end = partBase[c + 1];
+        topPast[slotBase[c]] = bottomFrom[slotBase[c]] = partBase[c];
+        for (size_t i = 0; i < rows.size(); ++i) {
+            while (b < end && byBottom[b].bottom < rows[i])
+                ++b;
+            while (t < end && byTop[t].top <= rows[i])
+                ++t;
+            bottomFrom[slotBase[c] + 1 + i] = b;
+            topPast[slotBase[c] + 1 + i] = t;
+        }
+        topPast[slotBase[c + 1] - 1] = bottomFrom[slotBase[c + 1] - 1] = end;
     }
 
-    std::vector<uint32_t> openBelow(slotBase.back()), openAbove(slotBase.back());
-    for (uint32_t s = 0; s < openBelow.size(); ++s)
+    std::vector<uint32_t> openBelow(slotCount), openAbove(slotCount);
+    for (uint32_t s = 0; s < slotCount; ++s)
         openBelow[s] = openAbove[s] = s;
 
-    std::vector<uint64_t> settled; // (level, owner) of the ranges one step settles
-    auto settle = [&](const ColumnPart& part) {
-        RangeRead& range = ranges[part.range];
-        if (--range.openParts == 0) settled.push_back(uint64_t{range.level} << 32 | range.owner);
-    };
+    std::vector<uint64_t> settled; // (level, reader) of the ranges one step settles
     // `ordered` doubles as the first-in, first-out queue.
     for (size_t i = 0; i < out.ordered.size(); ++i) {
         const FormulaId done = out.ordered[i];
-        const Record& record = records_[done];
-        for (uint32_t e = pointHeads_.find(record.col, record.row); e != kNoEdge; e = edges_[e].next)
-            if (--waiting[edges_[e].formula] == 0) out.ordered.push_back(edges_[e].formula);
+        // Latest linked first, as a cell's reader list holds them.
+        for (uint32_t k = readerBase[done + 1]; k > readerBase[done]; --k)
+            if (--waiting[pointReaders[k - 1]] == 0) out.ordered.push_back(pointReaders[k - 1]);
 
-        const auto c = static_cast<size_t>(record.col);
+        const auto c = static_cast<size_t>(records_[done].col);
         if (partBase[c] == partBase[c + 1]) continue;
         const uint32_t slot = slotOf[done];
         openBelow[slot] = slot + 1;
         openAbove[slot] = slot - 1;
-        const std::vector<int32_t>& rows = columns_[c].rows;
         const uint32_t above = nearestOpen(openAbove, slot - 1), below = nearestOpen(openBelow, slot + 1);
-        const int64_t row = record.row;
+        const std::vector<int32_t>& rows = columns_[c].rows;
+        const int64_t row = records_[done].row;
         const int64_t topAfter =
             above == slotBase[c] ? std::numeric_limits<int64_t>::min() : rows[above - slotBase[c] - 1];
         const int64_t bottomBefore = below == slotBase[c + 1] - 1 ? std::numeric_limits<int64_t>::max()
                                                                   : rows[below - slotBase[c] - 1];
-        auto inStep = [&](const ColumnPart& p) {
-            return p.top > topAfter && p.top <= row && p.bottom >= row && p.bottom < bottomBefore;
-        };
 
-        const ColumnPart* first = byBottom.data() + partBase[c];
-        const ColumnPart* last = byBottom.data() + partBase[c + 1];
-        const ColumnPart* from =
-            std::partition_point(first, last, [&](const ColumnPart& p) { return p.bottom < row; });
-        const ColumnPart* to =
-            std::partition_point(from, last, [&](const ColumnPart& p) { return p.bottom < bottomBefore; });
-        if (to - from > kShortScan) {
-            const ColumnPart* topFirst = byTop.data() + partBase[c];
-            const ColumnPart* topLast = byTop.data() + partBase[c + 1];
-            const ColumnPart* topFrom = std::partition_point(
-                topFirst, topLast, [&](const ColumnPart& p) { return p.top <= topAfter; });
-            const ColumnPart* topTo =
-                std::partition_point(topFrom, topLast, [&](const ColumnPart& p) { return p.top <= row; });
-            if (topTo - topFrom < to - from) {
-                from = topFrom;
-                to = topTo;
-            }
+        // The parts with topAfter < top <= row <= bottom < bottomBefore: every
+        // one of them is among those of either bound, so scan the shorter list.
+        const ColumnPart* from = byBottom.data() + bottomFrom[slot];
+        const ColumnPart* to = byBottom.data() + bottomFrom[below];
+        if (topPast[slot] - topPast[above] < to - from) {
+            from = byTop.data() + topPast[above];
+            to = byTop.data() + topPast[slot];
         }
-        for (const ColumnPart* p = from; p != to; ++p)
-            if (inStep(*p)) settle(*p);
-
+        for (const ColumnPart* p = from; p != to; ++p) {
+            if (p->top <= topAfter || p->top > row || p->bottom < row || p->bottom >= bottomBefore) continue;
+            RangeRead& range = ranges[p->range];
+            if (--range.openParts == 0) settled.push_back(uint64_t{range.level} << 32 | range.owner);
+        }
         if (settled.size() > 1) std::sort(settled.begin(), settled.end());
         for (uint64_t key : settled) {
             const auto reader = static_cast<FormulaId>(key & UINT32_MAX);
