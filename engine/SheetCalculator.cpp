@@ -132,9 +132,10 @@ void SheetCalculator::clearFormulas() {
     cache_.clear();
 }
 
-void SheetCalculator::build() {
+void SheetCalculator::build(bool promoteValues) {
     clearFormulas();
-    sheet().forEachStoredCell([&](int64_t row, int64_t col, const Cell& cell) {
+    sheet().forEachStoredCell([&](int64_t row, int64_t col, Cell& cell) {
+        if (promoteValues) promote(cell);
         if (cell.hasFormula() && representable(col, row))
             registerFormula(static_cast<int32_t>(col), static_cast<int32_t>(row), *cell.formula(), true);
     });
@@ -182,8 +183,7 @@ void SheetCalculator::recalculateAll() {
     // Lookups of this pass may share table indexes; every write is reported.
     EvaluationCacheScope cacheScope;
     resultsChanged_ = false;
-    sheet().forEachStoredCell([](int64_t, int64_t, Cell& cell) { promote(cell); });
-    build();
+    build(true);
     FormulaEvaluator evaluator(*this);
     evaluator.setProfiler(profiler_);
     std::vector<CellRef> anchors;

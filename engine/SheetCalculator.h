@@ -103,8 +103,9 @@ class SheetCalculator : public CellResolver {
         uint32_t at = 0;
     };
 
-    // Parses every formula cell into the graph (no evaluation).
-    void build();
+    // Parses every formula cell into the graph (no evaluation), first
+    // promoting "=…" values to formulas when asked.
+    void build(bool promoteValues = false);
     // Parses the cell's formula (through shapes_ when `shaped`) and registers
     // it; false when it fails to parse.
     bool registerFormula(int32_t col, int32_t row, std::string_view formula, bool shaped = false);
