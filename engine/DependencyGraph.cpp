@@ -55,6 +55,11 @@ void DependencyGraph::collectLetVariables(const FormulaTree& tree, std::vector<s
     }
 }
 
+void DependencyGraph::reserve(size_t formulas) {
+    records_.reserve(formulas);
+    depPool_.reserve(formulas);
+}
+
 DependencyGraph::FormulaId DependencyGraph::addFormula(int32_t col, int32_t row) {
     FormulaId id;
     if (!freeIds_.empty()) {

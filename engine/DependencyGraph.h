@@ -44,6 +44,8 @@ class DependencyGraph {
     };
 
     void clear();
+    // Room for this many formulas, each reading about one rectangle.
+    void reserve(size_t formulas);
 
     // The cells a formula reads, as rectangles of this sheet: a reference
     // without a sheet is a cell; a range, or a workbook name (not a LET

@@ -134,6 +134,13 @@ void SheetCalculator::clearFormulas() {
 
 void SheetCalculator::build(bool promoteValues) {
     clearFormulas();
+    size_t formulas = 0;
+    sheet().forEachStoredCell([&](int64_t, int64_t, const Cell& cell) {
+        formulas += cell.hasFormula() || (promoteValues && cell.value().starts_with('=')) ? 1 : 0;
+    });
+    graph_.reserve(formulas);
+    parsed_.reserve(formulas);
+    shapeRows_.reserve(formulas);
     sheet().forEachStoredCell([&](int64_t row, int64_t col, Cell& cell) {
         if (promoteValues) promote(cell);
         if (cell.hasFormula() && representable(col, row))
