@@ -18,24 +18,9 @@ namespace sumora {
 
 namespace {
 
-constexpr int64_t kMaxCoordinate = std::numeric_limits<int32_t>::max();
 // Readers of spilled cells may spill in turn; a sheet whose spills keep
 // changing each other stops after this many rounds.
 constexpr int kMaxSpillRounds = 64;
-
-bool representable(int64_t col, int64_t row) {
-    return col >= 0 && row >= 0 && col <= kMaxCoordinate && row <= kMaxCoordinate;
-}
-
-// A value typed as "=…" becomes the cell's formula.
-bool promote(Cell& cell) {
-    if (cell.hasFormula()) return false;
-    std::string_view value = cell.value();
-    if (value.empty() || value.front() != '=') return false;
-    cell.setFormula(value.substr(1));
-    cell.setValue("");
-    return true;
-}
 
 // Whether a number's text form (appendNumberDescription) reads back as
 // exactly that number: all but the whole numbers that "%g" rounds to six
@@ -71,10 +56,24 @@ SheetCalculator::SheetCalculator(SumoraDocument& document, size_t sheetIndex,
 
 SheetCalculator::~SheetCalculator() = default;
 
+bool SheetCalculator::representable(int64_t col, int64_t row) {
+    constexpr int64_t kMaxCoordinate = std::numeric_limits<int32_t>::max();
+    return col >= 0 && row >= 0 && col <= kMaxCoordinate && row <= kMaxCoordinate;
+}
+
+bool SheetCalculator::promote(Cell& cell) {
+    if (cell.hasFormula()) return false;
+    std::string_view value = cell.value();
+    if (value.empty() || value.front() != '=') return false;
+    cell.setFormula(value.substr(1));
+    cell.setValue("");
+    return true;
+}
+
 // ---- Building the graph ----
 
-bool SheetCalculator::registerFormula(int32_t col, int32_t row, std::string_view formula, bool shaped) {
-    ParsedFormula parsed;
+bool SheetCalculator::parse(std::string_view formula, bool shaped, ParsedFormula& parsed,
+                            std::vector<CellRect>& reads) {
     FormulaTree alone;
     try {
         parsed.at = static_cast<uint32_t>(shapeRows_.size());
@@ -95,12 +94,23 @@ bool SheetCalculator::registerFormula(int32_t col, int32_t row, std::string_view
             aloneTrees_[parsed.at] = std::move(alone);
         }
     }
+    DependencyGraph::collectRefs(treeOf(parsed), document_.namedRanges, reads);
+    return true;
+}
+
+void SheetCalculator::addParsed(int32_t col, int32_t row, const ParsedFormula& parsed,
+                                std::span<const CellRect> reads) {
     FormulaId id = graph_.addFormula(col, row);
     if (id >= parsed_.size()) parsed_.resize(static_cast<size_t>(id) + 1);
     parsed_[id] = parsed;
+    graph_.setDependencies(id, reads);
+}
+
+bool SheetCalculator::registerFormula(int32_t col, int32_t row, std::string_view formula, bool shaped) {
+    ParsedFormula parsed;
     reads_.clear();
-    DependencyGraph::collectRefs(treeOf(id), document_.namedRanges, reads_);
-    graph_.setDependencies(id, reads_);
+    if (!parse(formula, shaped, parsed, reads_)) return false;
+    addParsed(col, row, parsed, reads_);
     return true;
 }
 
@@ -116,8 +126,7 @@ void SheetCalculator::unregisterFormula(int32_t col, int32_t row) {
     parsed_[id] = ParsedFormula();
 }
 
-const FormulaTree& SheetCalculator::treeOf(FormulaId id) const {
-    const ParsedFormula& p = parsed_[id];
+const FormulaTree& SheetCalculator::treeOf(const ParsedFormula& p) const {
     if (p.shape == FormulaShapes::kAlone) return aloneTrees_[p.at];
     return shapes_.instance(p.shape, shapeRows_.data() + p.at);
 }
@@ -130,23 +139,6 @@ void SheetCalculator::clearFormulas() {
     aloneTrees_.clear();
     freeAloneTrees_.clear();
     cache_.clear();
-}
-
-void SheetCalculator::build(bool promoteValues) {
-    clearFormulas();
-    size_t formulas = 0;
-    sheet().forEachStoredCell([&](int64_t, int64_t, const Cell& cell) {
-        formulas += cell.hasFormula() || (promoteValues && cell.value().starts_with('=')) ? 1 : 0;
-    });
-    graph_.reserve(formulas);
-    parsed_.reserve(formulas);
-    shapeRows_.reserve(formulas);
-    sheet().forEachStoredCell([&](int64_t row, int64_t col, Cell& cell) {
-        if (promoteValues) promote(cell);
-        if (cell.hasFormula() && representable(col, row))
-            registerFormula(static_cast<int32_t>(col), static_cast<int32_t>(row), *cell.formula(), true);
-    });
-    built_ = true;
 }
 
 void SheetCalculator::ensureBuilt() {
@@ -244,7 +236,7 @@ void SheetCalculator::evaluate(FormulaEvaluator& evaluator, FormulaId id) {
     current_.row = p.row;
     if (profiler_) profiler_->setSheet(sheetIndex_);
     auto start = profiler_ ? RecalcProfiler::Clock::now() : RecalcProfiler::Clock::time_point();
-    FormulaValue v = evaluator.evaluate(treeOf(id), 0);
+    FormulaValue v = evaluator.evaluate(treeOf(parsed_[id]), 0);
     if (profiler_) profiler_->addFormula(p.col, p.row, RecalcProfiler::nanosecondsSince(start));
     if (v.isArray()) {
         try {
@@ -288,7 +280,7 @@ const FormulaTree* SheetCalculator::parsedFormula(CellPosition at) const {
     const auto [col, row] = at;
     if (!representable(col, row)) return nullptr;
     FormulaId id = graph_.formulaAt(static_cast<int32_t>(col), static_cast<int32_t>(row));
-    return graph_.isFormula(id) ? &treeOf(id) : nullptr;
+    return graph_.isFormula(id) ? &treeOf(parsed_[id]) : nullptr;
 }
 
 // ---- Spilling ----

@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -96,6 +97,11 @@ class SheetCalculator : public CellResolver {
     // is the calculated one (reads of it go through the cache).
     const Sheet* sheetNamed(std::optional<std::string_view> name, bool& own) const;
 
+    // Whether a position fits the graph's 32-bit coordinates.
+    static bool representable(int64_t col, int64_t row);
+    // A value typed as "=…" becomes the cell's formula; true when it did.
+    static bool promote(Cell& cell);
+
     // Where a formula's tree is: a shape of shapes_ with its rows at
     // shapeRows_[at], or (shape kAlone) aloneTrees_[at].
     struct ParsedFormula {
@@ -109,12 +115,18 @@ class SheetCalculator : public CellResolver {
     // Parses the cell's formula (through shapes_ when `shaped`) and registers
     // it; false when it fails to parse.
     bool registerFormula(int32_t col, int32_t row, std::string_view formula, bool shaped = false);
+    // The two halves of registering: parsing, which appends what the formula
+    // reads, and entering the result into the graph.
+    bool parse(std::string_view formula, bool shaped, ParsedFormula& parsed, std::vector<CellRect>& reads);
+    void addParsed(int32_t col, int32_t row, const ParsedFormula& parsed, std::span<const CellRect> reads);
+    // build() with the parsing on a second thread, handing batches over.
+    void buildInTwo(bool promoteValues);
     void unregisterFormula(int32_t col, int32_t row);
     void ensureBuilt();
     // Forgets every parsed formula and what the graph learnt from them.
     void clearFormulas();
     // The formula's tree; a shared one lasts until the next tree of its shape.
-    const FormulaTree& treeOf(FormulaId id) const;
+    const FormulaTree& treeOf(const ParsedFormula& parsed) const;
 
     void evaluate(FormulaEvaluator& evaluator, FormulaId id);
     // Drops the decoded value of a written cell and tells the function caches.
