@@ -11,6 +11,7 @@
 #include <exception>
 #include <limits>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -63,7 +64,7 @@ void SheetCalculator::buildInTwo(bool promoteValues) {
     bool finished = false, cancelled = false;
     std::exception_ptr failure;
 
-    std::thread parser([&] {
+    auto parseAll = [&] {
         try {
             Batch batch;
             auto handOver = [&] {
@@ -92,7 +93,14 @@ void SheetCalculator::buildInTwo(bool promoteValues) {
         std::lock_guard lock(mutex);
         finished = true;
         handedOver.notify_one();
-    });
+    };
+    // Without a thread to be had, the parsing runs first, then the graph.
+    std::thread parser;
+    try {
+        parser = std::thread(parseAll);
+    } catch (const std::system_error&) {
+        parseAll();
+    }
 
     try {
         for (;;) {
@@ -112,10 +120,10 @@ void SheetCalculator::buildInTwo(bool promoteValues) {
             std::lock_guard lock(mutex);
             cancelled = true;
         }
-        parser.join();
+        if (parser.joinable()) parser.join();
         throw;
     }
-    parser.join();
+    if (parser.joinable()) parser.join();
     if (failure) std::rethrow_exception(failure);
 }
 
