@@ -55,6 +55,11 @@ void DependencyGraph::collectLetVariables(const FormulaTree& tree, std::vector<s
     }
 }
 
+void DependencyGraph::reserve(size_t formulas) {
+    records_.reserve(formulas);
+    depPool_.reserve(formulas);
+}
+
 DependencyGraph::FormulaId DependencyGraph::addFormula(int32_t col, int32_t row) {
     FormulaId id;
     if (!freeIds_.empty()) {
@@ -97,36 +102,52 @@ void DependencyGraph::removeFormula(FormulaId id) {
     freeIds_.push_back(id);
 }
 
-void DependencyGraph::linkPoint(const CellRect& cell, FormulaId id) {
-    uint32_t edge;
-    if (freeEdge_ != kNoEdge) {
-        edge = freeEdge_;
-        freeEdge_ = edges_[edge].next;
-    } else {
-        edge = static_cast<uint32_t>(edges_.size());
-        edges_.push_back({});
-    }
-    edges_[edge] = {id, pointHeads_.find(cell.col1, cell.row1)};
-    pointHeads_.set(cell.col1, cell.row1, edge);
-    ++pointEdgeCount_;
-}
-
-void DependencyGraph::unlinkPoint(const CellRect& cell, FormulaId id) {
-    uint32_t head = pointHeads_.find(cell.col1, cell.row1);
-    uint32_t previous = kNoEdge;
-    for (uint32_t e = head; e != kNoEdge; previous = e, e = edges_[e].next) {
-        if (edges_[e].formula != id) continue;
-        uint32_t next = edges_[e].next;
-        if (previous == kNoEdge) {
-            pointHeads_.set(cell.col1, cell.row1, next); // kNoEdge == kMissing removes it
-        } else {
-            edges_[previous].next = next;
-        }
-        edges_[e].next = freeEdge_;
-        freeEdge_ = e;
-        --pointEdgeCount_;
+void DependencyGraph::Readers::link(const CellRect& read, FormulaId id) {
+    if (!read.isCell()) {
+        ranges.add(read, id);
         return;
     }
+    uint32_t edge;
+    if (freeEdge != kNoEdge) {
+        edge = freeEdge;
+        freeEdge = edges[edge].next;
+    } else {
+        edge = static_cast<uint32_t>(edges.size());
+        edges.push_back({});
+    }
+    edges[edge] = {id, pointHeads.find(read.col1, read.row1)};
+    pointHeads.set(read.col1, read.row1, edge);
+    ++pointEdgeCount;
+}
+
+void DependencyGraph::Readers::unlink(const CellRect& read, FormulaId id) {
+    if (!read.isCell()) {
+        ranges.remove(read, id);
+        return;
+    }
+    uint32_t head = pointHeads.find(read.col1, read.row1);
+    uint32_t previous = kNoEdge;
+    for (uint32_t e = head; e != kNoEdge; previous = e, e = edges[e].next) {
+        if (edges[e].formula != id) continue;
+        uint32_t next = edges[e].next;
+        if (previous == kNoEdge) {
+            pointHeads.set(read.col1, read.row1, next); // kNoEdge == kMissing removes it
+        } else {
+            edges[previous].next = next;
+        }
+        edges[e].next = freeEdge;
+        freeEdge = e;
+        --pointEdgeCount;
+        return;
+    }
+}
+
+void DependencyGraph::indexReaders() const {
+    readers_.indexed = true;
+    for (FormulaId id = 0; id < records_.size(); ++id)
+        if (records_[id].alive)
+            for (const CellRect& r : precedents(id))
+                readers_.link(r, id);
 }
 
 void DependencyGraph::setDependencies(FormulaId id, std::span<const CellRect> reads) {
@@ -138,23 +159,22 @@ void DependencyGraph::setDependencies(FormulaId id, std::span<const CellRect> re
     std::sort(scratchReads_.begin(), scratchReads_.end());
     scratchReads_.erase(std::unique(scratchReads_.begin(), scratchReads_.end()), scratchReads_.end());
 
-    for (const CellRect& r : precedents(id)) {
-        if (r.isCell())
-            unlinkPoint(r, id);
-        else
-            ranges_.remove(r, id);
+    // Replacing reads, or giving them out of id order, needs the index as it stands.
+    if (!readers_.indexed && (id < unindexedNext_ || records_[id].depCount != 0)) indexReaders();
+    if (readers_.indexed) {
+        for (const CellRect& r : precedents(id))
+            readers_.unlink(r, id);
+    } else {
+        unindexedNext_ = id + 1;
     }
     Record& record = records_[id];
     depGarbage_ += record.depCount;
     record.depBegin = static_cast<uint32_t>(depPool_.size());
     record.depCount = static_cast<uint32_t>(scratchReads_.size());
     depPool_.insert(depPool_.end(), scratchReads_.begin(), scratchReads_.end());
-    for (const CellRect& r : scratchReads_) {
-        if (r.isCell())
-            linkPoint(r, id);
-        else
-            ranges_.add(r, id);
-    }
+    if (readers_.indexed)
+        for (const CellRect& r : scratchReads_)
+            readers_.link(r, id);
     if (depGarbage_ > 4096 && depGarbage_ * 2 > depPool_.size()) compactDependencies();
 }
 
@@ -185,36 +205,6 @@ void DependencyGraph::setCircular(FormulaId id, bool circular) {
         ++circularCount_;
     else
         --circularCount_;
-}
-
-DependencyGraph::Order DependencyGraph::topologicalOrder() {
-    Order out;
-    out.ordered.reserve(liveCount_);
-    // In-degree: one per reference of the formula per formula cell it covers,
-    // the same multiplicity with which forEachDependent reports the edge.
-    std::vector<uint32_t> inDegree(records_.size(), 0);
-    for (FormulaId id = 0; id < records_.size(); ++id) {
-        if (!records_[id].alive) continue;
-        size_t n = 0;
-        for (const CellRect& r : precedents(id))
-            n += r.isCell() ? (formulaAt(r.col1, r.row1) != kNoFormula ? 1 : 0) : countFormulasIn(r);
-        inDegree[id] = static_cast<uint32_t>(n);
-        if (n == 0) out.ordered.push_back(id);
-    }
-    // `ordered` doubles as the first-in, first-out queue.
-    for (size_t i = 0; i < out.ordered.size(); ++i) {
-        const Record& r = records_[out.ordered[i]];
-        forEachDependent(r.col, r.row, [&](FormulaId d) {
-            if (--inDegree[d] == 0) out.ordered.push_back(d);
-        });
-    }
-    for (FormulaId id = 0; id < records_.size(); ++id) {
-        if (!records_[id].alive) continue;
-        bool circular = inDegree[id] != 0;
-        setCircular(id, circular);
-        if (circular) out.circular.push_back(id);
-    }
-    return out;
 }
 
 void DependencyGraph::beginVisit() {

@@ -10,7 +10,8 @@
 // therefore proportional to the references written in formulas, never to the
 // cells those references cover.
 //
-// Ordering is Kahn's algorithm without recursion; whatever it cannot order
+// Ordering is Kahn's algorithm without recursion (the full order counts a range
+// as settled once, see DependencyOrder.cpp); whatever it cannot order
 // (a cycle, or anything that reads a cycle, directly or not) is circular. The
 // graph remembers that verdict per formula and keeps it exact across edits:
 // an edit can only change it for the formulas that reach the edited cell,
@@ -43,6 +44,8 @@ class DependencyGraph {
     };
 
     void clear();
+    // Room for this many formulas, each reading about one rectangle.
+    void reserve(size_t formulas);
 
     // The cells a formula reads, as rectangles of this sheet: a reference
     // without a sheet is a cell; a range, or a workbook name (not a LET
@@ -75,9 +78,10 @@ class DependencyGraph {
     // f(formula) for every formula reading the cell, once per reference of
     // that formula which covers it.
     template <class F> void forEachDependent(int32_t col, int32_t row, F&& f) const {
-        for (uint32_t e = pointHeads_.find(col, row); e != kNoEdge; e = edges_[e].next)
-            f(edges_[e].formula);
-        ranges_.forEachContaining(col, row, f);
+        const Readers& readers = indexedReaders();
+        for (uint32_t e = readers.pointHeads.find(col, row); e != kNoEdge; e = readers.edges[e].next)
+            f(readers.edges[e].formula);
+        readers.ranges.forEachContaining(col, row, f);
     }
     // f(formula) for every formula cell inside the rectangle, column by column.
     template <class F> void forEachFormulaIn(const CellRect& rect, F&& f) const {
@@ -109,9 +113,9 @@ class DependencyGraph {
 
     // Storage figures: single-cell references, range registrations, and the
     // block entries filing those ranges.
-    size_t pointEntryCount() const { return pointEdgeCount_; }
-    size_t rangeRegistrationCount() const { return ranges_.registrationCount(); }
-    size_t rangeBlockEntryCount() const { return ranges_.blockEntryCount(); }
+    size_t pointEntryCount() const { return indexedReaders().pointEdgeCount; }
+    size_t rangeRegistrationCount() const { return indexedReaders().ranges.registrationCount(); }
+    size_t rangeBlockEntryCount() const { return indexedReaders().ranges.blockEntryCount(); }
 
   private:
     static constexpr uint32_t kNoEdge = UINT32_MAX;
@@ -130,10 +134,29 @@ class DependencyGraph {
         FormulaId formula;
         uint32_t next;
     };
+    // Who reads each cell. A graph that has only grown, each formula given its
+    // reads once and in id order (a build), indexes them on the first
+    // question that needs it: a full recalculation never asks one.
+    struct Readers {
+        bool indexed = false;
+        CellPageMap pointHeads; // cell → first edge of the formulas reading it
+        std::vector<Edge> edges;
+        uint32_t freeEdge = kNoEdge;
+        size_t pointEdgeCount = 0;
+        RangeIndex ranges;
+
+        void link(const CellRect& read, FormulaId id);
+        void unlink(const CellRect& read, FormulaId id);
+    };
 
     template <class F> void forEachColumnRun(const CellRect& rect, F&& f) const;
-    void linkPoint(const CellRect& cell, FormulaId id);
-    void unlinkPoint(const CellRect& cell, FormulaId id);
+    const Readers& indexedReaders() const {
+        if (!readers_.indexed) indexReaders();
+        return readers_;
+    }
+    // Links every formula's reads, in id order: what linking each as it was
+    // given would have built.
+    void indexReaders() const;
     void compactDependencies();
     void setCircular(FormulaId id, bool circular);
     void beginVisit();
@@ -149,11 +172,8 @@ class DependencyGraph {
     size_t depGarbage_ = 0;
     std::vector<CellRect> scratchReads_;
 
-    CellPageMap pointHeads_; // cell → first edge of the formulas reading it
-    std::vector<Edge> edges_;
-    uint32_t freeEdge_ = kNoEdge;
-    size_t pointEdgeCount_ = 0;
-    RangeIndex ranges_;
+    mutable Readers readers_;
+    FormulaId unindexedNext_ = 0; // reads given before indexing are of lower ids
 
     // Per-formula scratch of recalcOrder: membership stamp and member index.
     std::vector<uint32_t> stamp_;

@@ -126,9 +126,22 @@ FormulaValue FormulaEvaluator::evaluateFunction(const FormulaTree& tree, uint32_
 FormulaValue FormulaEvaluator::evaluateBinaryOp(const FormulaTree& tree, const FormulaNode& n, int depth) {
     FormulaValue a = evaluate(tree, n.first, depth);
     FormulaValue b = evaluate(tree, tree.node(n.first).next, depth);
+    auto op = static_cast<BinaryOp>(n.op);
+    if (a.isNumber() && b.isNumber()) { // arithmetic on numbers, the common case, without coercion
+        const double x = a.numberValue(), y = b.numberValue();
+        switch (op) {
+        case BinaryOp::add:
+            return FormulaValue::number(x + y);
+        case BinaryOp::sub:
+            return FormulaValue::number(x - y);
+        case BinaryOp::mul:
+            return FormulaValue::number(x * y);
+        default:
+            break;
+        }
+    }
     if (a.isError()) return a;
     if (b.isError()) return b;
-    auto op = static_cast<BinaryOp>(n.op);
     switch (op) {
     case BinaryOp::concat: {
         std::string s = a.description();

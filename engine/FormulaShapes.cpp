@@ -1,5 +1,7 @@
 #include "engine/FormulaShapes.h"
 
+#include <array>
+
 #include "engine/FormulaParser.h"
 
 namespace sumora {
@@ -16,38 +18,36 @@ constexpr char kRowMark = '\x01';
 // Shapes remembered per sheet; past this, formulas of new shapes are parsed alone.
 constexpr size_t kMaxShapes = 4096;
 
+// What a character is to the shape scanner: a formula of the shaped subset
+// holds only separators (each a token of its own) and identifier characters
+// (read by the tokenizer into one identifier).
+enum CharClass : uint8_t { unshaped, separator, letter, digit, identifierMark };
+
+constexpr std::array<uint8_t, 256> makeCharClasses() {
+    std::array<uint8_t, 256> classes{};
+    for (char c : std::string_view(" +-*/^&=<>(),:%"))
+        classes[static_cast<uint8_t>(c)] = separator;
+    for (int c = 'A'; c <= 'Z'; ++c)
+        classes[static_cast<size_t>(c)] = classes[static_cast<size_t>(c - 'A' + 'a')] = letter;
+    for (int c = '0'; c <= '9'; ++c)
+        classes[static_cast<size_t>(c)] = digit;
+    for (char c : std::string_view("$_."))
+        classes[static_cast<uint8_t>(c)] = identifierMark;
+    return classes;
+}
+constexpr std::array<uint8_t, 256> kCharClasses = makeCharClasses();
+
+uint8_t classOf(char c) {
+    return kCharClasses[static_cast<uint8_t>(c)];
+}
 bool isLetter(char c) {
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+    return classOf(c) == letter;
 }
 bool isDigit(char c) {
-    return c >= '0' && c <= '9';
+    return classOf(c) == digit;
 }
-// Characters the tokenizer reads into one identifier.
 bool isIdentifierChar(char c) {
-    return isLetter(c) || isDigit(c) || c == '$' || c == '_' || c == '.';
-}
-// Everything else a shaped formula may hold: each starts a token of its own.
-bool isPlainSeparator(char c) {
-    switch (c) {
-    case ' ':
-    case '+':
-    case '-':
-    case '*':
-    case '/':
-    case '^':
-    case '&':
-    case '=':
-    case '<':
-    case '>':
-    case '(':
-    case ')':
-    case ',':
-    case ':':
-    case '%':
-        return true;
-    default:
-        return false;
-    }
+    return classOf(c) >= letter;
 }
 
 } // namespace
@@ -59,24 +59,22 @@ FormulaShapes::FormulaShapes(const FunctionRegistry& registry,
 bool FormulaShapes::scan(std::string_view text) {
     key_.clear();
     refs_.clear();
+    size_t copied = 0; // text before this is in key_
     size_t i = 0;
     while (i < text.size()) {
-        const char c = text[i];
-        if (isPlainSeparator(c)) {
-            key_ += c;
+        const uint8_t kind = classOf(text[i]);
+        if (kind == separator) {
             ++i;
             continue;
         }
-        if (!isIdentifierChar(c)) return false;
-        // An identifier begins only after a separator; elsewhere (the "E5"
-        // of "1E5") the characters belong to a number.
-        const bool starts =
-            (isLetter(c) || c == '$' || c == '_') && (i == 0 || !isIdentifierChar(text[i - 1]));
-        size_t end = i;
+        if (kind == unshaped) return false;
+        // An identifier run. It follows a separator or the start (runs are
+        // read whole), and only one that begins with a letter, "$" or "_" can
+        // be a reference: the "E5" of "1E5" belongs to a number.
+        size_t end = i + 1;
         while (end < text.size() && isIdentifierChar(text[end]))
             ++end;
-        if (!starts) {
-            key_.append(text, i, end - i);
+        if (kind == digit || text[i] == '.') {
             i = end;
             continue;
         }
@@ -98,14 +96,14 @@ bool FormulaShapes::scan(std::string_view text) {
         const bool call = end < text.size() && text[end] == '(';
         if (p == end && letters >= 1 && letters <= kMaxColumnLetters && digits >= 1 &&
             digits <= kMaxRowDigits && row >= 1 && !call) {
-            key_.append(text, i, digitsBegin - i);
+            key_.append(text, copied, digitsBegin - copied);
             key_ += kRowMark;
+            copied = end;
             refs_.push_back({static_cast<int32_t>(col - 1), static_cast<int32_t>(row - 1)});
-        } else {
-            key_.append(text, i, end - i);
         }
         i = end;
     }
+    key_.append(text, copied, text.size() - copied);
     return true;
 }
 
@@ -128,31 +126,67 @@ bool FormulaShapes::matches(const FormulaTree& tree, std::vector<Corner>& corner
     return true;
 }
 
-FormulaTree FormulaShapes::parse(std::string_view formula) {
-    if (!scan(formula)) return parseFormula(formula, registry_, isWorkbookName_);
-    auto found = shapes_.find(key_);
-    if (found == shapes_.end()) {
-        FormulaTree tree = parseFormula(formula, registry_, isWorkbookName_);
-        if (shapes_.size() >= kMaxShapes) return tree;
-        Shape& shape = shapes_[key_];
-        shape.shared = matches(tree, shape.corners);
-        if (shape.shared) shape.tree = tree;
-        return tree;
+uint32_t FormulaShapes::read(std::string_view formula, std::vector<int32_t>& rows, FormulaTree& alone) {
+    if (!scan(formula)) {
+        alone = parseFormula(formula, registry_, isWorkbookName_);
+        return kAlone;
     }
-    const Shape& shape = found->second;
-    if (!shape.shared) return parseFormula(formula, registry_, isWorkbookName_);
-    FormulaTree tree = shape.tree;
+    auto found = shapeIndex_.find(key_);
+    if (found == shapeIndex_.end()) {
+        FormulaTree tree = parseFormula(formula, registry_, isWorkbookName_);
+        if (shapes_.size() >= kMaxShapes) {
+            alone = std::move(tree);
+            return kAlone;
+        }
+        const auto index = static_cast<uint32_t>(shapes_.size());
+        shapeIndex_.emplace(key_, index);
+        Shape& shape = shapes_.emplace_back();
+        shape.shared = matches(tree, shape.corners);
+        if (!shape.shared) {
+            alone = std::move(tree);
+            return kAlone;
+        }
+        shape.tree = std::move(tree);
+        for (const ScannedRef& ref : refs_)
+            rows.push_back(ref.row);
+        return index;
+    }
+    if (!shapes_[found->second].shared) {
+        alone = parseFormula(formula, registry_, isWorkbookName_);
+        return kAlone;
+    }
+    for (const ScannedRef& ref : refs_)
+        rows.push_back(ref.row);
+    ++shared_;
+    return found->second;
+}
+
+const FormulaTree& FormulaShapes::instance(uint32_t index, const int32_t* rows) {
+    Shape& shape = shapes_[index];
     for (size_t k = 0; k < shape.corners.size(); ++k) {
-        FormulaNode& node = tree.nodes[shape.corners[k].node];
+        FormulaNode& node = shape.tree.nodes[shape.corners[k].node];
         if (shape.corners[k].second) {
-            node.ref.row2 = refs_[k].row;
+            node.ref.row2 = rows[k];
         } else {
-            node.ref.row = refs_[k].row;
-            if (node.kind == NodeKind::cellRef) node.ref.row2 = refs_[k].row;
+            node.ref.row = rows[k];
+            if (node.kind == NodeKind::cellRef) node.ref.row2 = rows[k];
         }
     }
-    ++shared_;
-    return tree;
+    return shape.tree;
+}
+
+void FormulaShapes::clear() {
+    shapes_.clear();
+    shapeIndex_.clear();
+    shared_ = 0;
+}
+
+FormulaTree FormulaShapes::parse(std::string_view formula) {
+    FormulaTree alone;
+    std::vector<int32_t> rows;
+    const uint32_t shape = read(formula, rows, alone);
+    if (shape == kAlone) return alone;
+    return instance(shape, rows.data());
 }
 
 } // namespace sumora

@@ -43,28 +43,44 @@ FormulaError FormulaError::generic(std::string message) {
     return e;
 }
 
-std::string_view FormulaError::message() const { return detail_ ? std::string_view(detail_->a) : std::string_view(); }
+std::string_view FormulaError::message() const {
+    return detail_ ? std::string_view(detail_->a) : std::string_view();
+}
 
 std::string FormulaError::description() const {
     const std::string empty;
     const std::string& a = detail_ ? detail_->a : empty;
     const std::string& b = detail_ ? detail_->b : empty;
     switch (kind_) {
-    case ErrorKind::unknownFunction: return "#NAME? (" + a + ")";
+    case ErrorKind::unknownFunction:
+        return "#NAME? (" + a + ")";
     case ErrorKind::wrongArgumentCount:
-        return "#VALUE! (" + a + " expects " + b + " args, got " + std::to_string(detail_ ? detail_->got : 0) + ")";
-    case ErrorKind::typeMismatch: return "#VALUE! (expected " + a + ", got " + b + ")";
-    case ErrorKind::syntaxError: return "#ERROR! " + a;
-    case ErrorKind::generic: return "#ERROR: " + a;
-    case ErrorKind::divisionByZero: return "#DIV/0!";
-    case ErrorKind::invalidValue: return "#VALUE!";
-    case ErrorKind::invalidName: return "#NAME?";
-    case ErrorKind::invalidReference: return "#REF!";
-    case ErrorKind::invalidNumber: return "#NUM!";
-    case ErrorKind::notAvailable: return "#N/A";
-    case ErrorKind::nullIntersection: return "#NULL!";
-    case ErrorKind::circularReference: return "#CIRC!";
-    case ErrorKind::spill: return "#SPILL!";
+        return "#VALUE! (" + a + " expects " + b + " args, got " +
+               std::to_string(detail_ ? detail_->got : 0) + ")";
+    case ErrorKind::typeMismatch:
+        return "#VALUE! (expected " + a + ", got " + b + ")";
+    case ErrorKind::syntaxError:
+        return "#ERROR! " + a;
+    case ErrorKind::generic:
+        return "#ERROR: " + a;
+    case ErrorKind::divisionByZero:
+        return "#DIV/0!";
+    case ErrorKind::invalidValue:
+        return "#VALUE!";
+    case ErrorKind::invalidName:
+        return "#NAME?";
+    case ErrorKind::invalidReference:
+        return "#REF!";
+    case ErrorKind::invalidNumber:
+        return "#NUM!";
+    case ErrorKind::notAvailable:
+        return "#N/A";
+    case ErrorKind::nullIntersection:
+        return "#NULL!";
+    case ErrorKind::circularReference:
+        return "#CIRC!";
+    case ErrorKind::spill:
+        return "#SPILL!";
     }
     return "#VALUE!";
 }
@@ -74,6 +90,59 @@ bool FormulaError::operator==(const FormulaError& o) const {
 }
 
 // ---- numbers and text ---------------------------------------------------
+
+namespace {
+
+// "%g" of a whole number of 7 to 15 digits, as printf writes it in the C
+// locale (snprintf itself would follow the process locale): six significant
+// digits, the exact value rounded half to even, trailing zeros dropped, and a
+// two-digit exponent ("1.23457e+06"). Integer arithmetic is exact here, and
+// several times faster than formatting the double with a precision.
+void appendWholeInExponentForm(std::string& out, double x) {
+    static constexpr uint64_t kPowers[] = {1,
+                                           10,
+                                           100,
+                                           1000,
+                                           10000,
+                                           100000,
+                                           1000000,
+                                           10000000,
+                                           100000000,
+                                           1000000000,
+                                           10000000000,
+                                           100000000000,
+                                           1000000000000,
+                                           10000000000000,
+                                           100000000000000,
+                                           1000000000000000};
+    const auto whole = static_cast<uint64_t>(std::fabs(x));
+    int exponent = 6;
+    while (exponent < 14 && whole >= kPowers[exponent + 1])
+        ++exponent;
+    const uint64_t scale = kPowers[exponent - 5];
+    uint64_t digits = whole / scale;
+    const uint64_t rest = whole % scale, half = scale / 2;
+    if (rest > half || (rest == half && (digits & 1))) ++digits;
+    if (digits == 1000000) {
+        digits = 100000;
+        ++exponent;
+    }
+    char text[16];
+    auto [end, ec] = std::to_chars(text, text + sizeof text, digits); // six digits
+    while (end > text + 1 && end[-1] == '0')
+        --end;
+    if (x < 0) out += '-';
+    out += text[0];
+    if (end > text + 1) {
+        out += '.';
+        out.append(text + 1, end);
+    }
+    out += "e+";
+    out += static_cast<char>('0' + exponent / 10);
+    out += static_cast<char>('0' + exponent % 10);
+}
+
+} // namespace
 
 void appendNumberDescription(std::string& out, double x) {
     if (std::isfinite(x) && std::rint(x) == x && std::fabs(x) < 1e15) {
@@ -88,11 +157,7 @@ void appendNumberDescription(std::string& out, double x) {
             out.append(buf, p);
             return;
         }
-        // "%g" as printf writes it in the C locale; snprintf itself would
-        // follow the process locale (a decimal comma under de_DE).
-        char buf[32];
-        auto [p, ec] = std::to_chars(buf, buf + sizeof buf, x, std::chars_format::general, 6);
-        out.append(buf, p);
+        appendWholeInExponentForm(out, x);
         return;
     }
     out += shortestNumberText(x);
@@ -136,7 +201,8 @@ std::string shortestNumberText(double x) {
         out += digits + std::string(static_cast<size_t>(exponent) + 1 - digits.size(), '0');
         out += ".0";
     } else {
-        out += digits.substr(0, static_cast<size_t>(exponent) + 1) + "." + digits.substr(static_cast<size_t>(exponent) + 1);
+        out += digits.substr(0, static_cast<size_t>(exponent) + 1) + "." +
+               digits.substr(static_cast<size_t>(exponent) + 1);
     }
     return out;
 }
@@ -145,16 +211,25 @@ std::string shortestNumberText(double x) {
 
 void FormulaValue::appendDescription(std::string& out) const {
     switch (kind()) {
-    case Kind::number: appendNumberDescription(out, numberValue()); return;
-    case Kind::text: out += textValue(); return;
-    case Kind::boolean: out += boolValue() ? "TRUE" : "FALSE"; return;
-    case Kind::error: out += errorValue().description(); return;
+    case Kind::number:
+        appendNumberDescription(out, numberValue());
+        return;
+    case Kind::text:
+        out += textValue();
+        return;
+    case Kind::boolean:
+        out += boolValue() ? "TRUE" : "FALSE";
+        return;
+    case Kind::error:
+        out += errorValue().description();
+        return;
     case Kind::array: {
         const auto& rows = arrayRows();
         if (!rows.empty() && !rows.front().empty()) rows.front().front().appendDescription(out);
         return;
     }
-    case Kind::empty: return;
+    case Kind::empty:
+        return;
     }
 }
 
@@ -167,25 +242,33 @@ std::string FormulaValue::description() const {
 
 std::optional<double> FormulaValue::asNumber() const {
     switch (kind()) {
-    case Kind::number: return numberValue();
-    case Kind::text: return parseStrictNumber(textValue());
-    case Kind::boolean: return boolValue() ? 1.0 : 0.0;
-    case Kind::empty: return 0.0;
-    default: return std::nullopt;
+    case Kind::number:
+        return numberValue();
+    case Kind::text:
+        return parseStrictNumber(textValue());
+    case Kind::boolean:
+        return boolValue() ? 1.0 : 0.0;
+    case Kind::empty:
+        return 0.0;
+    default:
+        return std::nullopt;
     }
 }
 
 std::optional<bool> FormulaValue::asBool() const {
     switch (kind()) {
-    case Kind::number: return numberValue() != 0.0;
+    case Kind::number:
+        return numberValue() != 0.0;
     case Kind::text: {
         const std::string& s = textValue();
         if (s.size() == 4 && strncasecmp(s.c_str(), "TRUE", 4) == 0) return true;
         if (s.size() == 5 && strncasecmp(s.c_str(), "FALSE", 5) == 0) return false;
         return std::nullopt;
     }
-    case Kind::boolean: return boolValue();
-    default: return std::nullopt;
+    case Kind::boolean:
+        return boolValue();
+    default:
+        return std::nullopt;
     }
 }
 
@@ -196,11 +279,16 @@ bool FormulaValue::operator==(const FormulaValue& o) const {
         double a = numberValue(), b = o.numberValue();
         return a == b || (std::isnan(a) && std::isnan(b));
     }
-    case Kind::text: return textValue() == o.textValue();
-    case Kind::boolean: return boolValue() == o.boolValue();
-    case Kind::error: return errorValue() == o.errorValue();
-    case Kind::array: return arrayRows() == o.arrayRows();
-    case Kind::empty: return true;
+    case Kind::text:
+        return textValue() == o.textValue();
+    case Kind::boolean:
+        return boolValue() == o.boolValue();
+    case Kind::error:
+        return errorValue() == o.errorValue();
+    case Kind::array:
+        return arrayRows() == o.arrayRows();
+    case Kind::empty:
+        return true;
     }
     return false;
 }

@@ -53,6 +53,15 @@ class RangeIndex {
             if (e.rect.contains(col, row)) f(e.owner);
     }
 
+    // The level a rectangle is filed on: 0 (finest) to 4, or 5 for the list
+    // of huge ones. forEachContaining reports level by level in this order,
+    // and within a level in the order of registration (until a removal).
+    static constexpr int kHugeLevel = 5;
+    int levelOf(const CellRect& rect) const {
+        int level = levelFor(rect);
+        return level < 0 ? kHugeLevel : level;
+    }
+
     // Registered rectangles, and the block entries that file them.
     size_t registrationCount() const;
     size_t blockEntryCount() const;

@@ -18,24 +18,9 @@ namespace sumora {
 
 namespace {
 
-constexpr int64_t kMaxCoordinate = std::numeric_limits<int32_t>::max();
 // Readers of spilled cells may spill in turn; a sheet whose spills keep
 // changing each other stops after this many rounds.
 constexpr int kMaxSpillRounds = 64;
-
-bool representable(int64_t col, int64_t row) {
-    return col >= 0 && row >= 0 && col <= kMaxCoordinate && row <= kMaxCoordinate;
-}
-
-// A value typed as "=…" becomes the cell's formula.
-bool promote(Cell& cell) {
-    if (cell.hasFormula()) return false;
-    std::string_view value = cell.value();
-    if (value.empty() || value.front() != '=') return false;
-    cell.setFormula(value.substr(1));
-    cell.setValue("");
-    return true;
-}
 
 // Whether a number's text form (appendNumberDescription) reads back as
 // exactly that number: all but the whole numbers that "%g" rounds to six
@@ -60,33 +45,72 @@ const std::string& spillText() {
 
 SheetCalculator::SheetCalculator(SumoraDocument& document, size_t sheetIndex,
                                  const FunctionRegistry& registry)
-    : document_(document), sheetIndex_(sheetIndex), registry_(registry), direct_(document, sheetIndex) {
+    : document_(document), sheetIndex_(sheetIndex), registry_(registry),
+      isWorkbookName_(
+          [this](std::string_view name) { return findNamedRange(document_.namedRanges, name).has_value(); }),
+      direct_(document, sheetIndex), shapes_(registry, isWorkbookName_) {
     if (sheetIndex >= document.sheets.size())
         throw std::out_of_range("SheetCalculator: the document has no sheet number " +
                                 std::to_string(sheetIndex + 1));
-    isWorkbookName_ = [this](std::string_view name) {
-        return findNamedRange(document_.namedRanges, name).has_value();
-    };
 }
 
 SheetCalculator::~SheetCalculator() = default;
 
+bool SheetCalculator::representable(int64_t col, int64_t row) {
+    constexpr int64_t kMaxCoordinate = std::numeric_limits<int32_t>::max();
+    return col >= 0 && row >= 0 && col <= kMaxCoordinate && row <= kMaxCoordinate;
+}
+
+bool SheetCalculator::promote(Cell& cell) {
+    if (cell.hasFormula()) return false;
+    std::string_view value = cell.value();
+    if (value.empty() || value.front() != '=') return false;
+    cell.setFormula(value.substr(1));
+    cell.setValue("");
+    return true;
+}
+
 // ---- Building the graph ----
 
-bool SheetCalculator::registerFormula(int32_t col, int32_t row, std::string_view formula,
-                                      FormulaShapes* shapes) {
-    FormulaTree tree;
+bool SheetCalculator::parse(std::string_view formula, bool shaped, ParsedFormula& parsed,
+                            std::vector<CellRect>& reads) {
+    FormulaTree alone;
     try {
-        tree = shapes ? shapes->parse(formula) : parseFormula(formula, registry_, isWorkbookName_);
+        parsed.at = static_cast<uint32_t>(shapeRows_.size());
+        if (shaped)
+            parsed.shape = shapes_.read(formula, shapeRows_, alone);
+        else
+            alone = parseFormula(formula, registry_, isWorkbookName_);
     } catch (const FormulaParseError&) {
         return false; // keeps its previous computed text, reads nothing
     }
+    if (parsed.shape == FormulaShapes::kAlone) {
+        if (freeAloneTrees_.empty()) {
+            parsed.at = static_cast<uint32_t>(aloneTrees_.size());
+            aloneTrees_.push_back(std::move(alone));
+        } else {
+            parsed.at = freeAloneTrees_.back();
+            freeAloneTrees_.pop_back();
+            aloneTrees_[parsed.at] = std::move(alone);
+        }
+    }
+    DependencyGraph::collectRefs(treeOf(parsed), document_.namedRanges, reads);
+    return true;
+}
+
+void SheetCalculator::addParsed(int32_t col, int32_t row, const ParsedFormula& parsed,
+                                std::span<const CellRect> reads) {
     FormulaId id = graph_.addFormula(col, row);
-    if (id >= trees_.size()) trees_.resize(static_cast<size_t>(id) + 1);
+    if (id >= parsed_.size()) parsed_.resize(static_cast<size_t>(id) + 1);
+    parsed_[id] = parsed;
+    graph_.setDependencies(id, reads);
+}
+
+bool SheetCalculator::registerFormula(int32_t col, int32_t row, std::string_view formula, bool shaped) {
+    ParsedFormula parsed;
     reads_.clear();
-    DependencyGraph::collectRefs(tree, document_.namedRanges, reads_);
-    graph_.setDependencies(id, reads_);
-    trees_[id] = std::move(tree);
+    if (!parse(formula, shaped, parsed, reads_)) return false;
+    addParsed(col, row, parsed, reads_);
     return true;
 }
 
@@ -94,23 +118,27 @@ void SheetCalculator::unregisterFormula(int32_t col, int32_t row) {
     FormulaId id = graph_.formulaAt(col, row);
     if (id == DependencyGraph::kNoFormula) return;
     graph_.removeFormula(id);
-    trees_[id] = FormulaTree();
+    // A shared formula's rows stay in shapeRows_ until the next build.
+    if (parsed_[id].shape == FormulaShapes::kAlone) {
+        aloneTrees_[parsed_[id].at] = FormulaTree();
+        freeAloneTrees_.push_back(parsed_[id].at);
+    }
+    parsed_[id] = ParsedFormula();
 }
 
-void SheetCalculator::build() {
+const FormulaTree& SheetCalculator::treeOf(const ParsedFormula& p) const {
+    if (p.shape == FormulaShapes::kAlone) return aloneTrees_[p.at];
+    return shapes_.instance(p.shape, shapeRows_.data() + p.at);
+}
+
+void SheetCalculator::clearFormulas() {
     graph_.clear();
-    trees_.clear();
+    shapes_.clear();
+    parsed_.clear();
+    shapeRows_.clear();
+    aloneTrees_.clear();
+    freeAloneTrees_.clear();
     cache_.clear();
-    const Sheet& s = sheet();
-    size_t formulas = 0;
-    s.forEachStoredCell([&](int64_t, int64_t, const Cell& cell) { formulas += cell.hasFormula() ? 1 : 0; });
-    trees_.reserve(formulas);
-    FormulaShapes shapes(registry_, isWorkbookName_);
-    s.forEachStoredCell([&](int64_t row, int64_t col, const Cell& cell) {
-        if (cell.hasFormula() && representable(col, row))
-            registerFormula(static_cast<int32_t>(col), static_cast<int32_t>(row), *cell.formula(), &shapes);
-    });
-    built_ = true;
 }
 
 void SheetCalculator::ensureBuilt() {
@@ -136,9 +164,7 @@ void SheetCalculator::cellRestored(CellPosition at) {
 
 void SheetCalculator::invalidate() {
     built_ = false;
-    graph_.clear();
-    trees_.clear();
-    cache_.clear();
+    clearFormulas();
     // Anchors and their cells may have moved; what they wrote stays in the cells.
     spillRanges_.clear();
     spillTouched_.clear();
@@ -156,8 +182,7 @@ void SheetCalculator::recalculateAll() {
     // Lookups of this pass may share table indexes; every write is reported.
     EvaluationCacheScope cacheScope;
     resultsChanged_ = false;
-    sheet().forEachStoredCell([](int64_t, int64_t, Cell& cell) { promote(cell); });
-    build();
+    build(true);
     FormulaEvaluator evaluator(*this);
     evaluator.setProfiler(profiler_);
     std::vector<CellRef> anchors;
@@ -211,7 +236,7 @@ void SheetCalculator::evaluate(FormulaEvaluator& evaluator, FormulaId id) {
     current_.row = p.row;
     if (profiler_) profiler_->setSheet(sheetIndex_);
     auto start = profiler_ ? RecalcProfiler::Clock::now() : RecalcProfiler::Clock::time_point();
-    FormulaValue v = evaluator.evaluate(trees_[id], 0);
+    FormulaValue v = evaluator.evaluate(treeOf(parsed_[id]), 0);
     if (profiler_) profiler_->addFormula(p.col, p.row, RecalcProfiler::nanosecondsSince(start));
     if (v.isArray()) {
         try {
@@ -255,7 +280,7 @@ const FormulaTree* SheetCalculator::parsedFormula(CellPosition at) const {
     const auto [col, row] = at;
     if (!representable(col, row)) return nullptr;
     FormulaId id = graph_.formulaAt(static_cast<int32_t>(col), static_cast<int32_t>(row));
-    return graph_.isFormula(id) ? &trees_[id] : nullptr;
+    return graph_.isFormula(id) ? &treeOf(parsed_[id]) : nullptr;
 }
 
 // ---- Spilling ----

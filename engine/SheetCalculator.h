@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -22,6 +23,7 @@
 #include "document/SumoraDocument.h"
 #include "engine/CellResolver.h"
 #include "engine/DependencyGraph.h"
+#include "engine/FormulaShapes.h"
 #include "engine/FormulaTree.h"
 #include "engine/SheetValueCache.h"
 #include "engine/WorkbookResolver.h"
@@ -29,7 +31,6 @@
 namespace sumora {
 
 class FormulaEvaluator;
-class FormulaShapes;
 class FunctionRegistry;
 class RecalcProfiler;
 
@@ -62,7 +63,8 @@ class SheetCalculator : public CellResolver {
 
     bool hasCircularReference(CellPosition at) const;
     const DependencyGraph& graph() const { return graph_; }
-    // The parsed tree of a formula cell, or nullptr.
+    // The parsed tree of a formula cell, or nullptr. It may be a shared tree
+    // that the next call or recalculation rewrites: read it before either.
     const FormulaTree* parsedFormula(CellPosition at) const;
 
     // Writes an array result from the anchor; false when the footprint is
@@ -95,13 +97,36 @@ class SheetCalculator : public CellResolver {
     // is the calculated one (reads of it go through the cache).
     const Sheet* sheetNamed(std::optional<std::string_view> name, bool& own) const;
 
-    // Parses every formula cell into the graph (no evaluation).
-    void build();
-    // Parses the cell's formula (through `shapes` when given) and registers
+    // Whether a position fits the graph's 32-bit coordinates.
+    static bool representable(int64_t col, int64_t row);
+    // A value typed as "=…" becomes the cell's formula; true when it did.
+    static bool promote(Cell& cell);
+
+    // Where a formula's tree is: a shape of shapes_ with its rows at
+    // shapeRows_[at], or (shape kAlone) aloneTrees_[at].
+    struct ParsedFormula {
+        uint32_t shape = FormulaShapes::kAlone;
+        uint32_t at = 0;
+    };
+
+    // Parses every formula cell into the graph (no evaluation), first
+    // promoting "=…" values to formulas when asked.
+    void build(bool promoteValues = false);
+    // Parses the cell's formula (through shapes_ when `shaped`) and registers
     // it; false when it fails to parse.
-    bool registerFormula(int32_t col, int32_t row, std::string_view formula, FormulaShapes* shapes = nullptr);
+    bool registerFormula(int32_t col, int32_t row, std::string_view formula, bool shaped = false);
+    // The two halves of registering: parsing, which appends what the formula
+    // reads, and entering the result into the graph.
+    bool parse(std::string_view formula, bool shaped, ParsedFormula& parsed, std::vector<CellRect>& reads);
+    void addParsed(int32_t col, int32_t row, const ParsedFormula& parsed, std::span<const CellRect> reads);
+    // build() with the parsing on a second thread, handing batches over.
+    void buildInTwo(bool promoteValues);
     void unregisterFormula(int32_t col, int32_t row);
     void ensureBuilt();
+    // Forgets every parsed formula and what the graph learnt from them.
+    void clearFormulas();
+    // The formula's tree; a shared one lasts until the next tree of its shape.
+    const FormulaTree& treeOf(const ParsedFormula& parsed) const;
 
     void evaluate(FormulaEvaluator& evaluator, FormulaId id);
     // Drops the decoded value of a written cell and tells the function caches.
@@ -120,7 +145,11 @@ class SheetCalculator : public CellResolver {
     WorkbookResolver direct_; // reads of other sheets
 
     DependencyGraph graph_;
-    std::vector<FormulaTree> trees_; // by formula id
+    mutable FormulaShapes shapes_;      // of the formulas of the last build
+    std::vector<ParsedFormula> parsed_; // by formula id
+    std::vector<int32_t> shapeRows_;
+    std::vector<FormulaTree> aloneTrees_;
+    std::vector<uint32_t> freeAloneTrees_;
     SheetValueCache cache_;
     bool built_ = false;
     bool resultsChanged_ = false;

@@ -12,6 +12,8 @@ namespace sumora {
 
 std::vector<std::vector<size_t>> sheetsReadBy(const SumoraDocument& document) {
     const size_t count = document.sheets.size();
+    // A sheet's reads of itself are not listed: one sheet reads no other.
+    if (count <= 1) return std::vector<std::vector<size_t>>(count);
     // Upper-cased names of the named ranges that lie on a sheet.
     std::unordered_map<std::string, size_t> namedSheets;
     for (const NamedRange& range : document.namedRanges)

@@ -102,13 +102,22 @@ void SheetValueCache::appendNumbers(const Sheet& sheet, const RangeSpec& r, std:
     if (lastRow >= r.row1)
         out.reserve(out.size() + static_cast<size_t>(std::min<int64_t>(lastRow - r.row1 + 1, 1 << 20)));
     for (int64_t row = r.row1; row <= lastRow;) {
-        Chunk* ch = nullptr; // made at the first stored cell of this stretch
+        Chunk* ch = existingChunk(col, row); // else made at the first stored cell of this stretch
         size_t i = static_cast<size_t>(row) & (kChunkRows - 1);
         size_t end = std::min(kChunkRows, i + static_cast<size_t>(lastRow - row + 1));
+        // A stretch of numbers already decoded (a window over results) is one copy.
+        if (ch && std::all_of(ch->tags + i, ch->tags + end, [](Tag t) { return t == Tag::number; })) {
+            out.insert(out.end(), ch->numbers + i, ch->numbers + end);
+            row += static_cast<int64_t>(end - i);
+            continue;
+        }
         for (; i < end; ++i, ++row) {
-            if (col >= sheet.storedColumnCount(row)) continue;
-            if (!ch) ch = &chunk(col, row);
-            if (ch->tags[i] == Tag::unknown) ch->tags[i] = decode(sheet.cell(row, col), ch->numbers[i]);
+            // A known tag is of a stored cell: only unknown ones need the row's width.
+            if (!ch || ch->tags[i] == Tag::unknown) {
+                if (col >= sheet.storedColumnCount(row)) continue;
+                if (!ch) ch = &chunk(col, row);
+                if (ch->tags[i] == Tag::unknown) ch->tags[i] = decode(sheet.cell(row, col), ch->numbers[i]);
+            }
             if (ch->tags[i] == Tag::number) out.push_back(ch->numbers[i]);
         }
     }

@@ -234,5 +234,63 @@ TEST(RangeIndex, FindsRectanglesOfEverySizeAndRemovesThem) {
     EXPECT_EQ(index.blockEntryCount(), 0u);
 }
 
+// Kahn's algorithm as the graph reports its edges: each dependent once per
+// reference of it covering the finished cell, queued when its count of
+// formula cells still to compute reaches zero.
+DependencyGraph::Order orderByReportedEdges(const DependencyGraph& g, size_t idCount) {
+    DependencyGraph::Order out;
+    std::vector<size_t> waiting(idCount, 0);
+    for (Id id = 0; id < idCount; ++id) {
+        if (!g.isFormula(id)) continue;
+        for (const CellRect& r : g.precedents(id))
+            waiting[id] += r.isCell() ? (g.formulaAt(r.col1, r.row1) != DependencyGraph::kNoFormula)
+                                      : g.countFormulasIn(r);
+        if (waiting[id] == 0) out.ordered.push_back(id);
+    }
+    for (size_t i = 0; i < out.ordered.size(); ++i) {
+        GridPosition p = g.position(out.ordered[i]);
+        g.forEachDependent(p.col, p.row, [&](Id d) {
+            if (--waiting[d] == 0) out.ordered.push_back(d);
+        });
+    }
+    for (Id id = 0; id < idCount; ++id)
+        if (g.isFormula(id) && waiting[id] != 0) out.circular.push_back(id);
+    return out;
+}
+
+// The full order counts ranges as settled units instead of edge by edge; on
+// a freshly built graph it must give the very order and verdicts of the edges.
+TEST(DependencyGraph, FullOrderIsKahnsOrderOverTheReportedEdges) {
+    std::mt19937 rng(11);
+    auto pick = [&](int32_t n) { return static_cast<int32_t>(rng() % static_cast<uint32_t>(n)); };
+    for (int sheet = 0; sheet < 300; ++sheet) {
+        const int32_t cols = 1 + pick(6), rows = 1 + pick(sheet < 150 ? 8 : 300);
+        DependencyGraph g;
+        std::set<std::pair<int32_t, int32_t>> used;
+        for (int n = pick(cols * rows); n > 0; --n) {
+            const int32_t col = pick(cols), row = pick(rows);
+            if (!used.insert({col, row}).second) continue;
+            std::vector<CellRect> reads;
+            for (int k = pick(4); k > 0; --k) {
+                const int32_t c = pick(cols), r = pick(rows), kind = pick(10);
+                if (kind < 4) {
+                    reads.push_back(CellRect::cell(c, r));
+                } else if (kind < 8) { // a window down one column, at times backwards
+                    reads.push_back(range(c, r, c, r + pick(12) - 2));
+                } else if (kind == 8) {
+                    reads.push_back(range(c, r, c + pick(3), r + pick(40)));
+                } else {
+                    reads.push_back(range(0, 0, 16383, 1048575)); // huge: on the list every query scans
+                }
+            }
+            addFormula(g, col, row, reads);
+        }
+        const auto expected = orderByReportedEdges(g, used.size());
+        const auto order = g.topologicalOrder();
+        ASSERT_EQ(order.ordered, expected.ordered) << "sheet " << sheet;
+        ASSERT_EQ(order.circular, expected.circular) << "sheet " << sheet;
+    }
+}
+
 } // namespace
 } // namespace sumora

@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <limits>
+#include <random>
+#include <vector>
 
 namespace sumora {
 namespace {
@@ -81,6 +83,28 @@ class GermanNumericLocale {
     std::string previous_;
     bool active_ = false;
 };
+
+// Whole numbers of 7 to 15 digits take "%g" as the C library prints it:
+// rounded to six digits, ties to even, from random draws and exact ties.
+TEST(FormulaValueText, LargeWholeNumbersMatchPrintfG) {
+    std::vector<double> numbers = {1e6,           1234565,        1234575,         9999995,
+                                   99999950,      999999500000,   999999499999999, 100000050000000,
+                                   123456500000,  123457500000,   4294967296,      -1234565,
+                                   -999999999999, 549755813888.0, 2000001,         1000005};
+    std::mt19937_64 rng(5);
+    for (int i = 0; i < 20000; ++i) {
+        const int digits = 7 + i % 9;
+        const double low = std::pow(10.0, digits - 1);
+        double x = std::floor(low + static_cast<double>(rng() % static_cast<uint64_t>(9 * low)));
+        if (i % 3 == 0) x = std::floor(x / 1e5) * 1e5 + 5e4; // a tie for some lengths
+        numbers.push_back(i % 2 ? x : -x);
+    }
+    char expected[64];
+    for (double x : numbers) {
+        std::snprintf(expected, sizeof expected, "%g", x);
+        ASSERT_EQ(FormulaValue::number(x).description(), expected) << std::fixed << x;
+    }
+}
 
 TEST(FormulaValueText, NumberTextIgnoresTheProcessLocale) {
     GermanNumericLocale german;
