@@ -90,14 +90,15 @@ void SheetGridView::selectWholeRows() {
 }
 
 SelectionRange SheetGridView::commandRange(const SelectionRange& shown) const {
-    const Sheet* sheet = model_.sheet();
-    if (!sheet) return shown;
     SelectionRange r{shown.minCol(), shown.minRow(), shown.maxCol(), shown.maxRow()};
+    const bool wholeColumns = r.startRow == 0 && r.endRow >= model_.rowCount() - 1;
+    const bool wholeRows = r.startCol == 0 && r.endCol >= model_.columnCount() - 1;
+    const Sheet* sheet = model_.sheet();
+    // The used extent walks every stored row: only whole lines need it.
+    if (!sheet || (!wholeColumns && !wholeRows)) return r;
     const Sheet::Extent used = sheet->usedExtent();
-    if (r.startRow == 0 && r.endRow >= model_.rowCount() - 1)
-        r.endRow = std::max<int64_t>(0, std::max(sheet->rowCount(), used.rows) - 1);
-    if (r.startCol == 0 && r.endCol >= model_.columnCount() - 1)
-        r.endCol = std::max<int64_t>(0, std::max(sheet->columnCount(), used.cols) - 1);
+    if (wholeColumns) r.endRow = std::max<int64_t>(0, std::max(sheet->rowCount(), used.rows) - 1);
+    if (wholeRows) r.endCol = std::max<int64_t>(0, std::max(sheet->columnCount(), used.cols) - 1);
     return r;
 }
 

@@ -157,7 +157,7 @@ void SheetGridView::applyLayoutTo(QTableView& view) {
             };
             hide(rows, sheet->hiddenRows);
             hide(columns, sheet->hiddenColumns);
-            fitWrappedRowsIn(view, 0, sheet->storedRowCount() - 1);
+            fitWrappedRowsIn(view, 0, sheet->storedRowCount() - 1, true);
             if (editor().autoFilter.enabled) {
                 const int64_t used = std::min<int64_t>(sheet->usedExtent().rows, rows->count());
                 for (int64_t r = 0; r < used; ++r)

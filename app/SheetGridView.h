@@ -123,7 +123,8 @@ class SheetGridView : public QTableView {
     void moveCurrent(int row, int column, bool extend);
     void onSectionResized(Qt::Orientation orientation, int index, int newSize);
     void finishFillDrag();
-    void fitWrappedRowsIn(QTableView& view, int64_t first, int64_t last);
+    // `sizesAreDefault`: every row not sized by the sheet has the default height.
+    void fitWrappedRowsIn(QTableView& view, int64_t first, int64_t last, bool sizesAreDefault = false);
     // Keys beyond plain movement (GridKeyMap.cpp); true when handled.
     bool handleMappedKey(QKeyEvent* event);
     // The selection's corner opposite the active cell: where Shift+keys move.
