@@ -17,25 +17,8 @@ class HideUnhideTest : public QObject {
     SheetGridView* grid() { return window->grid(); }
     Sheet& sheet() { return window->document().sheets[0]; }
 
-    // Right-clicks `pos` in `header` and chooses the entry named `action`.
     void chooseFromHeaderMenu(QHeaderView* header, const QPoint& pos, const QString& action) {
-        bool chosen = false;
-        QTimer::singleShot(0, [&] {
-            auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-            if (!menu) return;
-            for (QAction* a : menu->actions())
-                if (a->objectName() == action) {
-                    menu->setActiveAction(a);
-                    QTest::keyClick(menu, Qt::Key_Return);
-                    chosen = true;
-                    return;
-                }
-            menu->close();
-        });
-        QContextMenuEvent event(QContextMenuEvent::Mouse, pos, header->viewport()->mapToGlobal(pos));
-        QApplication::sendEvent(header->viewport(), &event);
-        QApplication::processEvents();
-        QVERIFY2(chosen, qPrintable(action));
+        QVERIFY2(chooseFromContextMenu(header->viewport(), pos, action), qPrintable(action));
     }
 
     // The middle of a header section: near its edges a press starts a resize.
