@@ -70,12 +70,12 @@ void CellDelegate::noteOverflowRun(const QWidget* view, OverflowRun run) const {
     overflowRuns_.emplace_back(view, std::move(run));
 }
 
-// Runs of other views (frozen panes share this delegate) are dropped with the rest.
+// Frozen panes share this delegate: each view takes only its own runs.
 std::vector<CellDelegate::OverflowRun> CellDelegate::takeOverflowRuns(const QWidget* view) const {
     std::vector<OverflowRun> runs;
     for (auto& [noted, run] : overflowRuns_)
         if (noted == view) runs.push_back(std::move(run));
-    overflowRuns_.clear();
+    std::erase_if(overflowRuns_, [view](const auto& noted) { return noted.first == view; });
     return runs;
 }
 
@@ -159,7 +159,7 @@ void CellDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
             for (const auto& overlay : painters())
                 overlay(p, r, *sheet, index.row(), index.column());
 
-    if (option.state & QStyle::State_Selected) p.fillRect(r, QColor(0x1A, 0x73, 0xE8, 40));
+    if (option.state & QStyle::State_Selected) p.fillRect(r, selectionTint());
 }
 
 QWidget* CellDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem&,

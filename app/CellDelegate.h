@@ -42,6 +42,9 @@ class CellDelegate : public QStyledItemDelegate {
     };
     std::vector<OverflowRun> takeOverflowRuns(const QWidget* view) const;
 
+    // The translucent blue laid over selected cells.
+    static QColor selectionTint() { return QColor(0x1A, 0x73, 0xE8, 40); }
+
     // The next editor starts from this text instead of the cell's content
     // (type-to-edit replaces what the cell held).
     void setPendingText(std::optional<QString> text) { pendingText_ = std::move(text); }

@@ -110,8 +110,10 @@ void showChartMenu(MainWindow& window, const std::string& chartId, const QPoint&
     ChartLayer* layer = host->chartLayer();
     QMenu menu(&window);
     menu.setObjectName(QStringLiteral("chartContextMenu"));
-    menu.addAction(QObject::tr("Edit Chart…"), &window, [layer, chartId] { layer->editChart(chartId); });
-    menu.addAction(QObject::tr("Delete Chart"), &window, [layer, chartId] { layer->deleteChart(chartId); });
+    menu.addAction(QObject::tr("Edit Chart…"), &window, [layer, chartId] { layer->editChart(chartId); })
+        ->setObjectName(QStringLiteral("editChart"));
+    menu.addAction(QObject::tr("Delete Chart"), &window, [layer, chartId] { layer->deleteChart(chartId); })
+        ->setObjectName(QStringLiteral("deleteChart"));
     menu.exec(globalPos);
 }
 

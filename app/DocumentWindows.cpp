@@ -2,9 +2,13 @@
 
 #include <QFileDialog>
 #include <QFileInfo>
+#include <algorithm>
+#include <memory>
+#include <vector>
 
 #include "app/Alerts.h"
 #include "app/Autosave.h"
+#include "app/DocumentRead.h"
 #include "app/MainWindow.h"
 #include "app/Settings.h"
 
@@ -35,6 +39,33 @@ QString recoveredName(const QString& recoveryPath) {
     return QObject::tr("%1 (Recovered)").arg(base);
 }
 
+// The window that shows `path` already, raised; null when none does.
+MainWindow* windowShowing(const QString& path) {
+    const QString absolute = QFileInfo(path).absoluteFilePath();
+    for (MainWindow* w : registry())
+        if (w->filePath() == absolute) {
+            w->show();
+            w->raise();
+            w->activateWindow();
+            return w;
+        }
+    return nullptr;
+}
+
+// The window is shown while the file is still being read: it is there at
+// once, and its first layout and paint happen during the read.
+MainWindow* openRead(DocumentRead& read, MainWindow* reuse) {
+    const bool reusing = reuse && reuse->isPristine();
+    MainWindow* window = reusing ? reuse : new MainWindow(SumoraDocument(), nextUntitledName());
+    window->show();
+    if (!window->loadFile(read)) {
+        if (!reusing) window->deleteLater();
+        return nullptr;
+    }
+    window->raise();
+    return window;
+}
+
 } // namespace
 
 const QList<MainWindow*>& DocumentWindows::windows() {
@@ -56,23 +87,9 @@ MainWindow* DocumentWindows::newWindow() {
 }
 
 MainWindow* DocumentWindows::openFile(const QString& path, MainWindow* reuse) {
-    const QString absolute = QFileInfo(path).absoluteFilePath();
-    for (MainWindow* w : registry())
-        if (w->filePath() == absolute) {
-            w->show();
-            w->raise();
-            w->activateWindow();
-            return w;
-        }
-    const bool reusing = reuse && reuse->isPristine();
-    MainWindow* window = reusing ? reuse : new MainWindow(SumoraDocument(), nextUntitledName());
-    if (!window->loadFile(absolute)) {
-        if (!reusing) window->deleteLater();
-        return nullptr;
-    }
-    window->show();
-    window->raise();
-    return window;
+    if (MainWindow* open = windowShowing(path)) return open;
+    DocumentRead read(path);
+    return openRead(read, reuse);
 }
 
 void DocumentWindows::showOpenDialog(QWidget* parent) {
@@ -92,6 +109,14 @@ bool DocumentWindows::closeAll() {
 }
 
 QList<MainWindow*> DocumentWindows::startup(const QStringList& files) {
+    // Reading starts before anything else, so that it overlaps with the
+    // recovery question and with building the windows.
+    std::vector<std::unique_ptr<DocumentRead>> reads;
+    for (const QString& file : files) {
+        const QString absolute = QFileInfo(file).absoluteFilePath();
+        if (std::none_of(reads.begin(), reads.end(), [&](const auto& r) { return r->path() == absolute; }))
+            reads.push_back(std::make_unique<DocumentRead>(absolute));
+    }
     QList<MainWindow*> shown;
     const QStringList recovered = RecoverySession::begin();
     if (!recovered.isEmpty()) {
@@ -110,8 +135,8 @@ QList<MainWindow*> DocumentWindows::startup(const QStringList& files) {
         for (const QString& file : recovered)
             QFile::remove(file);
     }
-    for (const QString& file : files)
-        if (MainWindow* w = openFile(file)) shown << w;
+    for (const auto& read : reads)
+        if (MainWindow* w = openRead(*read, nullptr)) shown << w;
     if (shown.isEmpty()) {
         MainWindow* blank = newWindow();
         shown << blank;

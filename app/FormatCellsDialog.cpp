@@ -16,6 +16,8 @@
 #include <QVBoxLayout>
 
 #include "app/CellAppearance.h"
+#include "app/FontResolver.h"
+#include "app/Settings.h"
 #include "editing/SumoraEditorView.h"
 #include "values/NumberFormat.h"
 #include "values/StrictNumber.h"
@@ -191,10 +193,14 @@ QWidget* FormatCellsDialog::fontPage() {
     auto* page = new QWidget;
     auto* form = new QFormLayout(page);
     family_ = new QFontComboBox(page);
-    if (start_.fontName) family_->setCurrentFont(QFont(QString::fromStdString(*start_.fontName)));
+    // A cell without a font of its own shows the settings' font, which a
+    // change of size alone must not replace with the list's first family.
+    family_->setCurrentFont(QFont(FontResolver::instance().family(
+        start_.fontName ? QString::fromStdString(*start_.fontName)
+                        : Settings::instance().text(settingsKey::defaultFontName))));
     size_ = new QDoubleSpinBox(page);
     size_->setRange(1, 400);
-    size_->setValue(start_.fontSize.value_or(12));
+    size_->setValue(start_.fontSize.value_or(Settings::instance().real(settingsKey::defaultFontSize)));
     bold_ = new QCheckBox(tr("Bold"), page);
     italic_ = new QCheckBox(tr("Italic"), page);
     underline_ = new QCheckBox(tr("Underline"), page);
@@ -213,8 +219,8 @@ QWidget* FormatCellsDialog::fontPage() {
     }
     form->addRow(tr("Colour:"), colorShown_);
     form->addRow(QString(), swatches([this](auto hex) { chooseFontColor(hex); }, QStringLiteral("color")));
-    connect(family_, &QFontComboBox::currentFontChanged, this, [this] { fontChanged_ = true; });
-    connect(size_, &QDoubleSpinBox::valueChanged, this, [this] { fontChanged_ = true; });
+    connect(family_, &QFontComboBox::currentFontChanged, this, [this] { familyChanged_ = true; });
+    connect(size_, &QDoubleSpinBox::valueChanged, this, [this] { sizeChanged_ = true; });
     return page;
 }
 
@@ -290,10 +296,8 @@ void FormatCellsDialog::apply() {
         }
         if (alignmentChanged_) f.alignment = alignment;
         if (wrapChanged_) f.wrapText = wrap;
-        if (fontChanged_) {
-            f.fontName = family;
-            f.fontSize = size;
-        }
+        if (familyChanged_) f.fontName = family;
+        if (sizeChanged_) f.fontSize = size;
         if (styleChanged_) {
             f.isBold = style[0];
             f.isItalic = style[1];

@@ -72,8 +72,9 @@ class FormatCellsDialog : public QDialog {
     QLabel* fillShown_ = nullptr;
     QLabel* colorShown_ = nullptr;
     // What the user touched: only these are applied.
-    bool numberChanged_ = false, alignmentChanged_ = false, wrapChanged_ = false, fontChanged_ = false,
-         styleChanged_ = false, bordersChanged_ = false, fillChanged_ = false, colorChanged_ = false;
+    bool numberChanged_ = false, alignmentChanged_ = false, wrapChanged_ = false, familyChanged_ = false,
+         sizeChanged_ = false, styleChanged_ = false, bordersChanged_ = false, fillChanged_ = false,
+         colorChanged_ = false;
     std::optional<std::string> fill_, fontColor_;
 };
 

@@ -35,6 +35,7 @@ void FrozenOverlayView::paintEvent(QPaintEvent* event) {
     grid_.sheetModel().appearances().beginPaint(grid_.sheetModel().sheet());
     QTableView::paintEvent(event);
     QPainter painter(viewport());
+    grid_.paintOverflowOverGridLines(*this, painter);
     grid_.paintDecorations(*this, painter);
     // A darker line where the frozen part ends.
     painter.setPen(QColor(0x9A, 0x9A, 0xA0));
@@ -47,7 +48,11 @@ void FrozenOverlayView::paintEvent(QPaintEvent* event) {
 }
 
 void FrozenOverlayView::mousePressEvent(QMouseEvent* event) {
-    if (grid_.isPickingMode()) return grid_.pickPress(indexAt(event->position().toPoint()));
+    const QModelIndex at = indexAt(event->position().toPoint());
+    if (grid_.isPickingMode()) return grid_.pickPress(at);
+    if (event->button() == Qt::LeftButton && (event->modifiers() & Qt::ShiftModifier) && at.isValid() &&
+        !grid_.isEditing())
+        return grid_.extendSelectionTo(at.row(), at.column());
     QTableView::mousePressEvent(event);
 }
 
@@ -76,6 +81,7 @@ FrozenOverlayView* FrozenPanes::makeOverlay(bool rowHeader, bool columnHeader) {
     auto* view = new FrozenOverlayView(grid_);
     view->verticalHeader()->setVisible(rowHeader);
     view->horizontalHeader()->setVisible(columnHeader);
+    grid_.watchHeaderGestures(*view);
     // A size dragged on a pane's header is the grid's size too.
     connect(view->horizontalHeader(), &QHeaderView::sectionResized, &grid_,
             [this](int i, int, int size) { grid_.horizontalHeader()->resizeSection(i, size); });

@@ -1,13 +1,15 @@
 // The grid's selection gestures and the keys beyond plain movement:
-// Shift+arrows and Shift+click extend from the active cell (which stays
-// put), Ctrl+A selects the used area then the sheet, Ctrl+Space and
+// Shift+arrows and Shift+click (on cells or headers) extend from the active
+// cell (which stays put), Ctrl+A selects the used area then the sheet, Ctrl+Space and
 // Shift+Space select columns and rows, Ctrl+; and Ctrl+Shift+; start an
 // entry with the date or time, Ctrl+PgUp/PgDn step through the sheets and
 // Ctrl+wheel zooms.
 #include "app/GridKeyMap.h"
 
 #include <QDateTime>
+#include <QHeaderView>
 #include <QKeyEvent>
+#include <QMouseEvent>
 #include <QWheelEvent>
 
 #include "app/SheetGridView.h"
@@ -47,6 +49,47 @@ void SheetGridView::extendSelectionTo(int row, int column) {
     selectionModel()->select(QItemSelection(anchor, target), QItemSelectionModel::ClearAndSelect);
     QTableView::scrollTo(target);
     syncEditorSelection();
+}
+
+void SheetGridView::extendLinesTo(Qt::Orientation orientation, int section) {
+    const QModelIndex active = currentIndex();
+    if (!active.isValid()) return;
+    const bool rows = orientation == Qt::Vertical;
+    const int from = rows ? active.row() : active.column();
+    const int first = std::max(0, std::min(from, section));
+    const int last = std::min(std::max(from, section), (rows ? model_.rowCount() : model_.columnCount()) - 1);
+    const QItemSelection lines =
+        rows ? QItemSelection(model_.index(first, 0), model_.index(last, model_.columnCount() - 1))
+             : QItemSelection(model_.index(0, first), model_.index(model_.rowCount() - 1, last));
+    selectionModel()->select(lines, QItemSelectionModel::ClearAndSelect);
+    syncEditorSelection();
+}
+
+// Qt moves the current index to the last header section clicked or
+// dragged over; here the active cell stays where the gesture began.
+void SheetGridView::watchHeaderGestures(QTableView& view) {
+    for (QHeaderView* header : {view.verticalHeader(), view.horizontalHeader()}) {
+        header->viewport()->installEventFilter(this);
+        connect(header, &QHeaderView::sectionPressed, this, [this] { headerAnchor_ = currentIndex(); });
+        connect(header, &QHeaderView::sectionEntered, this, [this] {
+            if (headerAnchor_.isValid() && currentIndex() != headerAnchor_)
+                selectionModel()->setCurrentIndex(headerAnchor_, QItemSelectionModel::NoUpdate);
+        });
+    }
+}
+
+bool SheetGridView::eventFilter(QObject* object, QEvent* event) {
+    auto* header = qobject_cast<QHeaderView*>(object->parent());
+    if (event->type() == QEvent::MouseButtonPress && header && object == header->viewport()) {
+        const auto* press = static_cast<QMouseEvent*>(event);
+        const int section = header->logicalIndexAt(press->position().toPoint());
+        if (press->button() == Qt::LeftButton && (press->modifiers() & Qt::ShiftModifier) && section >= 0 &&
+            !picking_ && !isEditing() && currentIndex().isValid()) {
+            extendLinesTo(header->orientation(), section);
+            return true;
+        }
+    }
+    return QTableView::eventFilter(object, event);
 }
 
 void SheetGridView::selectAllStep() {
@@ -90,14 +133,15 @@ void SheetGridView::selectWholeRows() {
 }
 
 SelectionRange SheetGridView::commandRange(const SelectionRange& shown) const {
-    const Sheet* sheet = model_.sheet();
-    if (!sheet) return shown;
     SelectionRange r{shown.minCol(), shown.minRow(), shown.maxCol(), shown.maxRow()};
+    const bool wholeColumns = r.startRow == 0 && r.endRow >= model_.rowCount() - 1;
+    const bool wholeRows = r.startCol == 0 && r.endCol >= model_.columnCount() - 1;
+    const Sheet* sheet = model_.sheet();
+    // The used extent walks every stored row: only whole lines need it.
+    if (!sheet || (!wholeColumns && !wholeRows)) return r;
     const Sheet::Extent used = sheet->usedExtent();
-    if (r.startRow == 0 && r.endRow >= model_.rowCount() - 1)
-        r.endRow = std::max<int64_t>(0, std::max(sheet->rowCount(), used.rows) - 1);
-    if (r.startCol == 0 && r.endCol >= model_.columnCount() - 1)
-        r.endCol = std::max<int64_t>(0, std::max(sheet->columnCount(), used.cols) - 1);
+    if (wholeColumns) r.endRow = std::max<int64_t>(0, std::max(sheet->rowCount(), used.rows) - 1);
+    if (wholeRows) r.endCol = std::max<int64_t>(0, std::max(sheet->columnCount(), used.cols) - 1);
     return r;
 }
 

@@ -205,32 +205,41 @@ void MainWindow::documentChanged() {
     updateUndoActions();
 }
 
-void MainWindow::applyLayoutIfChanged() {
+size_t MainWindow::layoutSignature() const {
     const Sheet* sheet = editor_->activeSheet();
     size_t signature = 0;
-    if (sheet) {
-        hashCombine(signature, sheet->id);
-        hashCombine(signature, sheet->frozenRows);
-        hashCombine(signature, sheet->frozenColumns);
-        for (const MergedRegion& m : sheet->mergedRegions)
-            for (int64_t v : {m.startCol, m.startRow, m.endCol, m.endRow})
-                hashCombine(signature, v);
-        for (const auto& [i, w] : sheet->columnWidths)
-            hashCombine(signature, i * 31 + static_cast<int64_t>(w));
-        for (const auto& [i, h] : sheet->rowHeights)
-            hashCombine(signature, i * 37 + static_cast<int64_t>(h));
-        for (const LineSet* hidden : {&sheet->hiddenRows, &sheet->hiddenColumns})
-            for (const auto& [first, last] : hidden->spans())
-                hashCombine(signature, first * 41 + last);
-        hashCombine(signature, static_cast<int64_t>(editor_->autoFilter.enabled));
-        hashCombine(signature, static_cast<int64_t>(model_->rowCount()));
-        hashCombine(signature, static_cast<int64_t>(model_->columnCount()));
-    }
+    if (!sheet) return signature;
+    hashCombine(signature, sheet->id);
+    hashCombine(signature, sheet->frozenRows);
+    hashCombine(signature, sheet->frozenColumns);
+    for (const MergedRegion& m : sheet->mergedRegions)
+        for (int64_t v : {m.startCol, m.startRow, m.endCol, m.endRow})
+            hashCombine(signature, v);
+    for (const auto& [i, w] : sheet->columnWidths)
+        hashCombine(signature, i * 31 + static_cast<int64_t>(w));
+    for (const auto& [i, h] : sheet->rowHeights)
+        hashCombine(signature, i * 37 + static_cast<int64_t>(h));
+    for (const LineSet* hidden : {&sheet->hiddenRows, &sheet->hiddenColumns})
+        for (const auto& [first, last] : hidden->spans())
+            hashCombine(signature, first * 41 + last);
+    hashCombine(signature, static_cast<int64_t>(editor_->autoFilter.enabled));
+    hashCombine(signature, static_cast<int64_t>(model_->rowCount()));
+    hashCombine(signature, static_cast<int64_t>(model_->columnCount()));
+    return signature;
+}
+
+void MainWindow::applyLayoutIfChanged() {
+    const size_t signature = layoutSignature();
     // With a filter on, any change of cells may change which rows show.
     if (signature != layoutSignature_ || editor_->autoFilter.enabled) {
         layoutSignature_ = signature;
         grid_->applySheetLayout();
     }
+}
+
+void MainWindow::reloadSheet() {
+    model_->reload(); // the grid applies the sheet's layout on the model's reset
+    layoutSignature_ = layoutSignature();
 }
 
 // A link to a place in the workbook: its sheet becomes active and the cell selected.
@@ -247,9 +256,7 @@ void MainWindow::followInternalLink(const QString& location) {
 }
 
 void MainWindow::sheetSwitched() {
-    model_->reload();
-    layoutSignature_ = 0;
-    applyLayoutIfChanged();
+    reloadSheet();
     grid_->selectCell(0, 0);
     formulaBar_->refresh();
     formatBar_->refresh();
@@ -397,8 +404,7 @@ void MainWindow::runCommand(const std::function<void()>& command, bool structura
     command();
     if (structural) {
         editor_->invalidateCalculators();
-        model_->reload();
-        layoutSignature_ = 0;
+        reloadSheet();
         if (editor_->activeCell)
             grid_->selectCell(static_cast<int>(editor_->activeCell->row),
                               static_cast<int>(editor_->activeCell->col));

@@ -27,6 +27,7 @@ class QMenu;
 namespace sumora::app {
 
 class Autosaver;
+class DocumentRead;
 class FormatBar;
 class FormulaBar;
 class InsertFunctionPanel;
@@ -72,6 +73,8 @@ class MainWindow : public QMainWindow, public DocumentContext {
     // Reads a file into this window (on a worker thread); alerts and returns
     // false when the reader fails.
     bool loadFile(const QString& path);
+    // The same with a read already under way.
+    bool loadFile(DocumentRead& read);
     // Shows a recovered copy as unsaved work under `name`.
     bool loadRecovered(const QString& recoveryPath, const QString& name);
     bool save();
@@ -112,8 +115,12 @@ class MainWindow : public QMainWindow, public DocumentContext {
     void updateUndoActions();
     void setToolbarFaded(bool faded);
     void freezePanes(int rows, int columns);
+    // A hash of what the grid's layout is made of: sizes, merges, hidden and frozen lines.
+    size_t layoutSignature() const;
     // Re-applies sizes, merges and hidden rows when any of them changed.
     void applyLayoutIfChanged();
+    // The active sheet changed, or its rows and columns moved.
+    void reloadSheet();
     void followInternalLink(const QString& location);
     void sheetSwitched();
     // Ctrl+PgUp / Ctrl+PgDn: the neighbouring visible sheet in tab order.

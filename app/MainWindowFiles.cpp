@@ -11,6 +11,7 @@
 #include "app/Alerts.h"
 #include "app/Autosave.h"
 #include "app/BackgroundTask.h"
+#include "app/DocumentRead.h"
 #include "app/DocumentWindows.h"
 #include "app/MainWindow.h"
 #include "app/RecentFiles.h"
@@ -40,25 +41,32 @@ QString messageOf(const std::exception_ptr& failure) {
 } // namespace
 
 bool MainWindow::loadFile(const QString& path) {
-    const QString name = QFileInfo(path).fileName();
-    auto loaded = std::make_shared<SumoraDocument>(SumoraDocument::empty());
-    const std::string file = path.toStdString();
-    std::exception_ptr failure = runWithProgress(this, tr("Opening “%1”…").arg(name),
-                                                 [loaded, file] { *loaded = openDocumentFile(file); });
-    if (failure) {
+    DocumentRead read(path);
+    return loadFile(read);
+}
+
+bool MainWindow::loadFile(DocumentRead& read) {
+    const QString name = QFileInfo(read.path()).fileName();
+    // A window shown while the file is still being read names it already.
+    setWindowTitle(name + QStringLiteral(" — Sumora"));
+    // Writing the list syncs the settings file to disk: done while the file
+    // is read. A file that cannot be opened leaves the list again.
+    RecentFiles::instance().add(read.path());
+    if (std::exception_ptr failure = read.wait(this)) {
+        RecentFiles::instance().remove(read.path());
+        updateTitle();
         showAlert(this, tr("The document “%1” could not be opened.").arg(name), messageOf(failure));
         return false;
     }
-    replaceDocument(std::move(*loaded));
+    replaceDocument(std::move(read.document()));
     acceptedLosses_.clear();
-    filePath_ = QFileInfo(path).absoluteFilePath();
-    fileType_ = fileTypeForPath(file);
+    filePath_ = read.path();
+    fileType_ = fileTypeForPath(read.path().toStdString());
     edited_ = false;
     document_->changeCount = 0;
     autosaver_->discardRecovery();
     updateTitle();
-    RecentFiles::instance().add(filePath_);
-    Log::info("Opened " + file);
+    Log::info("Opened " + read.path().toStdString());
     return true;
 }
 

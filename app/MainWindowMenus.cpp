@@ -93,7 +93,13 @@ void MainWindow::buildEditMenu() {
     addCommand(edit, QStringLiteral("undo"), tr("Undo"), QKeySequence::Undo, [this] { undo(); });
     QAction* redoAction =
         addCommand(edit, QStringLiteral("redo"), tr("Redo"), QKeySequence::Redo, [this] { redo(); });
-    redoAction->setShortcuts({QKeySequence::Redo, QKeySequence(QStringLiteral("Ctrl+Y"))});
+    // Both habits redo, whichever the platform names; a key listed twice
+    // would be ambiguous and do nothing.
+    QList<QKeySequence> redoKeys = QKeySequence::keyBindings(QKeySequence::Redo);
+    for (const QKeySequence& key :
+         {QKeySequence(QStringLiteral("Ctrl+Y")), QKeySequence(QStringLiteral("Ctrl+Shift+Z"))})
+        if (!redoKeys.contains(key)) redoKeys << key;
+    redoAction->setShortcuts(redoKeys);
     edit->addSeparator();
     addCommand(edit, QStringLiteral("cut"), tr("Cut"), QKeySequence::Cut,
                [this] { runCommand([this] { editor_->cutSelection(); }); });

@@ -67,6 +67,7 @@ SheetGridView::SheetGridView(SheetTableModel& model, QWidget* parent)
     connect(verticalHeader(), &QHeaderView::sectionResized, this,
             [this](int i, int, int size) { onSectionResized(Qt::Vertical, i, size); });
     connect(&model_, &QAbstractItemModel::modelReset, this, [this] { applySheetLayout(); });
+    watchHeaderGestures(*this);
     connect(delegate_, &CellDelegate::moveRequested, this, [this](int dRow, int dCol) {
         const QModelIndex c = currentIndex();
         tabRunStart_.reset();
@@ -157,7 +158,7 @@ void SheetGridView::applyLayoutTo(QTableView& view) {
             };
             hide(rows, sheet->hiddenRows);
             hide(columns, sheet->hiddenColumns);
-            fitWrappedRowsIn(view, 0, sheet->storedRowCount() - 1);
+            fitWrappedRowsIn(view, 0, sheet->storedRowCount() - 1, true);
             if (editor().autoFilter.enabled) {
                 const int64_t used = std::min<int64_t>(sheet->usedExtent().rows, rows->count());
                 for (int64_t r = 0; r < used; ++r)
@@ -281,30 +282,37 @@ void SheetGridView::paintEvent(QPaintEvent* event) {
     model_.appearances().beginPaint(model_.sheet());
     QTableView::paintEvent(event);
     QPainter painter(viewport());
-    paintOverflowOverGridLines(painter);
+    paintOverflowOverGridLines(*this, painter);
     paintDecorations(*this, painter);
 }
 
 // Text running on over empty neighbours is not crossed by their grid lines:
 // where a run crosses a column boundary, the line's pixel column is painted
-// again as the neighbour's background with the text over it.
-void SheetGridView::paintOverflowOverGridLines(QPainter& painter) const {
+// again as the neighbour's background with the text over it, tinted when
+// the cells on both sides are selected.
+void SheetGridView::paintOverflowOverGridLines(QTableView& view, QPainter& painter) const {
+    const std::vector<CellDelegate::OverflowRun> runs = delegate_->takeOverflowRuns(&view);
+    if (!view.showGrid()) return;
     const int columns = model_.columnCount();
-    for (const CellDelegate::OverflowRun& run : delegate_->takeOverflowRuns(this)) {
-        if (!showGrid()) continue;
-        const int top = rowViewportPosition(run.row), height = rowHeight(run.row) - 1;
-        for (int c = std::max(0, columnAt(std::max(0, run.area.left()))); c >= 0 && c + 1 < columns; ++c) {
-            const int seamX = columnViewportPosition(c) + columnWidth(c) - 1;
-            if (seamX >= run.area.right() || seamX >= viewport()->width()) break;
-            if (isColumnHidden(c) || seamX < run.area.left()) continue;
+    const QItemSelectionModel* selection = selectionModel();
+    for (const CellDelegate::OverflowRun& run : runs) {
+        const int top = view.rowViewportPosition(run.row), height = view.rowHeight(run.row) - 1;
+        for (int c = std::max(0, view.columnAt(std::max(0, run.area.left()))); c >= 0 && c + 1 < columns;
+             ++c) {
+            const int seamX = view.columnViewportPosition(c) + view.columnWidth(c) - 1;
+            if (seamX >= run.area.right() || seamX >= view.viewport()->width()) break;
+            if (view.isColumnHidden(c) || seamX < run.area.left()) continue;
             const QRect seam(seamX, top, 1, height);
-            const QColor fill = model_.appearance(model_.index(run.row, c + 1)).fill;
+            const QModelIndex neighbour = model_.index(run.row, c + 1);
+            const QColor fill = model_.appearance(neighbour).fill;
             painter.save();
             painter.setClipRect(seam);
-            painter.fillRect(seam, fill.isValid() ? fill : viewport()->palette().color(QPalette::Base));
+            painter.fillRect(seam, fill.isValid() ? fill : view.viewport()->palette().color(QPalette::Base));
             painter.setFont(run.font);
             painter.setPen(run.color);
             painter.drawText(run.textRect, run.flags, run.text);
+            if (selection->isSelected(neighbour) && selection->isSelected(model_.index(run.row, c)))
+                painter.fillRect(seam, CellDelegate::selectionTint());
             painter.restore();
         }
     }

@@ -52,6 +52,12 @@ class SheetGridView : public QTableView {
     // Selects from the active cell to (row, column); the active cell stays
     // where it is, as Shift+arrows and Shift+click do (GridKeyMap.cpp).
     void extendSelectionTo(int row, int column);
+    // Shift+click on a header: whole rows (Qt::Vertical) or columns from the
+    // active cell's to `section`; the active cell stays.
+    void extendLinesTo(Qt::Orientation orientation, int section);
+    // Header clicks and drags of `view` (this view or a frozen pane) keep
+    // the active cell where the gesture began (GridKeyMap.cpp).
+    void watchHeaderGestures(QTableView& view);
     // Ctrl+A: the used area first, the whole sheet when that is selected.
     void selectAllStep();
     // Ctrl+Space / Shift+Space: the whole columns / rows of the selection.
@@ -77,7 +83,8 @@ class SheetGridView : public QTableView {
     // Draws the selection outline (and, on this view, the fill handle) and
     // the picked range over `view`'s viewport.
     void paintDecorations(QTableView& view, QPainter& painter) const;
-    void paintOverflowOverGridLines(QPainter& painter) const;
+    // Repaints where text that runs on crosses `view`'s grid lines.
+    void paintOverflowOverGridLines(QTableView& view, QPainter& painter) const;
     // After a cell editor closed with `hint`: Enter moves down, Tab right.
     void moveAfterEdit(QAbstractItemDelegate::EndEditHint hint);
     std::optional<SelectionRange> selectedRange() const;
@@ -114,6 +121,7 @@ class SheetGridView : public QTableView {
     void closeEditor(QWidget* editor, QAbstractItemDelegate::EndEditHint hint) override;
     void updateGeometries() override;
     void wheelEvent(QWheelEvent* event) override;
+    bool eventFilter(QObject* object, QEvent* event) override;
 
   private:
     void syncEditorSelection();
@@ -123,7 +131,8 @@ class SheetGridView : public QTableView {
     void moveCurrent(int row, int column, bool extend);
     void onSectionResized(Qt::Orientation orientation, int index, int newSize);
     void finishFillDrag();
-    void fitWrappedRowsIn(QTableView& view, int64_t first, int64_t last);
+    // `sizesAreDefault`: every row not sized by the sheet has the default height.
+    void fitWrappedRowsIn(QTableView& view, int64_t first, int64_t last, bool sizesAreDefault = false);
     // Keys beyond plain movement (GridKeyMap.cpp); true when handled.
     bool handleMappedKey(QKeyEvent* event);
     // The selection's corner opposite the active cell: where Shift+keys move.
@@ -148,6 +157,8 @@ class SheetGridView : public QTableView {
     std::optional<int> tabRunStart_;
     // A mouse drag selects from where it was pressed; the active cell stays there.
     QPersistentModelIndex dragAnchor_;
+    // The same for a drag along a header.
+    QPersistentModelIndex headerAnchor_;
 
     bool picking_ = false;
     std::optional<QModelIndex> pickAnchor_;

@@ -219,18 +219,24 @@ void SheetTabBar::showContextMenu(const QPoint& pos) {
     if (tab < 0 || static_cast<size_t>(tab) >= tabSheets_.size()) return;
     const size_t sheet = tabSheets_[tab];
     QMenu menu(this);
-    menu.addAction(tr("Rename…"), this, [this, sheet] { promptRename(sheet); });
-    menu.addAction(tr("Delete"), this, [this, sheet] { confirmDelete(sheet); });
+    menu.setObjectName(QStringLiteral("sheetTabContextMenu"));
+    auto add = [&](const char* name, const QString& text, std::function<void()> run) {
+        menu.addAction(text, this, std::move(run))->setObjectName(QString::fromLatin1(name));
+    };
+    add("insertSheet", tr("Insert Sheet"), [this] { addSheet(); });
+    add("renameSheet", tr("Rename…"), [this, sheet] { promptRename(sheet); });
+    add("deleteSheet", tr("Delete"), [this, sheet] { confirmDelete(sheet); });
     menu.addSeparator();
-    menu.addAction(tr("Tab Colour…"), this, [this, sheet] { chooseTabColor(sheet); });
-    menu.addAction(tr("No Tab Colour"), this, [this, sheet] { setTabColor(sheet, std::nullopt); });
+    add("tabColor", tr("Tab Colour…"), [this, sheet] { chooseTabColor(sheet); });
+    add("noTabColor", tr("No Tab Colour"), [this, sheet] { setTabColor(sheet, std::nullopt); });
     menu.addSeparator();
-    menu.addAction(tr("Hide"), this, [this, sheet] {
+    add("hideSheet", tr("Hide"), [this, sheet] {
         if (!setSheetHidden(sheet, true))
             QMessageBox::information(this, tr("Hide Sheet"),
                                      QString::fromUtf8(kLastVisibleSheetMessage.data()));
     });
     QMenu* unhide = menu.addMenu(tr("Unhide"));
+    unhide->setObjectName(QStringLiteral("unhideSheetMenu"));
     for (size_t i = 0; i < editor_.document.sheets.size(); ++i)
         if (editor_.document.sheets[i].isHidden)
             unhide->addAction(QString::fromStdString(editor_.document.sheets[i].name), this,

@@ -2,9 +2,11 @@
 // duplicate rows on the active sheet.
 //
 // Choices made here:
-// - sortColumn covers every row from the first through the sheet's last used
-//   row: it does not guess a header row (the sort dialog's "has header row"
-//   does that for performMultiSort). Both sorts are stable, so rows that tie
+// - A sort covers the rows of the selection when it spans several rows (the
+//   rows below a selected table, such as its total, stay), else every row
+//   from the first through the sheet's last used row. sortColumn does not
+//   guess a header row (the sort dialog's "has header row" keeps the first
+//   row of those in place for performMultiSort). Both sorts are stable, so rows that tie
 //   on every key keep their order; later keys break ties of earlier ones.
 // - Find skips empty cells (a pattern that matches only the empty text finds
 //   nothing), and a regular expression that does not compile finds nothing.
@@ -112,10 +114,15 @@ std::vector<int64_t> sortedRowOrder(const Sheet& sheet, int64_t first, int64_t e
 
 // Sorts rows `first` through the last used row of the active sheet by `keys`
 // and registers the "Sort" step.
-void sortActiveSheet(SumoraEditorView& editor, const std::vector<SortKey>& keys, int64_t first) {
+void sortActiveSheet(SumoraEditorView& editor, const std::vector<SortKey>& keys, bool hasHeaderRow) {
     Sheet* sheet = editor.activeSheet();
     if (!sheet || keys.empty()) return;
-    const int64_t end = sheet->usedExtent().rows;
+    int64_t first = 0, end = sheet->usedExtent().rows;
+    if (const auto& block = editor.selection; block && block->maxRow() > block->minRow()) {
+        first = block->minRow();
+        end = std::min(end, block->maxRow() + 1);
+    }
+    if (hasHeaderRow) ++first;
     if (end - first < 2) return;
 
     std::vector<int64_t> order = sortedRowOrder(*sheet, first, end, keys);
@@ -289,11 +296,11 @@ std::string countText(size_t n) {
 
 void SumoraEditorView::sortColumn(bool ascending) {
     if (!activeCell) return;
-    sortActiveSheet(*this, {SortKey{activeCell->col, ascending}}, 0);
+    sortActiveSheet(*this, {SortKey{activeCell->col, ascending}}, false);
 }
 
 void SumoraEditorView::performMultiSort(const SortRequest& request) {
-    sortActiveSheet(*this, request.keys, request.hasHeaderRow ? 1 : 0);
+    sortActiveSheet(*this, request.keys, request.hasHeaderRow);
 }
 
 // ---- automatic filter --------------------------------------------------------

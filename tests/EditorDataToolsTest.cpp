@@ -113,6 +113,18 @@ TEST_F(DataTools, SortIsOneUndoableStep) {
     EXPECT_EQ(shown("D1"), "b");
 }
 
+TEST_F(DataTools, SortOfASelectedBlockLeavesTheRowsOutsideIt) {
+    column("A", {"Item", "b", "c", "a", "Total"});
+    column("B", {"Price", "2", "3", "1", "6"});
+    editor.selection = SelectionRange{0, 0, 1, 3};
+    editor.activeCell = at("B1");
+    editor.performMultiSort({{{1, false}}, true});
+    EXPECT_EQ(shownColumn("A", 5), (Texts{"Item", "c", "b", "a", "Total"}));
+    editor.selection = SelectionRange{0, 1, 0, 2};
+    editor.sortColumn(true);
+    EXPECT_EQ(shownColumn("A", 5), (Texts{"Item", "b", "c", "a", "Total"}));
+}
+
 TEST_F(DataTools, MultiSortBreaksTiesWithTheNextKeyAndKeepsTheHeader) {
     column("A", {"K", "x", "y", "x", "y", "x"});
     column("B", {"V", "1", "2", "3", "1", "1"});

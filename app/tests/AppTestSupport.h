@@ -3,12 +3,16 @@
 // directory (QSettings::setPath + QStandardPaths test mode), alerts captured
 // instead of shown, and helpers that type into whatever has the focus.
 #include <QApplication>
+#include <QContextMenuEvent>
 #include <QFile>
 #include <QLineEdit>
+#include <QMenu>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
+#include <functional>
 
 #include "app/Alerts.h"
 #include "app/MainWindow.h"
@@ -99,6 +103,37 @@ inline void discardWindow(MainWindow* window) {
     window->close();
     QApplication::processEvents();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+// Runs `answer` on the next modal dialog of type Dialog once it is shown.
+template <class Dialog> void whenShown(std::function<void(Dialog*)> answer) {
+    QTimer::singleShot(0, [answer] {
+        auto* dialog = qobject_cast<Dialog*>(QApplication::activeModalWidget());
+        if (!dialog) return whenShown<Dialog>(answer);
+        answer(dialog);
+    });
+}
+
+// Right-clicks `target` at `pos` and chooses the menu entry named `action`
+// with the keyboard; false when the menu has no such entry.
+inline bool chooseFromContextMenu(QWidget* target, const QPoint& pos, const QString& action) {
+    bool chosen = false;
+    QTimer::singleShot(0, [&chosen, action] {
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        if (!menu) return;
+        for (QAction* a : menu->actions())
+            if (a->objectName() == action && a->isEnabled()) {
+                menu->setActiveAction(a);
+                QTest::keyClick(menu, Qt::Key_Return);
+                chosen = true;
+                return;
+            }
+        menu->close();
+    });
+    QContextMenuEvent event(QContextMenuEvent::Mouse, pos, target->mapToGlobal(pos));
+    QApplication::sendEvent(target, &event);
+    QApplication::processEvents();
+    return chosen;
 }
 
 inline QString shown(MainWindow* window, int row, int column) {

@@ -1,8 +1,8 @@
 // How cell text takes its room: long text runs on over empty neighbours
 // (right for left-aligned, left for right-aligned) and stops at the next
 // value, even when only the neighbour is repainted, and no grid line crosses
-// it; wrapped text makes its row taller and unwrapping shrinks it back; the
-// default font is the settings' font.
+// it (in frozen panes too, and selected); wrapped text makes its row taller and unwrapping shrinks it back;
+// the default font is the settings' font.
 #include <QAction>
 #include <QImage>
 
@@ -63,24 +63,47 @@ class CellTextLayoutTest : public QObject {
         QVERIFY(inkIn(1, 1) < inkIn(0, 1) / 2);
     }
 
+    void gridLinesDoNotCrossTextThatRunsOn_data() {
+        QTest::addColumn<int>("frozenRows");
+        QTest::addColumn<bool>("selected");
+        QTest::newRow("scrolling part") << 0 << false;
+        QTest::newRow("frozen rows") << 2 << false;
+        QTest::newRow("selected") << 0 << true;
+    }
     void gridLinesDoNotCrossTextThatRunsOn() {
-        // Pixels of the grid line right of column `col` in row `row` that show the grid's colour.
-        const QImage image = grid()->viewport()->grab().toImage();
-        auto linePixels = [&](int row, int col) {
+        QFETCH(int, frozenRows);
+        QFETCH(bool, selected);
+        window->document().sheets[0].frozenRows = frozenRows;
+        window->documentChanged();
+        if (selected) { // A1:F6 by a Shift+click
+            grid()->selectCell(0, 0);
+            const QPoint f6 = grid()->visualRect(window->sheetModel()->index(5, 5)).center();
+            QTest::mouseClick(grid()->viewport(), Qt::LeftButton, Qt::ShiftModifier, f6);
+        }
+        QApplication::processEvents();
+        // The grid with the frozen panes over it, in viewport coordinates.
+        const QPoint origin = grid()->viewport()->geometry().topLeft();
+        const QImage image = grid()->grab(QRect(origin, grid()->viewport()->size())).toImage();
+        const QColor line(0xD2, 0xD2, 0xD7);
+        // Pixels of the grid line right of column `col` in row `row` that show the grid's colour,
+        // and those that differ from the inside of the cell right of it (tinted or not).
+        auto seam = [&](int row, int col) {
             const int x = grid()->columnViewportPosition(col) + grid()->columnWidth(col) - 1;
-            int count = 0;
-            for (int y = grid()->rowViewportPosition(row) + 2; y < grid()->rowViewportPosition(row + 1) - 2;
-                 ++y)
-                if (image.pixel(x, y) == QColor(0xD2, 0xD2, 0xD7).rgb()) ++count;
+            const int top = grid()->rowViewportPosition(row);
+            QPair<int, int> count{0, 0};
+            for (int y = top + 2; y < top + grid()->rowHeight(row) - 2; ++y)
+                count.first += image.pixelColor(x, y) == line;
+            for (int y : {top + 1, top + grid()->rowHeight(row) - 3})
+                count.second += image.pixel(x, y) != image.pixel(x + 3, y);
             return count;
         };
-        const int fullLine = grid()->rowHeight(5) - 4;
-        QCOMPARE(linePixels(5, 0), fullLine); // an empty row keeps its lines
-        QCOMPARE(linePixels(1, 0), fullLine); // A2 stops at B2's value: the line stays
-        QCOMPARE(linePixels(0, 0), 0);        // A1 runs over B1 and C1: no line between them
-        QCOMPARE(linePixels(0, 1), 0);
-        QCOMPARE(linePixels(3, 3), 0); // right-aligned E4 runs left over D4
-        QCOMPARE(linePixels(3, 4), fullLine);
+        const int full = grid()->rowHeight(5) - 4;
+        QCOMPARE(seam(5, 0).first, full);      // an empty row keeps its lines
+        QCOMPARE(seam(1, 0).first, full);      // A2 stops at B2's value: the line stays
+        QCOMPARE(seam(0, 0), qMakePair(0, 0)); // A1 runs over B1 and C1: no line, no strip
+        QCOMPARE(seam(0, 1), qMakePair(0, 0));
+        QCOMPARE(seam(3, 3), qMakePair(0, 0)); // right-aligned E4 runs left over D4
+        QCOMPARE(seam(3, 4).first, full);
     }
 
     void wrappedTextGrowsItsRowAndUnwrappingShrinksIt() {

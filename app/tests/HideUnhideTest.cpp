@@ -17,34 +17,18 @@ class HideUnhideTest : public QObject {
     SheetGridView* grid() { return window->grid(); }
     Sheet& sheet() { return window->document().sheets[0]; }
 
-    // Right-clicks `pos` in `header` and chooses the entry named `action`.
     void chooseFromHeaderMenu(QHeaderView* header, const QPoint& pos, const QString& action) {
-        bool chosen = false;
-        QTimer::singleShot(0, [&] {
-            auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-            if (!menu) return;
-            for (QAction* a : menu->actions())
-                if (a->objectName() == action) {
-                    menu->setActiveAction(a);
-                    QTest::keyClick(menu, Qt::Key_Return);
-                    chosen = true;
-                    return;
-                }
-            menu->close();
-        });
-        QContextMenuEvent event(QContextMenuEvent::Mouse, pos, header->viewport()->mapToGlobal(pos));
-        QApplication::sendEvent(header->viewport(), &event);
-        QApplication::processEvents();
-        QVERIFY2(chosen, qPrintable(action));
+        QVERIFY2(chooseFromContextMenu(header->viewport(), pos, action), qPrintable(action));
     }
 
+    // The middle of a header section: near its edges a press starts a resize.
     QPoint rowHeaderPoint(int row) {
         QHeaderView* rows = grid()->verticalHeader();
-        return {rows->width() / 2, rows->sectionViewportPosition(row) + 3};
+        return {rows->width() / 2, rows->sectionViewportPosition(row) + rows->sectionSize(row) / 2};
     }
     QPoint columnHeaderPoint(int col) {
         QHeaderView* columns = grid()->horizontalHeader();
-        return {columns->sectionViewportPosition(col) + 3, columns->height() / 2};
+        return {columns->sectionViewportPosition(col) + columns->sectionSize(col) / 2, columns->height() / 2};
     }
 
   private slots:
@@ -68,7 +52,10 @@ class HideUnhideTest : public QObject {
         QCOMPARE(shown(window, 0, 4), QStringLiteral("r5"));
 
         // Selecting the neighbours (rows 4 to 6) and Unhide shows it.
-        grid()->selectRange(3, 0, 5, 16383);
+        QTest::mouseClick(rows->viewport(), Qt::LeftButton, {}, rowHeaderPoint(3));
+        QTest::mouseClick(rows->viewport(), Qt::LeftButton, Qt::ShiftModifier, rowHeaderPoint(5));
+        QCOMPARE(grid()->selectedRange(), (SelectionRange{0, 3, 16383, 5}));
+        QCOMPARE(window->editor().activeCell, (CellPosition{0, 3}));
         chooseFromHeaderMenu(rows, rowHeaderPoint(5), QStringLiteral("unhideRows"));
         QVERIFY(!rows->isSectionHidden(4));
         QVERIFY(sheet().hiddenRows.empty());
@@ -87,7 +74,10 @@ class HideUnhideTest : public QObject {
         QHeaderView* columns = grid()->horizontalHeader();
         const double widthOfC = 140;
         sheet().columnWidths[2] = widthOfC;
-        grid()->selectRange(0, 1, 1048575, 3);
+        QTest::mouseClick(columns->viewport(), Qt::LeftButton, {}, columnHeaderPoint(3));
+        QTest::mouseClick(columns->viewport(), Qt::LeftButton, Qt::ShiftModifier, columnHeaderPoint(1));
+        QCOMPARE(grid()->selectedRange(), (SelectionRange{1, 0, 3, 1048575}));
+        QCOMPARE(window->editor().activeCell, (CellPosition{3, 0}));
         chooseFromHeaderMenu(columns, columnHeaderPoint(2), QStringLiteral("hideColumns"));
         for (int c : {1, 2, 3})
             QVERIFY(columns->isSectionHidden(c));

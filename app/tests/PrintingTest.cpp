@@ -28,15 +28,6 @@ using namespace sumora::app::test;
 
 namespace {
 
-// Runs `answer` on the next modal dialog once it is shown.
-template <class Dialog> void whenShown(std::function<void(Dialog*)> answer) {
-    QTimer::singleShot(0, [answer] {
-        auto* dialog = qobject_cast<Dialog*>(QApplication::activeModalWidget());
-        if (!dialog) return whenShown<Dialog>(answer);
-        answer(dialog);
-    });
-}
-
 // What the user sees of a widget: the screen's pixels where a real display
 // is there to read, else the widget painted into an image.
 QImage seen(QWidget* widget) {
