@@ -40,10 +40,49 @@ constexpr int64_t kMaxReservedColumns = 256;
 constexpr uint64_t kMinRowBytes = 16;
 
 std::optional<int64_t> smallInteger(std::string_view text) {
+    // Plain digits, as every cell's style and string index is written, are
+    // read without from_chars' sign and overflow handling.
+    if (!text.empty() && text.size() <= 18) {
+        int64_t value = 0;
+        size_t i = 0;
+        for (; i < text.size() && text[i] >= '0' && text[i] <= '9'; ++i)
+            value = value * 10 + (text[i] - '0');
+        if (i == text.size()) return value;
+    }
     int64_t value = 0;
     auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (ec != std::errc() || end != text.data() + text.size() || text.empty()) return std::nullopt;
     return value;
+}
+
+// The digits of a cell reference as row from 0, or -1 when they name no row.
+inline int64_t referenceRow(std::string_view digits) {
+    if (digits.empty() || digits.size() > 7) return -1;
+    int64_t row = 0;
+    for (char c : digits) {
+        if (c < '0' || c > '9') return -1;
+        row = row * 10 + (c - '0');
+    }
+    return row < 1 || row > kMaxRows ? -1 : row - 1;
+}
+
+// The column letters at the start of a cell reference as column from 0 and
+// their count; a count of 0 when they name no column.
+inline size_t referenceColumn(std::string_view text, int64_t& col) {
+    size_t i = 0;
+    int64_t letters = 0;
+    for (; i < text.size() && i < 4; ++i) {
+        char c = text[i];
+        if (c >= 'A' && c <= 'Z')
+            letters = letters * 26 + (c - 'A' + 1);
+        else if (c >= 'a' && c <= 'z')
+            letters = letters * 26 + (c - 'a' + 1);
+        else
+            break;
+    }
+    if (i > 3 || letters > kMaxColumns) return 0;
+    col = letters - 1;
+    return i;
 }
 
 } // namespace
@@ -220,7 +259,13 @@ void WorksheetHandler::startCell(const XmlAttributes& a) {
         std::string_view n = a.qualifiedName(i);
         if (n.size() != 1) continue;
         if (n[0] == 'r') {
-            position_ = parseCellReference(a.value(i));
+            // Read in place: an optional returned through memory stalls the
+            // read that follows it on every cell.
+            int64_t col = 0;
+            std::string_view reference = a.value(i);
+            if (size_t letters = referenceColumn(reference, col))
+                if (int64_t row = referenceRow(reference.substr(letters)); row >= 0)
+                    position_ = CellPosition{col, row};
             positioned = true;
         } else if (n[0] == 't') {
             kind_ = valueKind(a.value(i));
@@ -731,28 +776,12 @@ void WorksheetHandler::reportSkipped() {
 // Text helpers
 
 std::optional<CellPosition> parseCellReference(std::string_view text) {
-    size_t i = 0;
     int64_t col = 0;
-    for (; i < text.size() && i < 4; ++i) {
-        char c = text[i];
-        if (c >= 'A' && c <= 'Z')
-            col = col * 26 + (c - 'A' + 1);
-        else if (c >= 'a' && c <= 'z')
-            col = col * 26 + (c - 'a' + 1);
-        else
-            break;
-    }
-    if (i == 0 || i > 3 || col > kMaxColumns) return std::nullopt;
-    size_t digits = text.size() - i;
-    if (digits == 0 || digits > 7) return std::nullopt;
-    int64_t row = 0;
-    for (; i < text.size(); ++i) {
-        char c = text[i];
-        if (c < '0' || c > '9') return std::nullopt;
-        row = row * 10 + (c - '0');
-    }
-    if (row < 1 || row > kMaxRows) return std::nullopt;
-    return CellPosition{col - 1, row - 1};
+    size_t letters = referenceColumn(text, col);
+    if (letters == 0) return std::nullopt;
+    int64_t row = referenceRow(text.substr(letters));
+    if (row < 0) return std::nullopt;
+    return CellPosition{col, row};
 }
 
 std::vector<CellArea> parseSqref(std::string_view list, size_t limit) {

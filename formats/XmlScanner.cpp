@@ -55,6 +55,22 @@ bool isNameChar(unsigned char c) {
     return hasClass(c, kNameChar);
 }
 
+// Reads a name from `i` on; `local` is left at the start of its local part
+// (after its last ':'), sparing the handler's callers a search for it.
+std::size_t nameEnd(const char* data, std::size_t i, std::size_t size, std::size_t& local) {
+    local = i;
+    for (; i < size && isNameChar(static_cast<unsigned char>(data[i])); ++i)
+        if (data[i] == ':') local = i + 1;
+    return i;
+}
+
+// Names are short: a plain loop beats memcmp's call.
+bool sameName(const char* a, const char* b, std::size_t size) {
+    for (std::size_t k = 0; k < size; ++k)
+        if (a[k] != b[k]) return false;
+    return true;
+}
+
 bool isSpace(unsigned char c) {
     if (!hasClass(c, kSpace)) return false;
     if (c == '\r') throw Unsupported{}; // line ends would need normalising
@@ -375,10 +391,9 @@ std::size_t XmlScanner::startTag(std::size_t at) {
     std::size_t i = at + 1;
     if (i >= size) return 0;
     if (!isNameStart(static_cast<unsigned char>(data[i]))) throw Unsupported{};
-    std::size_t nameBegin = i;
-    while (i < size && isNameChar(static_cast<unsigned char>(data[i])))
-        ++i;
-    std::size_t nameEnd = i;
+    std::size_t nameBegin = i, localBegin = i;
+    i = nameEnd(data, i, size, localBegin);
+    const std::size_t nameStop = i;
     attributeCount_ = 0;
     bool selfClosing = false;
     for (;;) {
@@ -454,7 +469,7 @@ std::size_t XmlScanner::startTag(std::size_t at) {
         pairs_[k + 1] = writable + value.begin;
         lengths_[k + 1] = static_cast<std::size_t>(end - (writable + value.begin));
     }
-    std::string_view name(writable + nameBegin, nameEnd - nameBegin);
+    std::string_view name(writable + nameBegin, nameStop - nameBegin);
     if (!selfClosing) {
         if (depth_ == openStarts_.size())
             openStarts_.push_back(openNames_.size());
@@ -465,8 +480,9 @@ std::size_t XmlScanner::startTag(std::size_t at) {
     }
     if (place_ == Place::prolog) place_ = selfClosing ? Place::epilog : Place::content;
     XmlAttributes attributes(pairs_.data(), attributeCount_, lengths_.data());
-    handler_.startElement(xmlLocalName(name), attributes);
-    if (selfClosing && !stopped()) handler_.endElement(xmlLocalName(name));
+    const std::string_view local(writable + localBegin, nameStop - localBegin);
+    handler_.startElement(local, attributes);
+    if (selfClosing && !stopped()) handler_.endElement(local);
     return used;
 }
 
@@ -474,22 +490,23 @@ std::size_t XmlScanner::endTag(std::size_t at) {
     const char* data = data_;
     const std::size_t size = size_;
     std::size_t i = at + 2;
-    std::size_t nameBegin = i;
-    while (i < size && isNameChar(static_cast<unsigned char>(data[i])))
-        ++i;
-    std::size_t nameEnd = i;
+    std::size_t nameBegin = i, localBegin = i;
+    i = nameEnd(data, i, size, localBegin);
+    const std::size_t nameStop = i;
     while (i < size && isSpace(static_cast<unsigned char>(data[i])))
         ++i;
     if (i >= size) return 0;
     if (data[i] != '>') throw Unsupported{};
-    std::string_view name(data + nameBegin, nameEnd - nameBegin);
-    if (depth_ == 0 || std::string_view(openNames_).substr(openStarts_[depth_ - 1]) != name)
+    if (depth_ == 0) throw Unsupported{};
+    const std::size_t openStart = openStarts_[depth_ - 1];
+    if (openNames_.size() - openStart != nameStop - nameBegin ||
+        !sameName(openNames_.data() + openStart, data + nameBegin, nameStop - nameBegin))
         throw Unsupported{};
     std::size_t used = i + 1 - at;
     if (!deliverText()) return used;
     openNames_.resize(openStarts_[--depth_]);
     if (depth_ == 0) place_ = Place::epilog;
-    handler_.endElement(xmlLocalName(std::string_view(data_ + nameBegin, nameEnd - nameBegin)));
+    handler_.endElement(std::string_view(data_ + localBegin, nameStop - localBegin));
     return used;
 }
 
