@@ -91,7 +91,8 @@ void setStrictSaves(bool strict) {
 }
 
 void saveEditedWorkbook(const SumoraDocument& document, const std::string& path) {
-    if (auto type = fileTypeForPath(path)) {
+    auto type = fileTypeForPath(path);
+    if (type) {
         LossReport losses = lossesOnSave(document, *type);
         for (const std::string& loss : losses)
             std::cerr << "Warning: " << loss << '\n';
@@ -101,7 +102,12 @@ void saveEditedWorkbook(const SumoraDocument& document, const std::string& path)
         }
     }
     try {
-        saveDocumentFile(document, path);
+        // The losses are counted above; only a type-less name goes through
+        // saveDocumentFile, for its refusal.
+        if (type)
+            writeDocumentFile(document, path, *type);
+        else
+            saveDocumentFile(document, path);
     } catch (const std::exception& e) {
         std::cerr << e.what() << '\n';
         throw CLI::RuntimeError(1);

@@ -33,6 +33,10 @@ void SheetCalculator::build(bool promoteValues) {
     sheet().forEachStoredCell([&](int64_t, int64_t, const Cell& cell) {
         formulas += cell.hasFormula() || (promoteValues && cell.value().starts_with('=')) ? 1 : 0;
     });
+    if (formulas == 0) { // nothing to promote or enter: a sheet of constants
+        built_ = true;
+        return;
+    }
     graph_.reserve(formulas);
     parsed_.reserve(formulas);
     shapeRows_.reserve(formulas);

@@ -68,12 +68,13 @@ class RowStore {
         while (width > 0 && fields[width - 1].empty())
             --width;
         sheet_.growTo(row_ + 1, static_cast<int64_t>(fields.size()));
-        // Empty fields stay default cells that are never stored.
-        sheet_.reserveRow(row_, static_cast<int64_t>(width));
+        // The row is made its exact width at once (empty fields inside it stay
+        // default cells); trailing empty fields are never stored.
+        if (width > 0) sheet_.cellForWriting(row_, static_cast<int64_t>(width) - 1);
         for (size_t col = 0; col < width; ++col) {
             std::string_view field = fields[col];
             if (field.empty()) continue;
-            Cell& cell = sheet_.cellForWriting(row_, static_cast<int64_t>(col));
+            Cell& cell = *sheet_.storedCell(row_, static_cast<int64_t>(col));
             cell.setValue(field);
             cell.setComputedValue(field); // the same text: kept once
         }

@@ -209,14 +209,17 @@ LossReport saveDocumentFile(const SumoraDocument& document, const std::filesyste
                              ". Use .xlsx, .ods or .csv.");
     }
     LossReport losses = lossesOnSave(document, *type);
-    if (*type == FileType::csv) {
+    writeDocumentFile(document, path, *type);
+    return losses;
+}
+
+void writeDocumentFile(const SumoraDocument& document, const std::filesystem::path& path, FileType type) {
+    if (type == FileType::csv) {
         // CSV writes the whole grid; it is streamed rather than built.
         writeFileAtomically(path, [&document](const ByteSink& sink) { writeCsv(document, sink); });
-        return losses;
+        return;
     }
-    std::string bytes = documentFileContents(document, *type);
-    writeFileAtomically(path, bytes);
-    return losses;
+    writeFileAtomically(path, documentFileContents(document, type));
 }
 
 } // namespace sumora

@@ -45,6 +45,9 @@ SumoraDocument openDocumentFile(const std::filesystem::path& path, OpenMode mode
 // handles is refused (FileWriteError) rather than given bytes of another format.
 LossReport saveDocumentFile(const SumoraDocument& document, const std::filesystem::path& path,
                             std::optional<FileType> type = std::nullopt);
+// The writing part of saveDocumentFile, for callers that have the loss
+// report already (it is a pass over every stored cell).
+void writeDocumentFile(const SumoraDocument& document, const std::filesystem::path& path, FileType type);
 
 // Replaces the file at `path` with `bytes`; throws FileWriteError. A failure
 // never leaves a half-written file in place of a good one. A symbolic link
