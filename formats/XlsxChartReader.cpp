@@ -19,8 +19,10 @@ class ChartHandler : public XmlHandler {
     explicit ChartHandler(ChartPart& out) : out_(out) {}
 
     void startElement(std::string_view name, const XmlAttributes& attributes) override {
-        std::string_view parent = stack_.empty() ? std::string_view() : std::string_view(stack_.back());
+        // The parent is read after the push: growing the stack moves its strings.
         stack_.emplace_back(name);
+        std::string_view parent =
+            stack_.size() < 2 ? std::string_view() : std::string_view(stack_[stack_.size() - 2]);
         std::string_view val = attributes.get("val").value_or("");
         if (parent == "plotArea" && endsWith(name, "Chart")) {
             out_.plots.push_back({});
