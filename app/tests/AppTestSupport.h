@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QFile>
+#include <QHeaderView>
 #include <QLineEdit>
 #include <QMenu>
 #include <QSettings>
@@ -138,6 +139,17 @@ inline bool chooseFromContextMenu(QWidget* target, const QPoint& pos, const QStr
 
 inline QString shown(MainWindow* window, int row, int column) {
     return window->sheetModel()->data(window->sheetModel()->index(row, column), Qt::DisplayRole).toString();
+}
+
+// The middle of a header section: near its edges a press starts a resize.
+inline QPoint rowHeaderPoint(SheetGridView* grid, int row) {
+    QHeaderView* rows = grid->verticalHeader();
+    return {rows->width() / 2, rows->sectionViewportPosition(row) + rows->sectionSize(row) / 2};
+}
+inline QPoint columnHeaderPoint(SheetGridView* grid, int column) {
+    QHeaderView* columns = grid->horizontalHeader();
+    return {columns->sectionViewportPosition(column) + columns->sectionSize(column) / 2,
+            columns->height() / 2};
 }
 
 } // namespace sumora::app::test

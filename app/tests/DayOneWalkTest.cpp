@@ -67,14 +67,6 @@ class DayOneWalkTest : public QObject {
         click(0, 0);
         type(QStringLiteral("Item\tPrice\nPens\t2.5\nInk\t4\nPaper\t3\nTotal\t=SUM(B2:B4)\n"));
     }
-    QPoint rowHeaderPoint(int row) {
-        QHeaderView* h = grid()->verticalHeader();
-        return {h->width() / 2, h->sectionViewportPosition(row) + h->sectionSize(row) / 2};
-    }
-    QPoint columnHeaderPoint(int col) {
-        QHeaderView* h = grid()->horizontalHeader();
-        return {h->sectionViewportPosition(col) + h->sectionSize(col) / 2, h->height() / 2};
-    }
     // The offscreen platform does not give the window back its activation
     // when a dialog closes, as a desktop does; its shortcuts need it.
     void reactivate() {
@@ -154,11 +146,11 @@ class DayOneWalkTest : public QObject {
         QVERIFY(sheet().cell(0, 0).format().isBold && sheet().cell(0, 1).format().isBold);
 
         answerNumberPrompt(QStringLiteral("30"));
-        QVERIFY(chooseFromContextMenu(grid()->verticalHeader()->viewport(), rowHeaderPoint(0),
+        QVERIFY(chooseFromContextMenu(grid()->verticalHeader()->viewport(), rowHeaderPoint(grid(), 0),
                                       QStringLiteral("rowHeight")));
         QCOMPARE(grid()->rowHeight(0), 30);
         answerNumberPrompt(QStringLiteral("150"));
-        QVERIFY(chooseFromContextMenu(grid()->horizontalHeader()->viewport(), columnHeaderPoint(0),
+        QVERIFY(chooseFromContextMenu(grid()->horizontalHeader()->viewport(), columnHeaderPoint(grid(), 0),
                                       QStringLiteral("columnWidth")));
         QCOMPARE(grid()->columnWidth(0), 150);
         QCOMPARE(sheet().columnWidths.at(0), 150.0);
@@ -324,15 +316,17 @@ class DayOneWalkTest : public QObject {
         QCOMPARE(shown(window, 3, 0), QStringLiteral("Ink"));
         // Row header: hide row 4 (Ink), then show it again from a selection around it.
         QHeaderView* rows = grid()->verticalHeader();
-        QVERIFY(chooseFromContextMenu(rows->viewport(), rowHeaderPoint(3), QStringLiteral("hideRows")));
+        QVERIFY(
+            chooseFromContextMenu(rows->viewport(), rowHeaderPoint(grid(), 3), QStringLiteral("hideRows")));
         QVERIFY(rows->isSectionHidden(3));
-        QTest::mouseClick(rows->viewport(), Qt::LeftButton, {}, rowHeaderPoint(2));
-        QTest::mouseClick(rows->viewport(), Qt::LeftButton, Qt::ShiftModifier, rowHeaderPoint(4));
-        QVERIFY(chooseFromContextMenu(rows->viewport(), rowHeaderPoint(4), QStringLiteral("unhideRows")));
+        QTest::mouseClick(rows->viewport(), Qt::LeftButton, {}, rowHeaderPoint(grid(), 2));
+        QTest::mouseClick(rows->viewport(), Qt::LeftButton, Qt::ShiftModifier, rowHeaderPoint(grid(), 4));
+        QVERIFY(
+            chooseFromContextMenu(rows->viewport(), rowHeaderPoint(grid(), 4), QStringLiteral("unhideRows")));
         QVERIFY(!rows->isSectionHidden(3));
         // Column header: clear column B's contents.
         QHeaderView* columns = grid()->horizontalHeader();
-        QVERIFY(chooseFromContextMenu(columns->viewport(), columnHeaderPoint(1),
+        QVERIFY(chooseFromContextMenu(columns->viewport(), columnHeaderPoint(grid(), 1),
                                       QStringLiteral("clearContents")));
         QCOMPARE(shown(window, 1, 1), QString());
         QCOMPARE(shown(window, 1, 0), QStringLiteral("Pens"));

@@ -21,16 +21,6 @@ class HideUnhideTest : public QObject {
         QVERIFY2(chooseFromContextMenu(header->viewport(), pos, action), qPrintable(action));
     }
 
-    // The middle of a header section: near its edges a press starts a resize.
-    QPoint rowHeaderPoint(int row) {
-        QHeaderView* rows = grid()->verticalHeader();
-        return {rows->width() / 2, rows->sectionViewportPosition(row) + rows->sectionSize(row) / 2};
-    }
-    QPoint columnHeaderPoint(int col) {
-        QHeaderView* columns = grid()->horizontalHeader();
-        return {columns->sectionViewportPosition(col) + columns->sectionSize(col) / 2, columns->height() / 2};
-    }
-
   private slots:
     void init() {
         window = openWindow();
@@ -43,7 +33,7 @@ class HideUnhideTest : public QObject {
 
     void rowHeaderMenuHidesAndUnhidesRows() {
         QHeaderView* rows = grid()->verticalHeader();
-        chooseFromHeaderMenu(rows, rowHeaderPoint(4), QStringLiteral("hideRows"));
+        chooseFromHeaderMenu(rows, rowHeaderPoint(grid(), 4), QStringLiteral("hideRows"));
         QVERIFY(rows->isSectionHidden(4));
         QVERIFY(sheet().hiddenRows.contains(4));
         QCOMPARE(sheet().hiddenRows.countWithin(0, 1048575), int64_t{1});
@@ -52,11 +42,11 @@ class HideUnhideTest : public QObject {
         QCOMPARE(shown(window, 0, 4), QStringLiteral("r5"));
 
         // Selecting the neighbours (rows 4 to 6) and Unhide shows it.
-        QTest::mouseClick(rows->viewport(), Qt::LeftButton, {}, rowHeaderPoint(3));
-        QTest::mouseClick(rows->viewport(), Qt::LeftButton, Qt::ShiftModifier, rowHeaderPoint(5));
+        QTest::mouseClick(rows->viewport(), Qt::LeftButton, {}, rowHeaderPoint(grid(), 3));
+        QTest::mouseClick(rows->viewport(), Qt::LeftButton, Qt::ShiftModifier, rowHeaderPoint(grid(), 5));
         QCOMPARE(grid()->selectedRange(), (SelectionRange{0, 3, 16383, 5}));
         QCOMPARE(window->editor().activeCell, (CellPosition{0, 3}));
-        chooseFromHeaderMenu(rows, rowHeaderPoint(5), QStringLiteral("unhideRows"));
+        chooseFromHeaderMenu(rows, rowHeaderPoint(grid(), 5), QStringLiteral("unhideRows"));
         QVERIFY(!rows->isSectionHidden(4));
         QVERIFY(sheet().hiddenRows.empty());
 
@@ -74,11 +64,12 @@ class HideUnhideTest : public QObject {
         QHeaderView* columns = grid()->horizontalHeader();
         const double widthOfC = 140;
         sheet().columnWidths[2] = widthOfC;
-        QTest::mouseClick(columns->viewport(), Qt::LeftButton, {}, columnHeaderPoint(3));
-        QTest::mouseClick(columns->viewport(), Qt::LeftButton, Qt::ShiftModifier, columnHeaderPoint(1));
+        QTest::mouseClick(columns->viewport(), Qt::LeftButton, {}, columnHeaderPoint(grid(), 3));
+        QTest::mouseClick(columns->viewport(), Qt::LeftButton, Qt::ShiftModifier,
+                          columnHeaderPoint(grid(), 1));
         QCOMPARE(grid()->selectedRange(), (SelectionRange{1, 0, 3, 1048575}));
         QCOMPARE(window->editor().activeCell, (CellPosition{3, 0}));
-        chooseFromHeaderMenu(columns, columnHeaderPoint(2), QStringLiteral("hideColumns"));
+        chooseFromHeaderMenu(columns, columnHeaderPoint(grid(), 2), QStringLiteral("hideColumns"));
         for (int c : {1, 2, 3})
             QVERIFY(columns->isSectionHidden(c));
         QVERIFY(!columns->isSectionHidden(0) && !columns->isSectionHidden(4));
