@@ -162,9 +162,10 @@ void WorksheetHandler::endElement(std::string_view name) {
     else if (name == "row" && inSheetData_) {
         endRow();
         inRow_ = false;
-    } else if (name == "sheetData")
+    } else if (name == "sheetData") {
         inSheetData_ = false;
-    else if (name == "sheetView")
+        setReadsElements(false);
+    } else if (name == "sheetView")
         inFirstView_ = false;
     else if (name == "sheetPr")
         inSheetProperties_ = false;
@@ -249,32 +250,39 @@ void WorksheetHandler::endRow() {
 }
 
 void WorksheetHandler::startCell(const XmlAttributes& a) {
-    inCell_ = true;
-    arrayAnchor_ = false;
-    kind_ = ValueKind::number;
-    style_ = -1;
-    position_.reset();
-    bool positioned = false;
+    CellStart start;
     for (size_t i = 0; i < a.size(); ++i) {
         std::string_view n = a.qualifiedName(i);
         if (n.size() != 1) continue;
         if (n[0] == 'r') {
-            // Read in place: an optional returned through memory stalls the
-            // read that follows it on every cell.
-            int64_t col = 0;
-            std::string_view reference = a.value(i);
-            if (size_t letters = referenceColumn(reference, col))
-                if (int64_t row = referenceRow(reference.substr(letters)); row >= 0)
-                    position_ = CellPosition{col, row};
-            positioned = true;
+            start.reference = a.value(i);
+            start.positioned = true;
         } else if (n[0] == 't') {
-            kind_ = valueKind(a.value(i));
+            start.type = a.value(i);
         } else if (n[0] == 's') {
-            style_ = smallInteger(a.value(i)).value_or(-1);
+            start.style = a.value(i);
         }
     }
-    if (!positioned && role_ == Role::continuation && currentRow_ < 0) throw SplitMismatch();
-    unaddressable_ = positioned && !position_;
+    openCell(start);
+}
+
+void WorksheetHandler::openCell(const CellStart& start) {
+    inCell_ = true;
+    arrayAnchor_ = false;
+    kind_ = start.type.empty() ? ValueKind::number : valueKind(start.type);
+    style_ = start.style.empty() ? -1 : smallInteger(start.style).value_or(-1);
+    position_.reset();
+    if (start.positioned) {
+        // Read in place: an optional returned through memory stalls the
+        // read that follows it on every cell.
+        int64_t col = 0;
+        std::string_view reference = start.reference;
+        if (size_t letters = referenceColumn(reference, col))
+            if (int64_t row = referenceRow(reference.substr(letters)); row >= 0)
+                position_ = CellPosition{col, row};
+    }
+    if (!start.positioned && role_ == Role::continuation && currentRow_ < 0) throw SplitMismatch();
+    unaddressable_ = start.positioned && !position_;
     value_.clear();
     inline_.clear();
     formula_.clear();
@@ -284,28 +292,34 @@ void WorksheetHandler::startCell(const XmlAttributes& a) {
 }
 
 void WorksheetHandler::startFormula(const XmlAttributes& a) {
+    FormulaStart start;
+    for (size_t i = 0; i < a.size(); ++i) {
+        std::string_view n = a.qualifiedName(i);
+        if (n == "t") {
+            start.type = a.value(i);
+        } else if (n == "si") {
+            start.sharedIndex = a.value(i);
+            start.shared = true;
+        } else if (n == "ref") {
+            start.ref = a.value(i);
+        }
+    }
+    openFormula(start);
+}
+
+void WorksheetHandler::openFormula(const FormulaStart& start) {
     if (!inCell_) return;
     inFormula_ = true;
     hasFormula_ = true;
-    std::string_view type;
-    std::optional<std::string_view> ref;
-    for (size_t i = 0; i < a.size(); ++i) {
-        std::string_view n = a.qualifiedName(i);
-        if (n == "t")
-            type = a.value(i);
-        else if (n == "si")
-            sharedIndex_ = smallInteger(a.value(i)).value_or(-1);
-        else if (n == "ref")
-            ref = a.value(i);
-    }
-    if (type == "shared")
+    if (start.shared) sharedIndex_ = smallInteger(start.sharedIndex).value_or(-1);
+    if (start.type == "shared")
         formulaKind_ = FormulaKind::shared;
-    else if (type == "array")
+    else if (start.type == "array")
         formulaKind_ = FormulaKind::array;
-    else if (type == "dataTable")
+    else if (start.type == "dataTable")
         formulaKind_ = FormulaKind::dataTable;
-    if (formulaKind_ == FormulaKind::array && ref)
-        if (auto area = parseArea(*ref)) pendingArray_ = *area;
+    if (formulaKind_ == FormulaKind::array && !start.ref.empty())
+        if (auto area = parseArea(start.ref)) pendingArray_ = *area;
 }
 
 void WorksheetHandler::endCell() {
@@ -480,6 +494,7 @@ void WorksheetHandler::startOther(std::string_view name, const XmlAttributes& a)
     if (name == "hyperlink") return hyperlink(a);
     if (name == "sheetData") {
         inSheetData_ = true;
+        setReadsElements(true);
     } else if (name == "sheetPr") {
         inSheetProperties_ = true;
     } else if (name == "sheetFormatPr") {

@@ -23,6 +23,7 @@
 
 namespace sumora {
 class Cell;
+class XmlElementCursor;
 struct CellFormat;
 class Sheet;
 } // namespace sumora
@@ -48,6 +49,8 @@ class WorksheetHandler : public XmlHandler {
     void startElement(std::string_view name, const XmlAttributes& attributes) override;
     void endElement(std::string_view name) override;
     void characters(std::string_view text) override;
+    // Inside sheetData: runs of plain cells, read without their events.
+    std::size_t readElements(const char* data, std::size_t size) override;
 
     // The part's size in bytes: the bound on how many rows its `dimension`
     // may make the reader reserve up front.
@@ -92,13 +95,26 @@ class WorksheetHandler : public XmlHandler {
     };
     enum class FormulaKind : uint8_t { normal, shared, array, dataTable };
 
+    // What a cell's start tag says; an attribute left out reads as empty.
+    struct CellStart {
+        std::string_view reference, type, style;
+        bool positioned = false; // has an `r`
+    };
+    struct FormulaStart {
+        std::string_view type, sharedIndex, ref;
+        bool shared = false; // has an `si`
+    };
+
     static ValueKind valueKind(std::string_view t);
     static std::optional<Area> parseArea(std::string_view ref);
 
     void startRow(const XmlAttributes& a);
     void endRow();
     void startCell(const XmlAttributes& a);
+    void openCell(const CellStart& start);
     void startFormula(const XmlAttributes& a);
+    void openFormula(const FormulaStart& start);
+    bool readCell(XmlElementCursor& in);
     void endCell();
     std::string_view resolvedText();
     std::string_view shiftedFrom1904(std::string_view text);

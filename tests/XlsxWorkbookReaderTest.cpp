@@ -285,6 +285,47 @@ TEST(XlsxScanned, TheScannerReadsWhatExpatReads) {
     EXPECT_EQ(scanned.cell(2999, 3).value(), "row 3000");
 }
 
+// The handler reads plain cells straight from the markup and leaves the
+// rest to the scanner's events; either way a sheet reads as expat reads it.
+TEST(XlsxScanned, CellsReadFromTheMarkupReadAsTheirEvents) {
+    const std::vector<std::string> sheetData = {
+        // Value kinds.
+        R"(<row r="1"><c r="A1"><v>1.5</v></c><c r="B1" t="s"><v>7</v></c><c r="C1" t="b"><v>1</v></c>)"
+        R"(<c r="D1" t="e"><v>#N/A</v></c><c r="E1" t="str"><v>x_x000D_y</v></c>)"
+        R"(<c r="F1" t="d"><v>2024-02-29T12:00:00</v></c><c r="G1" t="n"><v></v></c></row>)",
+        // Formulas, their results before or after them, empty results.
+        R"(<row r="1"><c r="A1"><f>SUM(B1:B2)</f><v>3</v></c><c r="B1"><v>1</v><f>_xlfn.CONCAT("a",'b')</f></c>)"
+        R"(<c r="C1"><f>1+1</f><v/></c><c r="D1" t="str"><f>"a"</f><v></v></c><c r="E1"><f/></c></row>)",
+        // Shared formulas: master, followers, a group without a master.
+        R"(<row r="1"><c r="A1"><f t="shared" ref="A1:A3" si="0">B1*2</f><v>2</v></c></row>)"
+        R"(<row r="2"><c r="A2"><f t="shared" si="0"/><v>4</v></c></row>)"
+        R"(<row r="3"><c r="A3"><f t='shared' si='0'></f></c><c r="B3"><f t="shared" si="9"/><v>5</v></c></row>)",
+        // An array formula and its results; a data table.
+        R"(<row r="1"><c r="A1"><f t="array" ref="A1:B2">C1:D2</f><v>1</v></c><c r="B1"><v>2</v></c></row>)"
+        R"(<row r="2"><c r="A2"><v>3</v></c><c r="B2"><v>4</v></c><c r="C2"><f t="dataTable" ref="C2">X</f></c></row>)",
+        // Positions: none, out of order, outside rows, beyond the grid, malformed.
+        R"(<c><v>1</v></c><row><c><v>2</v></c><c r="C1"><v>3</v></c><c><v>4</v></c><c r="B1"><v>0</v></c></row>)"
+        R"(<row r="5"><c r="XFD5"><v>5</v></c><c r="XFE5"><v>6</v></c><c r="b5"><v>7</v></c>)"
+        R"(<c r="A0"><v>8</v></c><c r=""><v>9</v></c><c r="C1048577"><v>9</v></c></row>)",
+        // Styles and empty cells.
+        R"(<row r="1"><c r="A1" s="3"/><c r="B1" s=""/><c r="C1" s="x"><v>1</v></c><c s="2" r="D1" t="s"></c></row>)",
+        // Blanks between the parts, and forms left to the events.
+        "<row r=\"1\">\n  <c r=\"A1\">\n <v>1</v>\n </c>\n <c r=\"B1\" cm=\"1\"><v>2</v></c> "
+        "<c r=\"C1\"><v>1</v><v>2</v></c><c r=\"D1\" t=\"inlineStr\"><is><t>a &amp; b</t></is></c>"
+        "<c r=\"E1\"><v>&#49;</v></c><x:c r=\"F1\" xmlns:x=\"urn:x\"><v>5</v></x:c><c r=\"G1\"><f "
+        "aca=\"1\">1</f></c>"
+        "<c r=\"H1\"><v>caf\xC3\xA9</v></c><c r=\"I1\" t=\"s\"><v> 1</v></c><c r=\"J1\"><v>a]b</v></c></row>",
+    };
+    for (const std::string& rows : sheetData) {
+        SCOPED_TRACE(rows);
+        std::string xml = worksheet(rows);
+        Sheet expat = readPart(xml, UINT64_MAX);
+        Sheet scanned = readPart(xml, UINT64_MAX, nullptr, true);
+        scanned.id = expat.id;
+        EXPECT_TRUE(scanned == expat);
+    }
+}
+
 TEST(XlsxScanned, ADimensionClaimingTheWholeGridCostsWhatTheCellsCost) {
     std::string xml =
         worksheet(R"(<row r="1"><c r="A1"><v>7</v></c></row>)", R"(<dimension ref="A1:XFD1048576"/>)");

@@ -156,6 +156,20 @@ def main():
          ("Commented", worksheet('<!-- left to expat --><row r="2"><c r="B2"><v>3</v></c></row>'), "")],
         {"xl/sharedStrings.xml": sst}))
 
+    # Plain cells the worksheet handler reads straight from the markup, with
+    # shared and array formulas, blanks between them, a second <v> it leaves
+    # to the events and a cell cut off by the end of the part.
+    plain = "".join(f'<row r="{r}"><c r="A{r}" s="1"><v>{r}</v></c><c r="B{r}" t="s"><v>{r % 2}</v></c>'
+                    f'<c r="C{r}"><f>A{r}*2+1</f><v></v></c>'
+                    + (f'<c r="D{r}"><f t="shared" ref="D{r}:D{r + 3}" si="0">A{r}+1</f><v>2</v></c>' if r == 1
+                       else f'<c r="D{r}"><f t="shared" si="0"/><v>{r}</v></c>')
+                    + '</row>\n' for r in range(1, 9))
+    write(out, "plain-cells.xlsx", package(
+        [("Plain", worksheet(plain + '<row r="9">\n <c r="A9"><f t="array" ref="A9:B9">C1:D1</f><v>1</v></c> '
+                             '<c r="B9"><v>2</v><v>3</v></c><c r="C9" t="b"/><c><v>4</v></c></row>'), ""),
+         ("Cut", DECL + worksheet(plain)[:-60], "")],
+        {"xl/sharedStrings.xml": sst, "xl/styles.xml": styles}))
+
     write(out, "doubled-declaration.xlsx", package(
         [("Sheet1", DECL + "\n" + DECL + worksheet('<row r="1"><c r="A1"><v>5</v></c></row>'), "")]))
 
