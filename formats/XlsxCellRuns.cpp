@@ -1,39 +1,120 @@
-// The cells of sheetData read straight from the markup when they take the
-// plain form producers write (<c r s t><f>..</f><v>..</v></c>), sparing each
-// cell the five or more events of the generic path. A cell is parsed whole
-// before any of it is applied, and applied through the same openCell,
-// openFormula and endCell as its events, so a cell declined halfway leaves
+// The rows and cells of sheetData read straight from the markup when they
+// take the plain form producers write (<row r spans><c r s t><f>..</f>
+// <v>..</v></c></row>), sparing each cell the five or more events of the
+// generic path. A cell, or a row with all its cells, is parsed whole before
+// any of it is applied, and applied through the same openRow, openCell,
+// openFormula and endCell as its events, so what is declined halfway leaves
 // no trace and the scanner reads it as usual.
 #include "formats/XlsxWorksheetHandler.h"
 #include "formats/XmlElementCursor.h"
 
+#include <array>
+#include <optional>
 #include <utility>
 
 namespace sumora::xlsx {
 
+namespace {
+
+// Attribute names seen on one start tag, so that a duplicate is declined.
+class SeenNames {
+  public:
+    bool add(std::string_view name) {
+        if (count_ == names_.size()) return false;
+        for (std::size_t i = 0; i < count_; ++i)
+            if (names_[i] == name) return false;
+        names_[count_++] = name;
+        return true;
+    }
+
+  private:
+    std::array<std::string_view, 16> names_;
+    std::size_t count_ = 0;
+};
+
+} // namespace
+
+std::optional<std::string_view>* WorksheetHandler::RowStart::slot(std::string_view name) {
+    switch (name.size()) {
+    case 1:
+        return name[0] == 'r' ? &r : nullptr;
+    case 2:
+        return name == "ht" ? &ht : nullptr;
+    case 5:
+        return name == "spans" ? &spans : nullptr;
+    case 6:
+        return name == "hidden" ? &hidden : nullptr;
+    case 9:
+        return name == "collapsed" ? &collapsed : nullptr;
+    case 12:
+        if (name == "customHeight") return &customHeight;
+        return name == "outlineLevel" ? &outlineLevel : nullptr;
+    default:
+        return nullptr;
+    }
+}
+
 std::size_t WorksheetHandler::readElements(const char* data, std::size_t size) {
-    // Between cells the texts the markup leaves (blanks) mean nothing, and
-    // the cell events go where startElement sends them.
-    if (inCell_ || inValue_ || inFormula_ || inText_ || validations_.inRule() ||
+    // Between rows and cells the texts the markup leaves (blanks) mean
+    // nothing, and the cell events go where startElement sends them.
+    if (!inSheetData_ || inCell_ || inValue_ || inFormula_ || inText_ || validations_.inRule() ||
         conditionalFormats_.inBlock())
         return 0;
     XmlElementCursor in(data, size);
     std::size_t done = 0;
-    while (readCell(in)) {
+    CellMarkup cell;
+    for (;;) {
+        if (parseCell(in, cell))
+            applyCell(cell);
+        else if (!readRow(in))
+            break;
         done = in.consumed();
         in.skipBlanks();
     }
     return done;
 }
 
-bool WorksheetHandler::readCell(XmlElementCursor& in) {
+bool WorksheetHandler::readRow(XmlElementCursor& in) {
+    const std::size_t from = in.consumed();
+    auto decline = [&] {
+        in.rewind(from);
+        return false;
+    };
+    if (!in.startTag("row")) return false;
+    RowStart row;
+    SeenNames seen;
+    std::string_view name, value;
+    bool empty = false;
+    while (in.attribute(name, value)) {
+        if (!seen.add(name)) return decline();
+        if (std::optional<std::string_view>* slot = row.slot(name)) *slot = value;
+    }
+    if (!in.tagEnd(empty)) return decline();
+    rowCells_.clear();
+    if (!empty) {
+        for (;;) {
+            in.skipBlanks();
+            if (in.endTag("row")) break;
+            if (!parseCell(in, rowCells_.emplace_back())) return decline();
+        }
+    }
+    openRow(row);
+    for (const CellMarkup& cell : rowCells_)
+        applyCell(cell);
+    endRow();
+    inRow_ = false;
+    return true;
+}
+
+bool WorksheetHandler::parseCell(XmlElementCursor& in, CellMarkup& out) {
     const std::size_t from = in.consumed();
     auto decline = [&] {
         in.rewind(from);
         return false;
     };
     if (!in.startTag("c")) return false;
-    CellStart cell;
+    out = CellMarkup{};
+    CellStart& cell = out.cell;
     std::string_view name, value;
     bool typed = false, styled = false, empty = false;
     while (in.attribute(name, value)) {
@@ -55,18 +136,16 @@ bool WorksheetHandler::readCell(XmlElementCursor& in) {
     }
     if (!in.tagEnd(empty)) return decline();
 
-    bool valued = false, formulated = false;
-    std::string_view valueText, formulaText;
-    FormulaStart formula;
     while (!empty) {
         in.skipBlanks();
         if (in.endTag("c")) break;
         bool childEmpty = false;
         if (in.startTag("v")) {
-            if (std::exchange(valued, true) || !in.tagEnd(childEmpty)) return decline();
-            if (!childEmpty && !(in.text(valueText) && in.endTag("v"))) return decline();
+            if (std::exchange(out.valued, true) || !in.tagEnd(childEmpty)) return decline();
+            if (!childEmpty && !(in.text(out.value) && in.endTag("v"))) return decline();
         } else if (in.startTag("f")) {
-            if (std::exchange(formulated, true)) return decline();
+            if (std::exchange(out.formulated, true)) return decline();
+            FormulaStart& formula = out.formula;
             bool typedFormula = false, ranged = false;
             while (in.attribute(name, value)) {
                 bool seen;
@@ -85,26 +164,28 @@ bool WorksheetHandler::readCell(XmlElementCursor& in) {
                 if (seen) return decline();
             }
             if (!in.tagEnd(childEmpty)) return decline();
-            if (!childEmpty && !(in.text(formulaText) && in.endTag("f"))) return decline();
+            if (!childEmpty && !(in.text(out.formulaText) && in.endTag("f"))) return decline();
         } else {
             return decline();
         }
     }
+    return true;
+}
 
-    // As the events would: <c>, then <v> and <f> (their order does not
-    // matter: each fills its own buffer), then </c>.
-    openCell(cell);
-    if (valued) {
+// As the events would: <c>, then <v> and <f> (their order does not matter:
+// each fills its own buffer), then </c>.
+void WorksheetHandler::applyCell(const CellMarkup& markup) {
+    openCell(markup.cell);
+    if (markup.valued) {
         hasValue_ = true;
-        value_.append(valueText);
+        value_.append(markup.value);
     }
-    if (formulated) {
-        openFormula(formula);
-        formula_.append(formulaText);
+    if (markup.formulated) {
+        openFormula(markup.formula);
+        formula_.append(markup.formulaText);
         inFormula_ = false;
     }
     endCell();
-    return true;
 }
 
 } // namespace sumora::xlsx

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "formats/XlsxText.h"
+#include "formats/XmlElementCursor.h"
 #include "formats/XmlReader.h"
 #include "formats/XmlScanner.h"
 
@@ -27,6 +28,7 @@ class SharedStringsHandler : public XmlHandler {
             if (auto count = attributes.get("uniqueCount"))
                 if (auto n = parseInteger(*count); n && *n > 0)
                     out_.reserve(static_cast<size_t>(std::min<int64_t>(*n, 1 << 20)));
+            setReadsElements(true);
         }
     }
 
@@ -37,10 +39,9 @@ class SharedStringsHandler : public XmlHandler {
             if (phoneticDepth_ > 0) --phoneticDepth_;
         } else if (name == "si" && inItem_) {
             inItem_ = false;
-            if (out_.size() >= kMaxItems)
-                throw XmlError("XML sharedStrings: more than " + std::to_string(kMaxItems) + " items");
-            decodeOoxmlEscapes(current_);
-            out_.push_back(current_);
+            addItem();
+        } else if (name == "sst") {
+            setReadsElements(false);
         }
     }
 
@@ -49,7 +50,39 @@ class SharedStringsHandler : public XmlHandler {
         if (inText_) current_.append(text);
     }
 
+    // Runs of plain items, <si><t>text</t></si>, read without their events.
+    size_t readElements(const char* data, size_t size) override {
+        if (inItem_ || inText_ || phoneticDepth_ > 0) return 0;
+        XmlElementCursor in(data, size);
+        size_t done = 0;
+        for (;;) {
+            std::string_view text, name, value;
+            bool empty = false, textEmpty = false;
+            if (!in.startTag("si") || !in.tagEnd(empty)) break;
+            if (!empty) {
+                if (!in.startTag("t")) break;
+                // xml:space changes nothing here: the text is kept as written.
+                if (in.attribute(name, value) && name != "xml:space") break;
+                if (!in.tagEnd(textEmpty)) break;
+                if (!textEmpty && !(in.text(text) && in.endTag("t"))) break;
+                if (!in.endTag("si")) break;
+            }
+            current_.assign(text);
+            addItem();
+            done = in.consumed();
+            in.skipBlanks();
+        }
+        return done;
+    }
+
   private:
+    void addItem() {
+        if (out_.size() >= kMaxItems)
+            throw XmlError("XML sharedStrings: more than " + std::to_string(kMaxItems) + " items");
+        decodeOoxmlEscapes(current_);
+        out_.push_back(current_);
+    }
+
     // Far beyond what a real workbook holds (the format allows about as many
     // cells as a sheet has), but it keeps a shared-string bomb from taking
     // gigabytes of memory for empty items.

@@ -188,6 +188,15 @@ void WorksheetHandler::characters(std::string_view text) {
 // Rows and cells
 
 void WorksheetHandler::startRow(const XmlAttributes& a) {
+    RowStart start;
+    for (size_t i = 0; i < a.size(); ++i) {
+        std::string_view n = a.qualifiedName(i);
+        if (std::optional<std::string_view>* slot = start.slot(n)) *slot = a.value(i);
+    }
+    openRow(start);
+}
+
+void WorksheetHandler::openRow(const RowStart& start) {
     endRow();
     inRow_ = true;
     std::optional<int64_t> row;
@@ -195,30 +204,24 @@ void WorksheetHandler::startRow(const XmlAttributes& a) {
     bool customHeight = false, hidden = false, collapsed = false;
     int64_t level = 0;
     std::optional<std::string_view> outsideGrid; // a row number the grid cannot hold
-    for (size_t i = 0; i < a.size(); ++i) {
-        std::string_view n = a.qualifiedName(i);
-        if (n == "r") {
-            if (auto r = smallInteger(a.value(i)); r && *r >= 1 && *r <= kMaxRows)
-                row = *r - 1;
-            else
-                outsideGrid = a.value(i);
-        } else if (n == "spans") {
-            std::string_view spans = a.value(i);
-            size_t colon = spans.rfind(':');
-            if (auto last = smallInteger(spans.substr(colon == std::string_view::npos ? 0 : colon + 1)))
-                expectedWidth_ = std::clamp<int64_t>(*last, 1, kMaxReservedColumns);
-        } else if (n == "ht") {
-            height = parseDouble(a.value(i));
-        } else if (n == "customHeight") {
-            customHeight = parseBoolean(a.value(i)).value_or(false);
-        } else if (n == "hidden") {
-            hidden = parseBoolean(a.value(i)).value_or(false);
-        } else if (n == "outlineLevel") {
-            level = std::clamp<int64_t>(smallInteger(a.value(i)).value_or(0), 0, kMaxOutlineLevel);
-        } else if (n == "collapsed") {
-            collapsed = parseBoolean(a.value(i)).value_or(false);
-        }
+    if (start.r) {
+        if (auto r = smallInteger(*start.r); r && *r >= 1 && *r <= kMaxRows)
+            row = *r - 1;
+        else
+            outsideGrid = *start.r;
     }
+    if (start.spans) {
+        std::string_view spans = *start.spans;
+        size_t colon = spans.rfind(':');
+        if (auto last = smallInteger(spans.substr(colon == std::string_view::npos ? 0 : colon + 1)))
+            expectedWidth_ = std::clamp<int64_t>(*last, 1, kMaxReservedColumns);
+    }
+    if (start.ht) height = parseDouble(*start.ht);
+    if (start.customHeight) customHeight = parseBoolean(*start.customHeight).value_or(false);
+    if (start.hidden) hidden = parseBoolean(*start.hidden).value_or(false);
+    if (start.outlineLevel)
+        level = std::clamp<int64_t>(smallInteger(*start.outlineLevel).value_or(0), 0, kMaxOutlineLevel);
+    if (start.collapsed) collapsed = parseBoolean(*start.collapsed).value_or(false);
     // A half that starts mid-sheet cannot count rows that carry no number.
     if (!row && role_ == Role::continuation) throw SplitMismatch();
     currentRow_ = row.value_or(nextRow_);

@@ -95,6 +95,12 @@ class WorksheetHandler : public XmlHandler {
     };
     enum class FormulaKind : uint8_t { normal, shared, array, dataTable };
 
+    // What a row's start tag says, by the attributes read.
+    struct RowStart {
+        std::optional<std::string_view> r, spans, ht, customHeight, hidden, outlineLevel, collapsed;
+        // Where the attribute `name` goes; nullptr for those left unread.
+        std::optional<std::string_view>* slot(std::string_view name);
+    };
     // What a cell's start tag says; an attribute left out reads as empty.
     struct CellStart {
         std::string_view reference, type, style;
@@ -109,12 +115,22 @@ class WorksheetHandler : public XmlHandler {
     static std::optional<Area> parseArea(std::string_view ref);
 
     void startRow(const XmlAttributes& a);
+    void openRow(const RowStart& start);
     void endRow();
     void startCell(const XmlAttributes& a);
     void openCell(const CellStart& start);
     void startFormula(const XmlAttributes& a);
     void openFormula(const FormulaStart& start);
-    bool readCell(XmlElementCursor& in);
+    // A plain cell or row as read from the markup (XlsxCellRuns.cpp).
+    struct CellMarkup {
+        CellStart cell;
+        FormulaStart formula;
+        std::string_view value, formulaText;
+        bool valued = false, formulated = false;
+    };
+    static bool parseCell(XmlElementCursor& in, CellMarkup& out);
+    void applyCell(const CellMarkup& markup);
+    bool readRow(XmlElementCursor& in);
     void endCell();
     std::string_view resolvedText();
     std::string_view shiftedFrom1904(std::string_view text);
@@ -184,6 +200,7 @@ class WorksheetHandler : public XmlHandler {
     ValidationMarkup validations_;
     ConditionalFormatReader conditionalFormats_;
     bool inSheetProperties_ = false, inFirstView_ = false, sawView_ = false;
+    std::vector<CellMarkup> rowCells_; // a row's cells, parsed before any is applied
 };
 
 } // namespace sumora::xlsx

@@ -307,6 +307,12 @@ TEST(XlsxScanned, CellsReadFromTheMarkupReadAsTheirEvents) {
         R"(<c><v>1</v></c><row><c><v>2</v></c><c r="C1"><v>3</v></c><c><v>4</v></c><c r="B1"><v>0</v></c></row>)"
         R"(<row r="5"><c r="XFD5"><v>5</v></c><c r="XFE5"><v>6</v></c><c r="b5"><v>7</v></c>)"
         R"(<c r="A0"><v>8</v></c><c r=""><v>9</v></c><c r="C1048577"><v>9</v></c></row>)",
+        // Rows: their properties, none, beyond the grid, empty, and one with a cell left to the events.
+        R"(<row r="1" spans="1:3" ht="30" customHeight="1" x14ac:dyDescent="0.25"><c r="A1"><v>1</v></c></row>)"
+        R"(<row r="2" hidden="1" outlineLevel="2" collapsed="true" s="1" customFormat="1"/><row><c><v>2</v></c></row>)"
+        "<row r=\"1048577\" hidden=\"1\"><c><v>3</v></c></row>\n<row r=\"6\" spans=\"2:9\">\n<c "
+        "r=\"B6\"><v>4</v></c>"
+        "<c r=\"C6\" t=\"inlineStr\"><is><t>x</t></is></c><c r=\"D6\"><v>5</v></c></row><row r=\"x\"></row>",
         // Styles and empty cells.
         R"(<row r="1"><c r="A1" s="3"/><c r="B1" s=""/><c r="C1" s="x"><v>1</v></c><c s="2" r="D1" t="s"></c></row>)",
         // Blanks between the parts, and forms left to the events.
@@ -323,6 +329,37 @@ TEST(XlsxScanned, CellsReadFromTheMarkupReadAsTheirEvents) {
         Sheet scanned = readPart(xml, UINT64_MAX, nullptr, true);
         scanned.id = expat.id;
         EXPECT_TRUE(scanned == expat);
+    }
+}
+
+// Plain shared strings are read straight from the markup, the rest through
+// the events; the items come out as expat's events give them.
+TEST(XlsxScanned, SharedStringsReadFromTheMarkupReadAsTheirEvents) {
+    const std::string head = "<sst xmlns=\"" + std::string(kMain) + "\" uniqueCount=\"3\">";
+    const std::vector<std::string> items = {
+        "<si><t>plain</t></si><si/><si><t/></si><si><t></t></si>\n <si><t xml:space=\"preserve\"> x "
+        "</t></si>",
+        "<si><t>a_x000D_b</t></si><si><t>a &amp; b</t></si><si><r><t>ri</t></r><r><t>ch</t></r></si>"
+        "<si><t>ph</t><rPh sb=\"0\" eb=\"1\"><t>x</t></rPh></si><si><t>\xC3\xA9</t></si>"
+        "<si><t xml:space=\"preserve\" a=\"1\">y</t></si><si> <t>z</t> </si><si><t>last</t></si>",
+    };
+    for (const std::string& body : items) {
+        SCOPED_TRACE(body);
+        ZipWriter zip;
+        zip.add("sst.xml", head + body + "</sst>");
+        std::string bytes = zip.finish();
+        ZipReader archive(bytes);
+        std::vector<std::vector<std::string>> read;
+        for (bool scanned : {false, true}) {
+            setXmlScannerEnabled(scanned);
+            xlsx::SharedStringTable table = xlsx::readSharedStrings(archive, "sst.xml");
+            setXmlScannerEnabled(true);
+            read.emplace_back();
+            for (size_t i = 0; i < table.size(); ++i)
+                read.back().emplace_back(table[i]);
+        }
+        EXPECT_EQ(read[1], read[0]);
+        EXPECT_GE(read[0].size(), 5u);
     }
 }
 
