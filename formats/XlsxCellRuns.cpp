@@ -90,17 +90,22 @@ bool WorksheetHandler::readRow(XmlElementCursor& in) {
         if (std::optional<std::string_view>* slot = row.slot(name)) *slot = value;
     }
     if (!in.tagEnd(empty)) return decline();
-    rowCells_.clear();
+    // The buffers are reused row after row: each is reset as it is parsed.
+    std::size_t cells = 0;
     if (!empty) {
         for (;;) {
             in.skipBlanks();
-            if (in.endTag("row")) break;
-            if (!parseCell(in, rowCells_.emplace_back())) return decline();
+            if (in.tagKind() == '/') {
+                if (!in.endTag("row")) return decline();
+                break;
+            }
+            if (cells == rowCells_.size()) rowCells_.emplace_back();
+            if (!parseCell(in, rowCells_[cells++])) return decline();
         }
     }
     openRow(row);
-    for (const CellMarkup& cell : rowCells_)
-        applyCell(cell);
+    for (std::size_t i = 0; i < cells; ++i)
+        applyCell(rowCells_[i]);
     endRow();
     inRow_ = false;
     return true;
@@ -138,12 +143,16 @@ bool WorksheetHandler::parseCell(XmlElementCursor& in, CellMarkup& out) {
 
     while (!empty) {
         in.skipBlanks();
-        if (in.endTag("c")) break;
+        const char kind = in.tagKind();
+        if (kind == '/') {
+            if (!in.endTag("c")) return decline();
+            break;
+        }
         bool childEmpty = false;
-        if (in.startTag("v")) {
+        if (kind == 'v' && in.startTag("v")) {
             if (std::exchange(out.valued, true) || !in.tagEnd(childEmpty)) return decline();
             if (!childEmpty && !(in.text(out.value) && in.endTag("v"))) return decline();
-        } else if (in.startTag("f")) {
+        } else if (kind == 'f' && in.startTag("f")) {
             if (std::exchange(out.formulated, true)) return decline();
             FormulaStart& formula = out.formula;
             bool typedFormula = false, ranged = false;

@@ -280,9 +280,20 @@ void WorksheetHandler::openCell(const CellStart& start) {
         // read that follows it on every cell.
         int64_t col = 0;
         std::string_view reference = start.reference;
-        if (size_t letters = referenceColumn(reference, col))
-            if (int64_t row = referenceRow(reference.substr(letters)); row >= 0)
-                position_ = CellPosition{col, row};
+        if (size_t letters = referenceColumn(reference, col)) {
+            // A row's cells repeat its number: compared, it need not be read again.
+            std::string_view digits = reference.substr(letters);
+            int64_t row = lastRowNumber_;
+            if (digits != std::string_view(lastRowDigits_.data(), lastRowDigitsSize_)) {
+                row = referenceRow(digits);
+                if (row >= 0) {
+                    std::copy(digits.begin(), digits.end(), lastRowDigits_.begin());
+                    lastRowDigitsSize_ = digits.size();
+                    lastRowNumber_ = row;
+                }
+            }
+            if (row >= 0) position_ = CellPosition{col, row};
+        }
     }
     if (!start.positioned && role_ == Role::continuation && currentRow_ < 0) throw SplitMismatch();
     unaddressable_ = start.positioned && !position_;

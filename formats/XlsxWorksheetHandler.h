@@ -3,6 +3,7 @@
 // whole for most parts; a big part is read in two halves at once, each by
 // its own handler, and the second half's handler is then absorbed into the
 // first (see readWorksheet).
+#include <array>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -201,6 +202,10 @@ class WorksheetHandler : public XmlHandler {
     ConditionalFormatReader conditionalFormats_;
     bool inSheetProperties_ = false, inFirstView_ = false, sawView_ = false;
     std::vector<CellMarkup> rowCells_; // a row's cells, parsed before any is applied
+    // The digits of the last cell reference read, and the row they name.
+    std::array<char, 8> lastRowDigits_{};
+    size_t lastRowDigitsSize_ = 0;
+    int64_t lastRowNumber_ = -1;
 };
 
 } // namespace sumora::xlsx

@@ -6,11 +6,12 @@
 namespace sumora::xml {
 
 enum : unsigned char {
-    kNameStart = 1,  // a-z A-Z _
-    kNameChar = 2,   // a name start, 0-9 - . :
-    kSpace = 4,      // blank, tab, line feed and carriage return
-    kPlainText = 8,  // text that reads as itself: no reference, markup, control or non-ASCII byte
-    kPlainValue = 16 // the same inside an attribute value, quotes excluded
+    kNameStart = 1,   // a-z A-Z _
+    kNameChar = 2,    // a name start, 0-9 - . :
+    kSpace = 4,       // blank, tab, line feed and carriage return
+    kPlainText = 8,   // text that reads as itself: no reference, markup, control or non-ASCII byte
+    kPlainValue = 16, // the same inside an attribute value, quotes excluded
+    kBlank = 32       // a blank that reads as itself: space, tab, line feed
 };
 
 inline constexpr std::array<unsigned char, 256> kByteClasses = [] {
@@ -22,9 +23,10 @@ inline constexpr std::array<unsigned char, 256> kByteClasses = [] {
         bool plainText =
             (c >= 0x20 && c < 0x80 && c != '&' && c != '<' && c != ']') || c == '\t' || c == '\n';
         bool plainValue = c >= 0x20 && c < 0x80 && c != '&' && c != '<' && c != '"' && c != '\'';
-        classes[c] = static_cast<unsigned char>((letter ? kNameStart : 0) | (nameChar ? kNameChar : 0) |
-                                                (space ? kSpace : 0) | (plainText ? kPlainText : 0) |
-                                                (plainValue ? kPlainValue : 0));
+        classes[c] =
+            static_cast<unsigned char>((letter ? kNameStart : 0) | (nameChar ? kNameChar : 0) |
+                                       (space ? kSpace : 0) | (plainText ? kPlainText : 0) |
+                                       (plainValue ? kPlainValue : 0) | (space && c != '\r' ? kBlank : 0));
     }
     return classes;
 }();

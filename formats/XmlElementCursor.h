@@ -25,10 +25,10 @@ class XmlElementCursor {
     char peek() const { return *p_; }
 
     // Spaces, tabs and line feeds.
-    void skipBlanks() {
-        while (p_ < end_ && (*p_ == ' ' || *p_ == '\n' || *p_ == '\t'))
-            ++p_;
-    }
+    void skipBlanks() { p_ = blanksFrom(p_); }
+
+    // The byte after the "<" at the position ("/" for an end tag), or 0.
+    char tagKind() const { return end_ - p_ >= 2 && p_[0] == '<' ? p_[1] : 0; }
 
     // "<name", followed by a blank, ">" or "/".
     bool startTag(std::string_view name) {
@@ -46,11 +46,8 @@ class XmlElementCursor {
     // a name, "=", and a value in double or single quotes (no blanks around
     // "="). Telling duplicates apart is the caller's part.
     bool attribute(std::string_view& name, std::string_view& value) {
-        const char* p = p_;
-        if (p >= end_ || (*p != ' ' && *p != '\n' && *p != '\t')) return false;
-        do
-            ++p;
-        while (p < end_ && (*p == ' ' || *p == '\n' || *p == '\t'));
+        if (p_ >= end_ || !xml::hasClass(*p_, xml::kBlank)) return false;
+        const char* p = blanksFrom(p_ + 1);
         if (p >= end_ || !xml::hasClass(*p, xml::kNameStart)) return false;
         const char* nameBegin = p;
         while (p < end_ && xml::hasClass(*p, xml::kNameChar))
@@ -72,9 +69,7 @@ class XmlElementCursor {
     // The end of a start tag, after optional blanks: ">" or "/>" (then
     // `empty` is set).
     bool tagEnd(bool& empty) {
-        const char* p = p_;
-        while (p < end_ && (*p == ' ' || *p == '\n' || *p == '\t'))
-            ++p;
+        const char* p = blanksFrom(p_);
         if (p < end_ && *p == '>') {
             empty = false;
             p_ = p + 1;
@@ -114,6 +109,12 @@ class XmlElementCursor {
     void rewind(std::size_t offset) { p_ = begin_ + offset; }
 
   private:
+    const char* blanksFrom(const char* p) const {
+        while (p < end_ && xml::hasClass(*p, xml::kBlank))
+            ++p;
+        return p;
+    }
+
     const char* begin_;
     const char* p_;
     const char* end_;
