@@ -167,8 +167,9 @@ def main():
     write(out, "plain-cells.xlsx", package(
         [("Plain", worksheet(plain + '<row r="9">\n <c r="A9"><f t="array" ref="A9:B9">C1:D1</f><v>1</v></c> '
                              '<c r="B9"><v>2</v><v>3</v></c><c r="C9" t="b"/><c><v>4</v></c></row>'), ""),
-         ("Cut", DECL + worksheet(plain)[:-60], "")],
+         ("Strings", worksheet('<row r="1"><c r="A1" t="s"><v>2</v></c></row>'), "")],
         {"xl/sharedStrings.xml": sst, "xl/styles.xml": styles}))
+    write(out, "plain-cells-cut.xlsx", package([("Cut", DECL + worksheet(plain)[:-60], "")]))
 
     write(out, "doubled-declaration.xlsx", package(
         [("Sheet1", DECL + "\n" + DECL + worksheet('<row r="1"><c r="A1"><v>5</v></c></row>'), "")]))
