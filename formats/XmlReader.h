@@ -76,9 +76,31 @@ class XmlHandler {
     void stopParsing() { stopRequested_ = true; }
     bool stopRequested() const { return stopRequested_; }
 
+    // Runs of elements read by the handler itself, where the usual events
+    // would cost more than the markup. While readsElements() is set, the
+    // scanner (never XmlReader) calls readElements() at each start tag in
+    // content, after delivering the text before it, with its unread bytes
+    // from that "<" on. The handler returns how many it consumed: zero or more
+    // whole elements, and the blanks between them if it wants, whose effects
+    // it has applied exactly as their events would have. It stops before
+    // anything it does not read exactly (see XmlElementCursor) or that the
+    // bytes cut off; the scanner reads the rest as usual.
+    bool readsElements() const { return readsElements_; }
+    virtual std::size_t readElements(const char* data, std::size_t size) {
+        (void)data;
+        (void)size;
+        return 0;
+    }
+
+  protected:
+    // A plain flag rather than a virtual call per tag: set while the handler
+    // stands where it reads elements itself.
+    void setReadsElements(bool on) { readsElements_ = on; }
+
   private:
     friend class XmlReader;
     bool stopRequested_ = false;
+    bool readsElements_ = false;
 };
 
 // Wraps one expat parser. External entities are never loaded, and entity

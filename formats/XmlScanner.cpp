@@ -1,5 +1,6 @@
 #include "formats/XmlScanner.h"
 
+#include "formats/XmlBytes.h"
 #include "formats/ZipArchive.h"
 
 #include <array>
@@ -18,30 +19,7 @@ constexpr std::size_t kMaxPending = std::size_t{1} << 20;
 
 using Unsupported = XmlScanner::Unsupported;
 
-// Byte classes, looked up once per byte on the hot loops.
-enum : unsigned char {
-    kNameStart = 1,  // a-z A-Z _
-    kNameChar = 2,   // a name start, 0-9 - . :
-    kSpace = 4,      // blank, tab, line feed and carriage return
-    kPlainText = 8,  // text that reads as itself: no reference, markup, control or non-ASCII byte
-    kPlainValue = 16 // the same inside an attribute value, quotes excluded
-};
-
-constexpr std::array<unsigned char, 256> kByteClasses = [] {
-    std::array<unsigned char, 256> classes{};
-    for (int c = 0; c < 256; ++c) {
-        bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
-        bool nameChar = letter || (c >= '0' && c <= '9') || c == '-' || c == '.' || c == ':';
-        bool space = c == ' ' || c == '\t' || c == '\n' || c == '\r';
-        bool plainText =
-            (c >= 0x20 && c < 0x80 && c != '&' && c != '<' && c != ']') || c == '\t' || c == '\n';
-        bool plainValue = c >= 0x20 && c < 0x80 && c != '&' && c != '<' && c != '"' && c != '\'';
-        classes[c] = static_cast<unsigned char>((letter ? kNameStart : 0) | (nameChar ? kNameChar : 0) |
-                                                (space ? kSpace : 0) | (plainText ? kPlainText : 0) |
-                                                (plainValue ? kPlainValue : 0));
-    }
-    return classes;
-}();
+using namespace xml;
 
 bool hasClass(unsigned char c, unsigned char bits) {
     return kByteClasses[c] & bits;
@@ -322,6 +300,17 @@ std::size_t XmlScanner::scan(bool final) {
         if (size - lt < 2) break;
         char kind = buffer[lt + 1];
         if (kind == '?' || kind == '!') throw Unsupported{};
+        if (kind != '/' && handler_.readsElements()) {
+            // The text goes first, and counts as read even when the tag after
+            // it waits for more input.
+            pos = lt;
+            if (!deliverText()) break;
+            if (std::size_t used = handler_.readElements(data + lt, size - lt)) {
+                pos = lt + used;
+                continue;
+            }
+            if (stopped()) break;
+        }
         std::size_t tagBytes = kind == '/' ? endTag(lt) : startTag(lt);
         if (!tagBytes) break;
         pos = lt + tagBytes;

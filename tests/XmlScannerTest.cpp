@@ -1,5 +1,7 @@
 #include "formats/XmlScanner.h"
 
+#include "formats/XmlElementCursor.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -35,10 +37,62 @@ std::optional<std::string> expatEvents(std::string_view document) {
     return t.events;
 }
 
+// Inside <row>, reads <c> elements itself (attributes, and either no
+// content, plain text, or one <v> with plain text) and writes the transcript
+// their events would have written.
+class RunReader : public Transcript {
+  public:
+    size_t elementsRead = 0;
+    void startElement(std::string_view name, const XmlAttributes& attributes) override {
+        Transcript::startElement(name, attributes);
+        if (name == "row") setReadsElements(true);
+    }
+    void endElement(std::string_view name) override {
+        Transcript::endElement(name);
+        if (name == "row") setReadsElements(false);
+    }
+    size_t readElements(const char* data, size_t size) override {
+        XmlElementCursor in(data, size);
+        size_t done = 0;
+        for (;;) {
+            std::string lines = "<c";
+            std::vector<std::string_view> names;
+            std::string_view name, value, text;
+            bool empty = false;
+            if (!in.startTag("c")) break;
+            while (in.attribute(name, value)) {
+                for (std::string_view other : names)
+                    if (other == name) return done;
+                names.push_back(name);
+                lines += " " + std::string(name) + "=[" + std::string(value) + "]";
+            }
+            if (!in.tagEnd(empty)) break;
+            lines += "\n";
+            if (!empty) {
+                if (in.startTag("v")) {
+                    if (!in.tagEnd(empty) || empty || !in.text(text) || !in.endTag("v")) break;
+                    lines += "<v\n";
+                    if (!text.empty()) lines += "'" + std::string(text) + "'\n";
+                    lines += ">v\n";
+                } else {
+                    if (!in.text(text)) break;
+                    if (!text.empty()) lines += "'" + std::string(text) + "'\n";
+                }
+                if (!in.endTag("c")) break;
+            }
+            events += lines + ">c\n";
+            ++elementsRead;
+            done = in.consumed();
+        }
+        return done;
+    }
+};
+
 // The scanner's transcript when fed in pieces of `piece` bytes (copied, or
 // lent to be read in place), or nothing when it refuses.
+template <class Handler = Transcript>
 std::optional<std::string> scannerEvents(std::string_view document, size_t piece, bool inPlace = false) {
-    Transcript t;
+    Handler t;
     XmlScanner scanner(t);
     try {
         for (size_t at = 0; at < document.size(); at += piece) {
@@ -160,4 +214,49 @@ TEST(XmlScanner, StopsWhenTheHandlerStops) {
     EXPECT_FALSE(scanner.feed("<a>x<b/>y<c/> not well-formed <"));
     scanner.finish();
     EXPECT_EQ(handler.events, "<a\n'x'\n<b\n");
+}
+
+// A handler reading runs of elements itself sees the document as the events
+// show it, wherever the input is cut, and cannot make the scanner accept
+// what expat rejects.
+TEST(XmlScanner, HandlersReadRunsOfElementsAsTheirEventsRead) {
+    const std::vector<std::string> read = {
+        "<s><row><c r=\"A1\" t='s'><v>12</v></c><c/><c r=\"B1\">x y</c><c\n r=\"C1\" "
+        "/>\n<c><v></v></c></row></s>",
+        // Declined midway (a reference, a prefixed element, a tab to normalise
+        // in a value), with text around the runs.
+        "<s><row>t<c><v>1&amp;2</v></c><c a=\"1\"><v>3</v></c> <x:c/><c b=\"\t\"/><c></c></row>u</s>",
+        longDocument(),
+    };
+    for (const std::string& document : read) {
+        SCOPED_TRACE(document.substr(0, 120));
+        std::optional<std::string> expected = expatEvents(document);
+        ASSERT_TRUE(expected);
+        for (bool inPlace : {false, true})
+            for (size_t piece : {1, 2, 3, 7, 64, 700, 1300, 100000})
+                EXPECT_EQ(scannerEvents<RunReader>(document, piece, inPlace), expected)
+                    << "in pieces of " << piece << (inPlace ? ", in place" : "");
+    }
+    RunReader counter;
+    XmlScanner scanner(counter);
+    scanner.feed(read[0]);
+    scanner.finish();
+    EXPECT_EQ(counter.elementsRead, 5u);
+
+    const std::vector<std::string> rejected = {
+        "<s><row><c a=\"1\" a=\"2\"/></row></s>",
+        "<s><row><c a=\"1\"b=\"2\"/></row></s>",
+        "<s><row><c><v>1</w></c></row></s>",
+        "<s><row><c>]]></c></row></s>",
+        "<s><row><c a=\"<\"/></row></s>",
+        "<s><row><c/></row>",
+        "<s><row><c><v>1</v></c></s>",
+        std::string("<s><row><c>\x01</c></row></s>"),
+    };
+    for (const std::string& document : rejected) {
+        SCOPED_TRACE(document);
+        EXPECT_FALSE(expatEvents(document));
+        for (size_t piece : {1, 5, 100})
+            EXPECT_FALSE(scannerEvents<RunReader>(document, piece, true));
+    }
 }
