@@ -13,6 +13,7 @@
 #include "document/ColumnLetters.h"
 #include "formats/OdsFormulaTranslation.h"
 #include "formats/OdsHyperlinks.h"
+#include "formats/OdsPlainCell.h"
 #include "formats/ReaderLimits.h"
 #include "values/Log.h"
 
@@ -43,6 +44,8 @@ constexpr int64_t kMaxSpaceRun = 4096;
 // about 1.6 GB, far past any real spreadsheet, and a bound on what a hostile
 // file can make this process allocate.
 constexpr int64_t kMaxCellSlots = int64_t{1} << 25;
+
+std::atomic<bool> plainCellsEnabled{true};
 
 std::optional<int64_t> integerAttribute(std::optional<std::string_view> text) {
     if (!text) return std::nullopt;
@@ -121,8 +124,7 @@ void OdsContentHandler::startElement(std::string_view name, const XmlAttributes&
             return;
         }
         if (paragraph) {
-            if (paragraphs_++ > 0) appendText(currentText, 1, '\n');
-            inTextP = true;
+            startParagraph();
         } else if (inTextP) {
             startParagraphPiece(name, a);
         }
@@ -162,12 +164,18 @@ void OdsContentHandler::endElement(std::string_view name) {
     if (name == "table-row") {
         if (!inTableRow) return;
         inTableRow = false;
+        setReadsElements(false);
         nextRow_ = std::min(nextRow_ + rowRepeatCount, kMaxRows + 1);
     } else if (name == "table-row-group" || name == "table-column-group") {
         endGroup(name);
     } else if (name == "table" && inTable) {
         endTable();
     }
+}
+
+void OdsContentHandler::startParagraph() {
+    if (paragraphs_++ > 0) appendText(currentText, 1, '\n');
+    inTextP = true;
 }
 
 void OdsContentHandler::characters(std::string_view text) {
@@ -313,6 +321,7 @@ const CellFormat* OdsContentHandler::columnDefaultFormat(int64_t col) const {
 void OdsContentHandler::startRow(const XmlAttributes& a) {
     if (!inTable) return;
     inTableRow = true;
+    setReadsElements(plainCellsEnabled.load(std::memory_order_relaxed));
     rowRepeatCount = countAttribute(attr(a, "table:number-rows-repeated"), kMaxRows);
     currentRow_ = nextRow_;
     rowCopies_ = std::max<int64_t>(0, std::min(rowRepeatCount, kMaxRows - currentRow_));
@@ -442,6 +451,30 @@ void OdsContentHandler::startCell(const XmlAttributes& a) {
     if (hasFormula) currentCell.setFormula(formulaFromOpenFormula(stripFormulaPrefix(formula)));
     const CellFormat* format = explicitStyle_ ? styleFormat(styleName) : columnDefaultFormat(nextCol_);
     if (format) currentCell.setFormatHandle(format);
+}
+
+void setPlainCellsEnabled(bool enabled) {
+    plainCellsEnabled = enabled;
+}
+
+// The cells of a row, read without their events where they have the plain
+// shape; each goes through the same steps its events would take.
+std::size_t OdsContentHandler::readElements(const char* data, std::size_t size) {
+    if (!inTableRow || inTableCell || nestedTables_ > 0 || styles_.inStyle() || conditionalFormats_.inBlock())
+        return 0;
+    std::size_t used = 0;
+    PlainCell cell;
+    while (std::size_t length = readPlainCell(data + used, size - used, cell)) {
+        startCell(XmlAttributes(cell.pairs.data(), cell.attributeCount, cell.lengths.data()));
+        for (std::size_t k = 0; k < cell.paragraphCount; ++k) {
+            startParagraph();
+            if (!cell.paragraphs[k].empty()) characters(cell.paragraphs[k]);
+            inTextP = false;
+        }
+        endCell();
+        used += length;
+    }
+    return used;
 }
 
 void OdsContentHandler::endCell() {

@@ -18,6 +18,10 @@
 
 namespace sumora::ods {
 
+// Whether handlers read plain cells without their XML events (on by
+// default); tests switch it off to compare the two ways.
+void setPlainCellsEnabled(bool enabled);
+
 class OdsContentHandler : public XmlHandler {
   public:
     enum class Role {
@@ -34,6 +38,9 @@ class OdsContentHandler : public XmlHandler {
     void startElement(std::string_view name, const XmlAttributes& a) override;
     void endElement(std::string_view name) override;
     void characters(std::string_view text) override;
+
+    // Reads the cells of the plain shape (OdsPlainCell.h) inside a row.
+    std::size_t readElements(const char* data, std::size_t size) override;
 
     // Inside a table and between two rows: where a split may resume.
     bool betweenRows() const {
@@ -100,6 +107,7 @@ class OdsContentHandler : public XmlHandler {
     void endGroup(std::string_view name);
     void applyRowRuns(int64_t rows);
     void endCell();
+    void startParagraph();
     void startParagraphPiece(std::string_view name, const XmlAttributes& a);
     void placeCell(int64_t columns);
     void noteUnstyled(int64_t columns);
