@@ -13,7 +13,6 @@
 #include "document/ColumnLetters.h"
 #include "formats/OdsFormulaTranslation.h"
 #include "formats/OdsHyperlinks.h"
-#include "formats/OdsPlainCell.h"
 #include "formats/ReaderLimits.h"
 #include "values/Log.h"
 
@@ -381,7 +380,46 @@ const CellFormat* OdsContentHandler::styleFormat(std::string_view name) {
     return lastStyleFormat_;
 }
 
+void CellTag::add(std::string_view localName, std::string_view v) {
+    if (localName == "value-type") {
+        if (!hasValueType) valueType = v; // office: comes before a producer's own copy
+        hasValueType = true;
+    } else if (localName == "value") {
+        value = v;
+        hasValue = true;
+    } else if (localName == "style-name") {
+        styleName = v;
+        hasStyle = true;
+    } else if (localName == "formula") {
+        formula = v;
+        hasFormula = true;
+    } else if (localName == "number-columns-repeated") {
+        repeat = countAttribute(v, kMaxColumns);
+    } else if (localName == "date-value") {
+        dateValue = v;
+    } else if (localName == "boolean-value") {
+        booleanValue = v;
+    } else if (localName == "string-value") {
+        stringValue = v;
+    } else if (localName == "number-columns-spanned") {
+        spannedColumns = countAttribute(v, kMaxColumns);
+    } else if (localName == "number-rows-spanned") {
+        spannedRows = countAttribute(v, kMaxRows);
+    } else if (localName == "number-matrix-columns-spanned") {
+        matrixColumns = countAttribute(v, kMaxColumns);
+    } else if (localName == "number-matrix-rows-spanned") {
+        matrixRows = countAttribute(v, kMaxRows);
+    }
+}
+
 void OdsContentHandler::startCell(const XmlAttributes& a) {
+    CellTag tag;
+    for (size_t i = 0; i < a.size(); ++i)
+        tag.add(xmlLocalName(a.qualifiedName(i)), a.value(i));
+    startCell(tag);
+}
+
+void OdsContentHandler::startCell(const CellTag& tag) {
     if (!inTableRow) return;
     inTableCell = true;
     currentCell = Cell();
@@ -391,50 +429,18 @@ void OdsContentHandler::startCell(const XmlAttributes& a) {
     inTextP = inAnnotation_ = inAnnotationP_ = false;
     annotationText_.clear();
     currentLink_.reset();
-    repeatCount = 1;
-    spannedColumns_ = spannedRows_ = 1;
-    matrixColumns_ = matrixRows_ = 1;
+    repeatCount = tag.repeat;
+    spannedColumns_ = tag.spannedColumns;
+    spannedRows_ = tag.spannedRows;
+    matrixColumns_ = tag.matrixColumns;
+    matrixRows_ = tag.matrixRows;
     valueSource_ = ValueSource::text;
+    explicitStyle_ = tag.hasStyle;
 
-    // One pass over the attributes: this is the hot path of a big file.
-    std::string_view valueType, value, formula, styleName;
-    bool hasValueType = false, hasValue = false, hasFormula = false;
-    std::optional<std::string_view> dateValue, booleanValue, stringValue;
-    explicitStyle_ = false;
-    for (size_t i = 0; i < a.size(); ++i) {
-        std::string_view local = xmlLocalName(a.qualifiedName(i));
-        std::string_view v = a.value(i);
-        if (local == "value-type") {
-            if (!hasValueType) valueType = v; // office: comes before a producer's own copy
-            hasValueType = true;
-        } else if (local == "value") {
-            value = v;
-            hasValue = true;
-        } else if (local == "style-name") {
-            styleName = v;
-            explicitStyle_ = true;
-        } else if (local == "formula") {
-            formula = v;
-            hasFormula = true;
-        } else if (local == "number-columns-repeated") {
-            repeatCount = countAttribute(v, kMaxColumns);
-        } else if (local == "date-value") {
-            dateValue = v;
-        } else if (local == "boolean-value") {
-            booleanValue = v;
-        } else if (local == "string-value") {
-            stringValue = v;
-        } else if (local == "number-columns-spanned") {
-            spannedColumns_ = countAttribute(v, kMaxColumns);
-        } else if (local == "number-rows-spanned") {
-            spannedRows_ = countAttribute(v, kMaxRows);
-        } else if (local == "number-matrix-columns-spanned") {
-            matrixColumns_ = countAttribute(v, kMaxColumns);
-        } else if (local == "number-matrix-rows-spanned") {
-            matrixRows_ = countAttribute(v, kMaxRows);
-        }
-    }
-
+    const std::string_view valueType = tag.valueType, value = tag.value;
+    const bool hasValue = tag.hasValue;
+    const std::optional<std::string_view>&dateValue = tag.dateValue, &booleanValue = tag.booleanValue,
+          &stringValue = tag.stringValue;
     if ((valueType == "float" || valueType == "currency" || valueType == "percentage") && hasValue) {
         currentCell.setValue(value);
         valueSource_ = valueType == "percentage" ? ValueSource::percentage : ValueSource::attribute;
@@ -448,8 +454,8 @@ void OdsContentHandler::startCell(const XmlAttributes& a) {
         currentCell.setValue(*stringValue);
         valueSource_ = ValueSource::attribute;
     }
-    if (hasFormula) currentCell.setFormula(formulaFromOpenFormula(stripFormulaPrefix(formula)));
-    const CellFormat* format = explicitStyle_ ? styleFormat(styleName) : columnDefaultFormat(nextCol_);
+    if (tag.hasFormula) currentCell.setFormula(formulaFromOpenFormula(stripFormulaPrefix(tag.formula)));
+    const CellFormat* format = explicitStyle_ ? styleFormat(tag.styleName) : columnDefaultFormat(nextCol_);
     if (format) currentCell.setFormatHandle(format);
 }
 
@@ -465,7 +471,7 @@ std::size_t OdsContentHandler::readElements(const char* data, std::size_t size) 
     std::size_t used = 0;
     PlainCell cell;
     while (std::size_t length = readPlainCell(data + used, size - used, cell)) {
-        startCell(XmlAttributes(cell.pairs.data(), cell.attributeCount, cell.lengths.data()));
+        startCell(cell.tag);
         for (std::size_t k = 0; k < cell.paragraphCount; ++k) {
             startParagraph();
             if (!cell.paragraphs[k].empty()) characters(cell.paragraphs[k]);

@@ -12,6 +12,7 @@
 
 #include "document/SumoraDocument.h"
 #include "formats/OdsConditionalFormats.h"
+#include "formats/OdsPlainCell.h"
 #include "formats/OdsStyles.h"
 #include "formats/OutlineLevels.h"
 #include "formats/XmlReader.h"
@@ -103,6 +104,7 @@ class OdsContentHandler : public XmlHandler {
     void startColumn(const XmlAttributes& a);
     void startRow(const XmlAttributes& a);
     void startCell(const XmlAttributes& a);
+    void startCell(const CellTag& tag);
     void startGroup(std::string_view name, const XmlAttributes& a);
     void endGroup(std::string_view name);
     void applyRowRuns(int64_t rows);

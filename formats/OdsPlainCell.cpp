@@ -1,54 +1,167 @@
 #include "formats/OdsPlainCell.h"
 
-#include "formats/XmlElementCursor.h"
+#include <cstring>
+
+#include "formats/XmlBytes.h"
 
 namespace sumora::ods {
 
 namespace {
 
-constexpr std::string_view kCell = "table:table-cell";
-constexpr std::string_view kCoveredCell = "table:covered-table-cell";
+// The attributes producers write on cells, most frequent first, each with
+// its "=" and the local name the generic reading finds in it.
+struct KnownName {
+    std::string_view written, local;
+};
+constexpr KnownName kKnownNames[] = {
+    {"office:value-type=", "value-type"},
+    {"office:value=", "value"},
+    {"calcext:value-type=", "value-type"},
+    {"table:style-name=", "style-name"},
+    {"table:number-columns-repeated=", "number-columns-repeated"},
+    {"table:formula=", "formula"},
+    {"office:date-value=", "date-value"},
+    {"office:time-value=", "time-value"},
+    {"office:boolean-value=", "boolean-value"},
+    {"office:string-value=", "string-value"},
+    {"office:currency=", "currency"},
+    {"table:number-columns-spanned=", "number-columns-spanned"},
+    {"table:number-rows-spanned=", "number-rows-spanned"},
+    {"table:number-matrix-columns-spanned=", "number-matrix-columns-spanned"},
+    {"table:number-matrix-rows-spanned=", "number-matrix-rows-spanned"},
+};
+static_assert(std::size(kKnownNames) <= 32, "seen names are kept as bits");
 
-// The prefixes producers use for a cell's attributes; other names, namespace
-// declarations among them, are left to the generic events.
-bool isCellAttributeName(std::string_view name) {
-    return name.starts_with("table:") || name.starts_with("office:") || name.starts_with("calcext:");
+std::uint64_t wordAt(const char* p) {
+    std::uint64_t word;
+    std::memcpy(&word, p, sizeof word);
+    return word;
+}
+
+// Whether the `size` (at least 8) bytes at `a` and `b` are equal, a word at
+// a time: names are compared far more often than they differ.
+bool sameBytes(const char* a, const char* b, std::size_t size) {
+    for (std::size_t at = 0;; at += 8) {
+        if (at + 8 >= size) return wordAt(a + size - 8) == wordAt(b + size - 8);
+        if (wordAt(a + at) != wordAt(b + at)) return false;
+    }
+}
+
+// Moves `p` past `literal` (at least 8 bytes) when it stands there.
+bool take(const char*& p, const char* end, std::string_view literal) {
+    if (static_cast<std::size_t>(end - p) < literal.size() || !sameBytes(p, literal.data(), literal.size()))
+        return false;
+    p += literal.size();
+    return true;
+}
+
+bool isBlank(char c) {
+    return c == ' ' || c == '\n' || c == '\t';
+}
+
+const char* skipBlanks(const char* p, const char* end) {
+    while (p < end && isBlank(*p))
+        ++p;
+    return p;
+}
+
+// The start tag's attributes and its end; false at anything outside the
+// plain shape. `p` is left after the tag, and `empty` tells "/>" from ">".
+bool readAttributes(const char*& p, const char* end, CellTag& tag, bool& empty) {
+    std::uint32_t seen = 0;
+    // Names not in the table, rare enough to be compared pairwise.
+    const char* others[PlainCell::kMaxAttributes];
+    std::size_t otherSizes[PlainCell::kMaxAttributes];
+    std::size_t otherCount = 0, count = 0;
+    for (;;) {
+        const char* from = p;
+        p = skipBlanks(p, end);
+        if (p == end) return false;
+        if (*p == '>' || *p == '/') {
+            empty = *p == '/';
+            if (empty && (end - p < 2 || p[1] != '>')) return false;
+            p += empty ? 2 : 1;
+            return true;
+        }
+        if (p == from || ++count > PlainCell::kMaxAttributes) return false;
+
+        std::string_view local;
+        const char* value = nullptr;
+        for (std::size_t k = 0; k < std::size(kKnownNames); ++k) {
+            std::string_view written = kKnownNames[k].written;
+            if (static_cast<std::size_t>(end - p) < written.size() ||
+                !sameBytes(p, written.data(), written.size()))
+                continue;
+            if (seen & (std::uint32_t{1} << k)) return false; // a duplicate is not well-formed
+            seen |= std::uint32_t{1} << k;
+            local = kKnownNames[k].local;
+            value = p + written.size();
+            break;
+        }
+        if (!value) {
+            // Another name under a known prefix: "prefix:" and [a-z-]+.
+            const char* name = p;
+            for (std::string_view prefix : {"table:", "office:", "calcext:"}) {
+                if (static_cast<std::size_t>(end - p) > prefix.size() &&
+                    std::memcmp(p, prefix.data(), prefix.size()) == 0) {
+                    p += prefix.size();
+                    break;
+                }
+            }
+            if (p == name) return false;
+            const char* localBegin = p;
+            while (p < end && ((*p >= 'a' && *p <= 'z') || *p == '-'))
+                ++p;
+            if (p == localBegin || p == end || *p != '=') return false;
+            auto nameSize = static_cast<std::size_t>(p - name);
+            for (std::size_t k = 0; k < otherCount; ++k)
+                if (otherSizes[k] == nameSize && std::memcmp(others[k], name, nameSize) == 0) return false;
+            others[otherCount] = name;
+            otherSizes[otherCount++] = nameSize;
+            local = std::string_view(localBegin, static_cast<std::size_t>(p - localBegin));
+            value = p + 1;
+        }
+
+        p = value;
+        if (p == end || (*p != '"' && *p != '\'')) return false;
+        const char quote = *p++;
+        const char* valueBegin = p;
+        while (p < end && xml::hasClass(*p, xml::kPlainValue))
+            ++p;
+        if (p == end || *p != quote) return false;
+        tag.add(local, std::string_view(valueBegin, static_cast<std::size_t>(p - valueBegin)));
+        ++p;
+    }
 }
 
 } // namespace
 
 std::size_t readPlainCell(const char* data, std::size_t size, PlainCell& cell) {
-    XmlElementCursor in(data, size);
-    cell.covered = !in.startTag(kCell);
-    if (cell.covered && !in.startTag(kCoveredCell)) return 0;
-    const std::string_view element = cell.covered ? kCoveredCell : kCell;
+    const char* p = data;
+    const char* const end = data + size;
+    cell.covered = !take(p, end, "<table:table-cell");
+    if (cell.covered && !take(p, end, "<table:covered-table-cell")) return 0;
+    const std::string_view endTag = cell.covered ? "</table:covered-table-cell>" : "</table:table-cell>";
 
-    cell.attributeCount = 0;
-    std::string_view name, value;
-    while (in.attribute(name, value)) {
-        if (cell.attributeCount == PlainCell::kMaxAttributes || !isCellAttributeName(name)) return 0;
-        std::size_t k = 2 * cell.attributeCount;
-        for (std::size_t other = 0; other < k; other += 2)
-            if (name == std::string_view(cell.pairs[other], cell.lengths[other])) return 0;
-        cell.pairs[k] = name.data();
-        cell.lengths[k] = name.size();
-        cell.pairs[k + 1] = value.data();
-        cell.lengths[k + 1] = value.size();
-        ++cell.attributeCount;
-    }
+    cell.tag = CellTag();
     bool empty = false;
-    if (!in.tagEnd(empty)) return 0;
+    if (!readAttributes(p, end, cell.tag, empty)) return 0;
     cell.paragraphCount = 0;
-    if (empty) return in.consumed();
+    if (empty) return static_cast<std::size_t>(p - data);
 
     for (;;) {
-        in.skipBlanks();
-        if (in.endTag(element)) return in.consumed();
-        if (cell.paragraphCount == PlainCell::kMaxParagraphs || !in.startTag("text:p") || !in.tagEnd(empty))
-            return 0;
+        p = skipBlanks(p, end);
+        if (take(p, end, endTag)) return static_cast<std::size_t>(p - data);
+        if (cell.paragraphCount == PlainCell::kMaxParagraphs) return 0;
         std::string_view& paragraph = cell.paragraphs[cell.paragraphCount++];
         paragraph = {};
-        if (!empty && (!in.text(paragraph) || !in.endTag("text:p"))) return 0;
+        if (take(p, end, "<text:p/>")) continue;
+        if (!take(p, end, "<text:p>")) return 0;
+        const char* text = p;
+        while (p < end && xml::hasClass(*p, xml::kPlainText))
+            ++p;
+        paragraph = std::string_view(text, static_cast<std::size_t>(p - text));
+        if (!take(p, end, "</text:p>")) return 0;
     }
 }
 

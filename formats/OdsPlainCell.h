@@ -3,30 +3,42 @@
 // bytes of the content part where the generic XML events would cost more
 // than the cell itself:
 //
-//   cell      := "<" name attribute* ( "/>" | ">" content "</" name ">" )
+//   cell      := "<" name attribute* blank* ( "/>" | ">" content "</" name ">" )
 //   name      := "table:table-cell" | "table:covered-table-cell"
-//   attribute := prefix ":" local "=" quoted value        prefix: table | office | calcext
+//   attribute := blank+ prefix ":" [a-z-]+ "=" quoted value        prefix: table | office | calcext
 //   content   := ( blank | "<text:p/>" | "<text:p>" text "</text:p>" )*
 //
-// in the plain forms XmlElementCursor reads. Anything else (references,
-// spans, spaces, links, annotations, text outside ASCII) is left to the
-// generic events.
+// blanks being spaces, tabs and line feeds, values and texts plain ASCII
+// (XmlBytes.h: no reference, no control byte but tab and line feed in
+// text). Anything else (references, spans, spaces, links, annotations, text
+// outside ASCII) is left to the generic events. Whatever this takes is
+// well-formed XML whose events would say the same.
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <string_view>
 
 namespace sumora::ods {
+
+// What a cell's start tag says, gathered attribute by attribute by local
+// name, however the tag was read.
+struct CellTag {
+    std::string_view valueType, value, formula, styleName;
+    bool hasValueType = false, hasValue = false, hasFormula = false, hasStyle = false;
+    std::optional<std::string_view> dateValue, booleanValue, stringValue;
+    int64_t repeat = 1, spannedColumns = 1, spannedRows = 1, matrixColumns = 1, matrixRows = 1;
+
+    // Defined with the content handler, whose limits the counts keep to.
+    void add(std::string_view localName, std::string_view value);
+};
 
 struct PlainCell {
     static constexpr std::size_t kMaxAttributes = 12;
     static constexpr std::size_t kMaxParagraphs = 8;
 
     bool covered = false; // a table:covered-table-cell
-    std::size_t attributeCount = 0;
-    // Qualified name, value, qualified name, value, ... with their lengths,
-    // the form XmlAttributes reads.
-    std::array<const char*, 2 * kMaxAttributes> pairs{};
-    std::array<std::size_t, 2 * kMaxAttributes> lengths{};
+    CellTag tag;
     std::size_t paragraphCount = 0;
     std::array<std::string_view, kMaxParagraphs> paragraphs;
 };
