@@ -161,15 +161,18 @@ void OdsContentHandler::endElement(std::string_view name) {
         return;
     }
     if (name == "table-row") {
-        if (!inTableRow) return;
-        inTableRow = false;
-        setReadsElements(false);
-        nextRow_ = std::min(nextRow_ + rowRepeatCount, kMaxRows + 1);
+        endRow();
     } else if (name == "table-row-group" || name == "table-column-group") {
         endGroup(name);
     } else if (name == "table" && inTable) {
         endTable();
     }
+}
+
+void OdsContentHandler::endRow() {
+    if (!inTableRow) return;
+    inTableRow = false;
+    nextRow_ = std::min(nextRow_ + rowRepeatCount, kMaxRows + 1);
 }
 
 void OdsContentHandler::startParagraph() {
@@ -222,6 +225,7 @@ void OdsContentHandler::appendText(std::string& target, size_t count, char c) {
 
 void OdsContentHandler::startTable(const XmlAttributes& a) {
     inTable = true;
+    setReadsElements(plainCellsEnabled.load(std::memory_order_relaxed));
     std::string name(attr(a, "table:name").value_or(""));
     if (name.empty()) name = "Sheet " + std::to_string(sheets.size() + 1);
     currentSheet_ = Sheet(std::move(name), 0, 0);
@@ -247,6 +251,7 @@ void OdsContentHandler::startTable(const XmlAttributes& a) {
 
 void OdsContentHandler::endTable() {
     inTable = false;
+    setReadsElements(false);
     for (ConditionalFormatRule& rule : conditionalFormats_.takeRules())
         currentSheet_.conditionalFormats.push_back(std::move(rule));
     if (std::string dropped = conditionalFormats_.droppedSentence(currentSheet_.name); !dropped.empty()) {
@@ -320,7 +325,6 @@ const CellFormat* OdsContentHandler::columnDefaultFormat(int64_t col) const {
 void OdsContentHandler::startRow(const XmlAttributes& a) {
     if (!inTable) return;
     inTableRow = true;
-    setReadsElements(plainCellsEnabled.load(std::memory_order_relaxed));
     rowRepeatCount = countAttribute(attr(a, "table:number-rows-repeated"), kMaxRows);
     currentRow_ = nextRow_;
     rowCopies_ = std::max<int64_t>(0, std::min(rowRepeatCount, kMaxRows - currentRow_));
@@ -463,24 +467,57 @@ void setPlainCellsEnabled(bool enabled) {
     plainCellsEnabled = enabled;
 }
 
-// The cells of a row, read without their events where they have the plain
-// shape; each goes through the same steps its events would take.
+// Rows and cells read without their events where they have the plain shape;
+// each goes through the same steps its events would take.
 std::size_t OdsContentHandler::readElements(const char* data, std::size_t size) {
-    if (!inTableRow || inTableCell || nestedTables_ > 0 || styles_.inStyle() || conditionalFormats_.inBlock())
-        return 0;
+    if (inTableCell || nestedTables_ > 0 || styles_.inStyle() || conditionalFormats_.inBlock()) return 0;
     std::size_t used = 0;
-    PlainCell cell;
-    while (std::size_t length = readPlainCell(data + used, size - used, cell)) {
-        startCell(cell.tag);
-        for (std::size_t k = 0; k < cell.paragraphCount; ++k) {
-            startParagraph();
-            if (!cell.paragraphs[k].empty()) characters(cell.paragraphs[k]);
-            inTextP = false;
+    if (inTableRow) {
+        PlainCell cell;
+        while (std::size_t length = readPlainCell(data + used, size - used, cell)) {
+            applyPlainCell(cell);
+            used += length;
         }
-        endCell();
-        used += length;
+    } else if (inTable) {
+        while (std::size_t length = readPlainRow(data + used, size - used))
+            used += length;
     }
     return used;
+}
+
+// A row is taken whole or not at all: its cells are all read before any applies.
+std::size_t OdsContentHandler::readPlainRow(const char* data, std::size_t size) {
+    PlainRowStart row;
+    std::size_t used = readPlainRowStart(data, size, row);
+    if (!used) return 0;
+    std::size_t cells = 0;
+    for (;;) {
+        if (cells == plainCells_.size()) plainCells_.emplace_back();
+        if (std::size_t length = readPlainCell(data + used, size - used, plainCells_[cells])) {
+            used += length;
+            ++cells;
+            continue;
+        }
+        std::size_t length = readPlainRowEnd(data + used, size - used);
+        if (!length) return 0;
+        used += length;
+        break;
+    }
+    startRow(XmlAttributes(row.pairs.data(), row.attributeCount, row.lengths.data()));
+    for (std::size_t k = 0; k < cells; ++k)
+        applyPlainCell(plainCells_[k]);
+    endRow();
+    return used;
+}
+
+void OdsContentHandler::applyPlainCell(const PlainCell& cell) {
+    startCell(cell.tag);
+    for (std::size_t k = 0; k < cell.paragraphCount; ++k) {
+        startParagraph();
+        if (!cell.paragraphs[k].empty()) characters(cell.paragraphs[k]);
+        inTextP = false;
+    }
+    endCell();
 }
 
 void OdsContentHandler::endCell() {

@@ -40,7 +40,7 @@ class OdsContentHandler : public XmlHandler {
     void endElement(std::string_view name) override;
     void characters(std::string_view text) override;
 
-    // Reads the cells of the plain shape (OdsPlainCell.h) inside a row.
+    // Reads the rows and cells of the plain shape (OdsPlainCell.h) in a table.
     std::size_t readElements(const char* data, std::size_t size) override;
 
     // Inside a table and between two rows: where a split may resume.
@@ -109,6 +109,9 @@ class OdsContentHandler : public XmlHandler {
     void endGroup(std::string_view name);
     void applyRowRuns(int64_t rows);
     void endCell();
+    void endRow();
+    std::size_t readPlainRow(const char* data, std::size_t size);
+    void applyPlainCell(const PlainCell& cell);
     void startParagraph();
     void startParagraphPiece(std::string_view name, const XmlAttributes& a);
     void placeCell(int64_t columns);
@@ -157,6 +160,9 @@ class OdsContentHandler : public XmlHandler {
     std::vector<OpenGroup> openRowGroups_, openColumnGroups_;
     std::vector<OutlineSpan> rowGroups_, columnGroups_;
     std::vector<MatrixArea> matrixAreas_;
+
+    // The cells of a plain row, read before any is applied.
+    std::vector<PlainCell> plainCells_;
 
     // The cell being read.
     bool inTableRow = false, inTableCell = false, inTextP = false;

@@ -1,6 +1,7 @@
 #include "formats/OdsPlainCell.h"
 
 #include <cstring>
+#include <span>
 
 #include "formats/XmlBytes.h"
 
@@ -65,9 +66,13 @@ const char* skipBlanks(const char* p, const char* end) {
     return p;
 }
 
-// The start tag's attributes and its end; false at anything outside the
-// plain shape. `p` is left after the tag, and `empty` tells "/>" from ">".
-bool readAttributes(const char*& p, const char* end, CellTag& tag, bool& empty) {
+// A start tag's attributes and its end; false at anything outside the plain
+// shape. Names in `known` are matched whole; `onAttribute(name, local,
+// value)` receives each attribute. `p` is left after the tag, and `empty` tells "/>"
+// from ">".
+template <class OnAttribute>
+bool readAttributes(const char*& p, const char* end, std::span<const KnownName> known,
+                    OnAttribute&& onAttribute, bool& empty) {
     std::uint32_t seen = 0;
     // Names not in the table, rare enough to be compared pairwise.
     const char* others[PlainCell::kMaxAttributes];
@@ -85,22 +90,23 @@ bool readAttributes(const char*& p, const char* end, CellTag& tag, bool& empty) 
         }
         if (p == from || ++count > PlainCell::kMaxAttributes) return false;
 
-        std::string_view local;
+        std::string_view name, local;
         const char* value = nullptr;
-        for (std::size_t k = 0; k < std::size(kKnownNames); ++k) {
-            std::string_view written = kKnownNames[k].written;
+        for (std::size_t k = 0; k < known.size(); ++k) {
+            std::string_view written = known[k].written;
             if (static_cast<std::size_t>(end - p) < written.size() ||
                 !sameBytes(p, written.data(), written.size()))
                 continue;
             if (seen & (std::uint32_t{1} << k)) return false; // a duplicate is not well-formed
             seen |= std::uint32_t{1} << k;
-            local = kKnownNames[k].local;
+            name = written.substr(0, written.size() - 1);
+            local = known[k].local;
             value = p + written.size();
             break;
         }
         if (!value) {
             // Another name under a known prefix: "prefix:" and [a-z-]+.
-            const char* name = p;
+            const char* nameBegin = p;
             for (std::string_view prefix : {"table:", "office:", "calcext:"}) {
                 if (static_cast<std::size_t>(end - p) > prefix.size() &&
                     std::memcmp(p, prefix.data(), prefix.size()) == 0) {
@@ -108,16 +114,17 @@ bool readAttributes(const char*& p, const char* end, CellTag& tag, bool& empty) 
                     break;
                 }
             }
-            if (p == name) return false;
+            if (p == nameBegin) return false;
             const char* localBegin = p;
             while (p < end && ((*p >= 'a' && *p <= 'z') || *p == '-'))
                 ++p;
             if (p == localBegin || p == end || *p != '=') return false;
-            auto nameSize = static_cast<std::size_t>(p - name);
+            name = std::string_view(nameBegin, static_cast<std::size_t>(p - nameBegin));
             for (std::size_t k = 0; k < otherCount; ++k)
-                if (otherSizes[k] == nameSize && std::memcmp(others[k], name, nameSize) == 0) return false;
-            others[otherCount] = name;
-            otherSizes[otherCount++] = nameSize;
+                if (otherSizes[k] == name.size() && std::memcmp(others[k], name.data(), name.size()) == 0)
+                    return false;
+            others[otherCount] = name.data();
+            otherSizes[otherCount++] = name.size();
             local = std::string_view(localBegin, static_cast<std::size_t>(p - localBegin));
             value = p + 1;
         }
@@ -129,7 +136,7 @@ bool readAttributes(const char*& p, const char* end, CellTag& tag, bool& empty) 
         while (p < end && xml::hasClass(*p, xml::kPlainValue))
             ++p;
         if (p == end || *p != quote) return false;
-        tag.add(local, std::string_view(valueBegin, static_cast<std::size_t>(p - valueBegin)));
+        onAttribute(name, local, std::string_view(valueBegin, static_cast<std::size_t>(p - valueBegin)));
         ++p;
     }
 }
@@ -137,15 +144,18 @@ bool readAttributes(const char*& p, const char* end, CellTag& tag, bool& empty) 
 } // namespace
 
 std::size_t readPlainCell(const char* data, std::size_t size, PlainCell& cell) {
-    const char* p = data;
     const char* const end = data + size;
+    const char* p = skipBlanks(data, end);
     cell.covered = !take(p, end, "<table:table-cell");
     if (cell.covered && !take(p, end, "<table:covered-table-cell")) return 0;
     const std::string_view endTag = cell.covered ? "</table:covered-table-cell>" : "</table:table-cell>";
 
     cell.tag = CellTag();
     bool empty = false;
-    if (!readAttributes(p, end, cell.tag, empty)) return 0;
+    auto add = [&](std::string_view, std::string_view local, std::string_view value) {
+        cell.tag.add(local, value);
+    };
+    if (!readAttributes(p, end, kKnownNames, add, empty)) return 0;
     cell.paragraphCount = 0;
     if (empty) return static_cast<std::size_t>(p - data);
 
@@ -163,6 +173,28 @@ std::size_t readPlainCell(const char* data, std::size_t size, PlainCell& cell) {
         paragraph = std::string_view(text, static_cast<std::size_t>(p - text));
         if (!take(p, end, "</text:p>")) return 0;
     }
+}
+
+std::size_t readPlainRowStart(const char* data, std::size_t size, PlainRowStart& row) {
+    const char* p = data;
+    const char* const end = data + size;
+    if (!take(p, end, "<table:table-row")) return 0;
+    row.attributeCount = 0;
+    auto add = [&](std::string_view name, std::string_view, std::string_view value) {
+        std::size_t k = 2 * row.attributeCount++;
+        row.pairs[k] = name.data();
+        row.lengths[k] = name.size();
+        row.pairs[k + 1] = value.data();
+        row.lengths[k + 1] = value.size();
+    };
+    bool empty = false;
+    if (!readAttributes(p, end, {}, add, empty) || empty) return 0;
+    return static_cast<std::size_t>(p - data);
+}
+
+std::size_t readPlainRowEnd(const char* data, std::size_t size) {
+    const char* p = skipBlanks(data, data + size);
+    return take(p, data + size, "</table:table-row>") ? static_cast<std::size_t>(p - data) : 0;
 }
 
 } // namespace sumora::ods

@@ -3,7 +3,7 @@
 // bytes of the content part where the generic XML events would cost more
 // than the cell itself:
 //
-//   cell      := "<" name attribute* blank* ( "/>" | ">" content "</" name ">" )
+//   cell      := blank* "<" name attribute* blank* ( "/>" | ">" content "</" name ">" )
 //   name      := "table:table-cell" | "table:covered-table-cell"
 //   attribute := blank+ prefix ":" [a-z-]+ "=" quoted value        prefix: table | office | calcext
 //   content   := ( blank | "<text:p/>" | "<text:p>" text "</text:p>" )*
@@ -43,8 +43,22 @@ struct PlainCell {
     std::array<std::string_view, kMaxParagraphs> paragraphs;
 };
 
-// Reads the cell element at the head of `data`; returns its length, or 0
-// when it is not whole there or not of the plain shape.
+// Reads the cell element at the head of `data`, after blanks; returns the
+// length of both, or 0 when the cell is not whole there or not of the plain
+// shape.
 std::size_t readPlainCell(const char* data, std::size_t size, PlainCell& cell);
+
+// A row's start tag, "<table:table-row" attribute* blank* ">", its
+// attributes as the name/value pairs XmlAttributes reads.
+struct PlainRowStart {
+    std::size_t attributeCount = 0;
+    std::array<const char*, 2 * PlainCell::kMaxAttributes> pairs{};
+    std::array<std::size_t, 2 * PlainCell::kMaxAttributes> lengths{};
+};
+
+// The length of the plain row start tag at the head of `data`, or 0.
+std::size_t readPlainRowStart(const char* data, std::size_t size, PlainRowStart& row);
+// The length of blanks and "</table:table-row>" at the head of `data`, or 0.
+std::size_t readPlainRowEnd(const char* data, std::size_t size);
 
 } // namespace sumora::ods

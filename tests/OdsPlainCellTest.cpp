@@ -85,6 +85,21 @@ TEST(OdsPlainCell, TakesThePlainShapesWholeAndLeavesTheRest) {
     }
 }
 
+TEST(OdsPlainCell, RowStartsTakenAreTheirPlainTags) {
+    const std::pair<std::string_view, bool> kRows[] = {
+        {"<table:table-row>", true},
+        {"<table:table-row table:style-name=\"ro1\" table:number-rows-repeated='3' >", true},
+        {"<table:table-row/>", false},
+        {"<table:table-rows>", false},
+        {"<table:table-row xmlns:t=\"urn:t\">", false},
+        {"<table:table-row table:visibility=\"collapse\" table:visibility=\"filter\">", false},
+    };
+    for (auto [bytes, taken] : kRows) {
+        ods::PlainRowStart row;
+        EXPECT_EQ(ods::readPlainRowStart(bytes.data(), bytes.size(), row), taken ? bytes.size() : 0) << bytes;
+    }
+}
+
 // Sheets read through the scanner with plain cells taken or not, the part
 // fed in pieces of `piece` bytes.
 std::vector<Sheet> readContent(std::string_view content, bool plainCells, std::size_t piece) {
@@ -115,11 +130,15 @@ TEST(OdsPlainCell, RowsOfMixedCellsReadAsTheirEventsRead) {
             R"(<table:table-cell table:formula="of:=[.A1]*2" office:value-type="float" office:value="0"><text:p>0</text:p></table:table-cell>)"
             R"(<table:table-cell office:value-type="boolean" office:boolean-value="true"/>)"
             R"(<table:table-cell table:number-columns-repeated="1000"/></table:table-row>)";
+    rows += "<table:table-row table:style-name=\"ro1\">\n <table:table-cell office:value-type=\"float\" "
+            "office:value=\"7\"><text:p>7</text:p></table:table-cell>\n <table:table-cell/>"
+            "<table:covered-table-cell table:number-columns-repeated=\"2\"/>\n</table:table-row>";
     rows +=
         R"(<table:table-row table:number-rows-repeated="2"><table:table-cell office:value-type="string"><text:p>twice</text:p></table:table-cell></table:table-row>)";
     std::string content =
         R"(<?xml version="1.0" encoding="UTF-8"?><office:document-content><office:automatic-styles>)"
         R"(<style:style style:name="ce1" style:family="table-cell"><style:text-properties fo:font-weight="bold"/></style:style>)"
+        R"(<style:style style:name="ro1" style:family="table-row"><style:table-row-properties style:row-height="1cm"/></style:style>)"
         R"(</office:automatic-styles><office:body><office:spreadsheet><table:table table:name="T">)" +
         rows + "</table:table></office:spreadsheet></office:body></office:document-content>";
 
