@@ -44,6 +44,8 @@ constexpr int64_t kMaxSpaceRun = 4096;
 // file can make this process allocate.
 constexpr int64_t kMaxCellSlots = int64_t{1} << 25;
 
+std::atomic<bool> plainCellsEnabled{true};
+
 std::optional<int64_t> integerAttribute(std::optional<std::string_view> text) {
     if (!text) return std::nullopt;
     int64_t value = 0;
@@ -121,8 +123,7 @@ void OdsContentHandler::startElement(std::string_view name, const XmlAttributes&
             return;
         }
         if (paragraph) {
-            if (paragraphs_++ > 0) appendText(currentText, 1, '\n');
-            inTextP = true;
+            startParagraph();
         } else if (inTextP) {
             startParagraphPiece(name, a);
         }
@@ -160,14 +161,23 @@ void OdsContentHandler::endElement(std::string_view name) {
         return;
     }
     if (name == "table-row") {
-        if (!inTableRow) return;
-        inTableRow = false;
-        nextRow_ = std::min(nextRow_ + rowRepeatCount, kMaxRows + 1);
+        endRow();
     } else if (name == "table-row-group" || name == "table-column-group") {
         endGroup(name);
     } else if (name == "table" && inTable) {
         endTable();
     }
+}
+
+void OdsContentHandler::endRow() {
+    if (!inTableRow) return;
+    inTableRow = false;
+    nextRow_ = std::min(nextRow_ + rowRepeatCount, kMaxRows + 1);
+}
+
+void OdsContentHandler::startParagraph() {
+    if (paragraphs_++ > 0) appendText(currentText, 1, '\n');
+    inTextP = true;
 }
 
 void OdsContentHandler::characters(std::string_view text) {
@@ -215,6 +225,7 @@ void OdsContentHandler::appendText(std::string& target, size_t count, char c) {
 
 void OdsContentHandler::startTable(const XmlAttributes& a) {
     inTable = true;
+    setReadsElements(plainCellsEnabled.load(std::memory_order_relaxed));
     std::string name(attr(a, "table:name").value_or(""));
     if (name.empty()) name = "Sheet " + std::to_string(sheets.size() + 1);
     currentSheet_ = Sheet(std::move(name), 0, 0);
@@ -240,6 +251,7 @@ void OdsContentHandler::startTable(const XmlAttributes& a) {
 
 void OdsContentHandler::endTable() {
     inTable = false;
+    setReadsElements(false);
     for (ConditionalFormatRule& rule : conditionalFormats_.takeRules())
         currentSheet_.conditionalFormats.push_back(std::move(rule));
     if (std::string dropped = conditionalFormats_.droppedSentence(currentSheet_.name); !dropped.empty()) {
@@ -372,7 +384,46 @@ const CellFormat* OdsContentHandler::styleFormat(std::string_view name) {
     return lastStyleFormat_;
 }
 
+void CellTag::add(std::string_view localName, std::string_view v) {
+    if (localName == "value-type") {
+        if (!hasValueType) valueType = v; // office: comes before a producer's own copy
+        hasValueType = true;
+    } else if (localName == "value") {
+        value = v;
+        hasValue = true;
+    } else if (localName == "style-name") {
+        styleName = v;
+        hasStyle = true;
+    } else if (localName == "formula") {
+        formula = v;
+        hasFormula = true;
+    } else if (localName == "number-columns-repeated") {
+        repeat = countAttribute(v, kMaxColumns);
+    } else if (localName == "date-value") {
+        dateValue = v;
+    } else if (localName == "boolean-value") {
+        booleanValue = v;
+    } else if (localName == "string-value") {
+        stringValue = v;
+    } else if (localName == "number-columns-spanned") {
+        spannedColumns = countAttribute(v, kMaxColumns);
+    } else if (localName == "number-rows-spanned") {
+        spannedRows = countAttribute(v, kMaxRows);
+    } else if (localName == "number-matrix-columns-spanned") {
+        matrixColumns = countAttribute(v, kMaxColumns);
+    } else if (localName == "number-matrix-rows-spanned") {
+        matrixRows = countAttribute(v, kMaxRows);
+    }
+}
+
 void OdsContentHandler::startCell(const XmlAttributes& a) {
+    CellTag tag;
+    for (size_t i = 0; i < a.size(); ++i)
+        tag.add(xmlLocalName(a.qualifiedName(i)), a.value(i));
+    startCell(tag);
+}
+
+void OdsContentHandler::startCell(const CellTag& tag) {
     if (!inTableRow) return;
     inTableCell = true;
     currentCell = Cell();
@@ -382,50 +433,18 @@ void OdsContentHandler::startCell(const XmlAttributes& a) {
     inTextP = inAnnotation_ = inAnnotationP_ = false;
     annotationText_.clear();
     currentLink_.reset();
-    repeatCount = 1;
-    spannedColumns_ = spannedRows_ = 1;
-    matrixColumns_ = matrixRows_ = 1;
+    repeatCount = tag.repeat;
+    spannedColumns_ = tag.spannedColumns;
+    spannedRows_ = tag.spannedRows;
+    matrixColumns_ = tag.matrixColumns;
+    matrixRows_ = tag.matrixRows;
     valueSource_ = ValueSource::text;
+    explicitStyle_ = tag.hasStyle;
 
-    // One pass over the attributes: this is the hot path of a big file.
-    std::string_view valueType, value, formula, styleName;
-    bool hasValueType = false, hasValue = false, hasFormula = false;
-    std::optional<std::string_view> dateValue, booleanValue, stringValue;
-    explicitStyle_ = false;
-    for (size_t i = 0; i < a.size(); ++i) {
-        std::string_view local = xmlLocalName(a.qualifiedName(i));
-        std::string_view v = a.value(i);
-        if (local == "value-type") {
-            if (!hasValueType) valueType = v; // office: comes before a producer's own copy
-            hasValueType = true;
-        } else if (local == "value") {
-            value = v;
-            hasValue = true;
-        } else if (local == "style-name") {
-            styleName = v;
-            explicitStyle_ = true;
-        } else if (local == "formula") {
-            formula = v;
-            hasFormula = true;
-        } else if (local == "number-columns-repeated") {
-            repeatCount = countAttribute(v, kMaxColumns);
-        } else if (local == "date-value") {
-            dateValue = v;
-        } else if (local == "boolean-value") {
-            booleanValue = v;
-        } else if (local == "string-value") {
-            stringValue = v;
-        } else if (local == "number-columns-spanned") {
-            spannedColumns_ = countAttribute(v, kMaxColumns);
-        } else if (local == "number-rows-spanned") {
-            spannedRows_ = countAttribute(v, kMaxRows);
-        } else if (local == "number-matrix-columns-spanned") {
-            matrixColumns_ = countAttribute(v, kMaxColumns);
-        } else if (local == "number-matrix-rows-spanned") {
-            matrixRows_ = countAttribute(v, kMaxRows);
-        }
-    }
-
+    const std::string_view valueType = tag.valueType, value = tag.value;
+    const bool hasValue = tag.hasValue;
+    const std::optional<std::string_view>&dateValue = tag.dateValue, &booleanValue = tag.booleanValue,
+          &stringValue = tag.stringValue;
     if ((valueType == "float" || valueType == "currency" || valueType == "percentage") && hasValue) {
         currentCell.setValue(value);
         valueSource_ = valueType == "percentage" ? ValueSource::percentage : ValueSource::attribute;
@@ -439,9 +458,66 @@ void OdsContentHandler::startCell(const XmlAttributes& a) {
         currentCell.setValue(*stringValue);
         valueSource_ = ValueSource::attribute;
     }
-    if (hasFormula) currentCell.setFormula(formulaFromOpenFormula(stripFormulaPrefix(formula)));
-    const CellFormat* format = explicitStyle_ ? styleFormat(styleName) : columnDefaultFormat(nextCol_);
+    if (tag.hasFormula) currentCell.setFormula(formulaFromOpenFormula(stripFormulaPrefix(tag.formula)));
+    const CellFormat* format = explicitStyle_ ? styleFormat(tag.styleName) : columnDefaultFormat(nextCol_);
     if (format) currentCell.setFormatHandle(format);
+}
+
+void setPlainCellsEnabled(bool enabled) {
+    plainCellsEnabled = enabled;
+}
+
+// Rows and cells read without their events where they have the plain shape;
+// each goes through the same steps its events would take.
+std::size_t OdsContentHandler::readElements(const char* data, std::size_t size) {
+    if (inTableCell || nestedTables_ > 0 || styles_.inStyle() || conditionalFormats_.inBlock()) return 0;
+    std::size_t used = 0;
+    if (inTableRow) {
+        PlainCell cell;
+        while (std::size_t length = readPlainCell(data + used, size - used, cell)) {
+            applyPlainCell(cell);
+            used += length;
+        }
+    } else if (inTable) {
+        while (std::size_t length = readPlainRow(data + used, size - used))
+            used += length;
+    }
+    return used;
+}
+
+// A row is taken whole or not at all: its cells are all read before any applies.
+std::size_t OdsContentHandler::readPlainRow(const char* data, std::size_t size) {
+    PlainRowStart row;
+    std::size_t used = readPlainRowStart(data, size, row);
+    if (!used) return 0;
+    std::size_t cells = 0;
+    for (;;) {
+        if (cells == plainCells_.size()) plainCells_.emplace_back();
+        if (std::size_t length = readPlainCell(data + used, size - used, plainCells_[cells])) {
+            used += length;
+            ++cells;
+            continue;
+        }
+        std::size_t length = readPlainRowEnd(data + used, size - used);
+        if (!length) return 0;
+        used += length;
+        break;
+    }
+    startRow(XmlAttributes(row.pairs.data(), row.attributeCount, row.lengths.data()));
+    for (std::size_t k = 0; k < cells; ++k)
+        applyPlainCell(plainCells_[k]);
+    endRow();
+    return used;
+}
+
+void OdsContentHandler::applyPlainCell(const PlainCell& cell) {
+    startCell(cell.tag);
+    for (std::size_t k = 0; k < cell.paragraphCount; ++k) {
+        startParagraph();
+        if (!cell.paragraphs[k].empty()) characters(cell.paragraphs[k]);
+        inTextP = false;
+    }
+    endCell();
 }
 
 void OdsContentHandler::endCell() {

@@ -12,11 +12,16 @@
 
 #include "document/SumoraDocument.h"
 #include "formats/OdsConditionalFormats.h"
+#include "formats/OdsPlainCell.h"
 #include "formats/OdsStyles.h"
 #include "formats/OutlineLevels.h"
 #include "formats/XmlReader.h"
 
 namespace sumora::ods {
+
+// Whether handlers read plain cells without their XML events (on by
+// default); tests switch it off to compare the two ways.
+void setPlainCellsEnabled(bool enabled);
 
 class OdsContentHandler : public XmlHandler {
   public:
@@ -34,6 +39,9 @@ class OdsContentHandler : public XmlHandler {
     void startElement(std::string_view name, const XmlAttributes& a) override;
     void endElement(std::string_view name) override;
     void characters(std::string_view text) override;
+
+    // Reads the rows and cells of the plain shape (OdsPlainCell.h) in a table.
+    std::size_t readElements(const char* data, std::size_t size) override;
 
     // Inside a table and between two rows: where a split may resume.
     bool betweenRows() const {
@@ -96,10 +104,15 @@ class OdsContentHandler : public XmlHandler {
     void startColumn(const XmlAttributes& a);
     void startRow(const XmlAttributes& a);
     void startCell(const XmlAttributes& a);
+    void startCell(const CellTag& tag);
     void startGroup(std::string_view name, const XmlAttributes& a);
     void endGroup(std::string_view name);
     void applyRowRuns(int64_t rows);
     void endCell();
+    void endRow();
+    std::size_t readPlainRow(const char* data, std::size_t size);
+    void applyPlainCell(const PlainCell& cell);
+    void startParagraph();
     void startParagraphPiece(std::string_view name, const XmlAttributes& a);
     void placeCell(int64_t columns);
     void noteUnstyled(int64_t columns);
@@ -147,6 +160,9 @@ class OdsContentHandler : public XmlHandler {
     std::vector<OpenGroup> openRowGroups_, openColumnGroups_;
     std::vector<OutlineSpan> rowGroups_, columnGroups_;
     std::vector<MatrixArea> matrixAreas_;
+
+    // The cells of a plain row, read before any is applied.
+    std::vector<PlainCell> plainCells_;
 
     // The cell being read.
     bool inTableRow = false, inTableCell = false, inTextP = false;
