@@ -94,7 +94,10 @@ bool SheetCalculator::parse(std::string_view formula, bool shaped, ParsedFormula
             aloneTrees_[parsed.at] = std::move(alone);
         }
     }
-    DependencyGraph::collectRefs(treeOf(parsed), document_.namedRanges, reads);
+    if (parsed.shape != FormulaShapes::kAlone && shapes_.readsOnlyReferences(parsed.shape))
+        shapes_.appendReads(parsed.shape, shapeRows_.data() + parsed.at, reads);
+    else
+        DependencyGraph::collectRefs(treeOf(parsed), document_.namedRanges, reads);
     return true;
 }
 
