@@ -143,10 +143,14 @@ bool FormulaShapes::hasKey(std::string_view text, std::string_view key, std::vec
         // reference's run (it is no identifier character), so the text's next
         // character is checked against it like any other.
         const char* const digits = t;
+        while (t != end && isDigit(*t))
+            ++t;
+        same = t != digits && t - digits <= static_cast<ptrdiff_t>(kMaxRowDigits);
+        if (!same) break;
         int64_t row = 0;
-        for (; t != end && isDigit(*t) && t - digits <= static_cast<ptrdiff_t>(kMaxRowDigits); ++t)
-            row = row * 10 + (*t - '0');
-        same = t != digits && t - digits <= static_cast<ptrdiff_t>(kMaxRowDigits) && row >= 1;
+        for (const char* d = digits; d != t; ++d)
+            row = row * 10 + (*d - '0');
+        same = row >= 1;
         if (!same) break;
         rows.push_back(static_cast<int32_t>(row - 1));
     }

@@ -266,7 +266,9 @@ void SheetCalculator::markCircular(FormulaId id) {
 }
 
 void SheetCalculator::writeComputed(int64_t col, int64_t row, std::optional<std::string_view> text) {
-    Cell& cell = sheet().cellForWriting(row, col);
+    // A formula's own cell is stored already; only a spill may reach new ones.
+    Cell* stored = sheet().storedCell(row, col);
+    Cell& cell = stored ? *stored : sheet().cellForWriting(row, col);
     if (!resultsChanged_ && cell.computedValue() != text) resultsChanged_ = true;
     cell.setComputedValue(text);
     forgetCell(col, row);
