@@ -104,8 +104,12 @@ bool SheetCalculator::parse(std::string_view formula, bool shaped, ParsedFormula
 void SheetCalculator::addParsed(int32_t col, int32_t row, const ParsedFormula& parsed,
                                 std::span<const CellRect> reads) {
     FormulaId id = graph_.addFormula(col, row);
-    if (id >= parsed_.size()) parsed_.resize(static_cast<size_t>(id) + 1);
-    parsed_[id] = parsed;
+    if (id == parsed_.size())
+        parsed_.push_back(parsed);
+    else {
+        if (id > parsed_.size()) parsed_.resize(static_cast<size_t>(id) + 1);
+        parsed_[id] = parsed;
+    }
     graph_.setDependencies(id, reads);
 }
 
