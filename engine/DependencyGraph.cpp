@@ -150,8 +150,33 @@ void DependencyGraph::indexReaders() const {
                 readers_.link(r, id);
 }
 
+namespace {
+
+// Ascending without duplicates, none backwards: what the general path of
+// setDependencies would store for these reads, as they are.
+bool storedAsGiven(std::span<const CellRect> reads) {
+    for (size_t k = 0; k < reads.size(); ++k)
+        if (reads[k].isBackwards() || (k > 0 && !(reads[k - 1] < reads[k]))) return false;
+    return true;
+}
+
+} // namespace
+
 void DependencyGraph::setDependencies(FormulaId id, std::span<const CellRect> reads) {
     if (!isFormula(id)) return;
+    // A build gives each new formula its reads once, in id order, and filled-down
+    // formulas mostly give them in order: appended as they are, without the
+    // copy and sort (reads from the pool itself take the general path).
+    const bool fromPool = reads.data() >= depPool_.data() && reads.data() < depPool_.data() + depPool_.size();
+    if (!readers_.indexed && id >= unindexedNext_ && records_[id].depCount == 0 && !fromPool &&
+        storedAsGiven(reads)) {
+        unindexedNext_ = id + 1;
+        Record& record = records_[id];
+        record.depBegin = static_cast<uint32_t>(depPool_.size());
+        record.depCount = static_cast<uint32_t>(reads.size());
+        depPool_.insert(depPool_.end(), reads.begin(), reads.end());
+        return;
+    }
     // Copied first: `reads` may point into the pool that this call changes.
     scratchReads_.clear();
     for (const CellRect& r : reads)

@@ -1,5 +1,6 @@
 #include "engine/FormulaShapes.h"
 
+#include <algorithm>
 #include <array>
 
 #include "engine/FormulaParser.h"
@@ -126,7 +127,54 @@ bool FormulaShapes::matches(const FormulaTree& tree, std::vector<Corner>& corner
     return true;
 }
 
+bool FormulaShapes::hasKey(std::string_view text, std::string_view key, std::vector<int32_t>& rows) {
+    const size_t rowsBefore = rows.size();
+    const char* t = text.data();
+    const char* const end = t + text.size();
+    bool same = true;
+    for (const char k : key) {
+        if (k != kRowMark) {
+            same = t != end && *t == k;
+            if (!same) break;
+            ++t;
+            continue;
+        }
+        // The row digits of a reference. What follows them in the key ends the
+        // reference's run (it is no identifier character), so the text's next
+        // character is checked against it like any other.
+        const char* const digits = t;
+        while (t != end && isDigit(*t))
+            ++t;
+        same = t != digits && t - digits <= static_cast<ptrdiff_t>(kMaxRowDigits);
+        if (!same) break;
+        int64_t row = 0;
+        for (const char* d = digits; d != t; ++d)
+            row = row * 10 + (*d - '0');
+        same = row >= 1;
+        if (!same) break;
+        rows.push_back(static_cast<int32_t>(row - 1));
+    }
+    if (same && t == end) return true;
+    rows.resize(rowsBefore);
+    return false;
+}
+
+void FormulaShapes::markRecent(uint32_t shape) {
+    if (std::find(recent_.begin(), recent_.end(), shape) != recent_.end()) return;
+    recent_[nextRecent_] = shape;
+    nextRecent_ = (nextRecent_ + 1) % recent_.size();
+}
+
 uint32_t FormulaShapes::read(std::string_view formula, std::vector<int32_t>& rows, FormulaTree& alone) {
+    for (const uint32_t shape : recent_) {
+        if (shape == kAlone) break;
+        // A key never starts with a row mark: the first character rules most shapes out.
+        const std::string& key = shapes_[shape].key;
+        if (!formula.empty() && key[0] == formula[0] && hasKey(formula, key, rows)) {
+            ++shared_;
+            return shape;
+        }
+    }
     if (!scan(formula)) {
         alone = parseFormula(formula, registry_, isWorkbookName_);
         return kAlone;
@@ -146,9 +194,14 @@ uint32_t FormulaShapes::read(std::string_view formula, std::vector<int32_t>& row
             alone = std::move(tree);
             return kAlone;
         }
+        shape.key = key_;
+        shape.readsOnlyReferences =
+            std::none_of(tree.nodes.begin(), tree.nodes.end(),
+                         [](const FormulaNode& n) { return n.kind == NodeKind::name; });
         shape.tree = std::move(tree);
         for (const ScannedRef& ref : refs_)
             rows.push_back(ref.row);
+        markRecent(index);
         return index;
     }
     if (!shapes_[found->second].shared) {
@@ -158,6 +211,7 @@ uint32_t FormulaShapes::read(std::string_view formula, std::vector<int32_t>& row
     for (const ScannedRef& ref : refs_)
         rows.push_back(ref.row);
     ++shared_;
+    markRecent(found->second);
     return found->second;
 }
 
@@ -175,7 +229,22 @@ const FormulaTree& FormulaShapes::instance(uint32_t index, const int32_t* rows) 
     return shape.tree;
 }
 
+void FormulaShapes::appendReads(uint32_t index, const int32_t* rows, std::vector<CellRect>& out) const {
+    const Shape& shape = shapes_[index];
+    for (size_t k = 0; k < shape.corners.size(); ++k) {
+        const FormulaNode& node = shape.tree.nodes[shape.corners[k].node];
+        if (node.kind == NodeKind::cellRef) {
+            out.push_back(CellRect::cell(node.ref.col, rows[k]));
+        } else { // a range: its two corners are consecutive
+            out.push_back({node.ref.col, rows[k], node.ref.col2, rows[k + 1]});
+            ++k;
+        }
+    }
+}
+
 void FormulaShapes::clear() {
+    recent_.fill(kAlone);
+    nextRecent_ = 0;
     shapes_.clear();
     shapeIndex_.clear();
     shared_ = 0;

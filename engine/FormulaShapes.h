@@ -17,6 +17,12 @@
 // A calculator keeps a formula of a shared shape as the shape's number and
 // its rows, not as a tree of its own: instance() writes those rows into the
 // shape's one tree, so 300,000 filled-down formulas cost no allocation each.
+//
+// Filled-down formulas come in runs of a few shapes, so a formula is first
+// compared with the keys of the shapes read last: equal to a key outside its
+// row marks, with a row scan() would cut out at each mark, it is of that shape
+// (scan() would give that key), and neither scanning nor hashing is needed.
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -25,6 +31,7 @@
 #include <vector>
 
 #include "engine/FormulaTree.h"
+#include "engine/RangeIndex.h"
 
 namespace sumora {
 
@@ -46,6 +53,12 @@ class FormulaShapes {
     // The tree of the formula of `shape` with those rows. The shape's tree is
     // rewritten in place: the reference lasts until the next instance of it.
     const FormulaTree& instance(uint32_t shape, const int32_t* rows);
+    // Whether what a formula of the shared shape reads is exactly its cell
+    // references and ranges (it names nothing), so that appendReads() gives
+    // what DependencyGraph::collectRefs gives for its tree.
+    bool readsOnlyReferences(uint32_t shape) const { return shapes_[shape].readsOnlyReferences; }
+    // The rectangles those references cover with these rows, in tree order.
+    void appendReads(uint32_t shape, const int32_t* rows, std::vector<CellRect>& out) const;
 
     // How many formulas were copied from a shape rather than parsed.
     size_t sharedCount() const { return shared_; }
@@ -60,7 +73,9 @@ class FormulaShapes {
     struct Shape {
         FormulaTree tree;
         std::vector<Corner> corners; // one per cell reference of the text
+        std::string key;
         bool shared = false;
+        bool readsOnlyReferences = false;
     };
     struct ScannedRef {
         int32_t col, row;
@@ -70,6 +85,10 @@ class FormulaShapes {
     bool scan(std::string_view formula);
     // The reference corners of the tree match refs_, in order.
     bool matches(const FormulaTree& tree, std::vector<Corner>& corners) const;
+    // Whether scan() would give the text this key; appends its rows if so.
+    static bool hasKey(std::string_view text, std::string_view key, std::vector<int32_t>& rows);
+    // Notes a shared shape among the ones to try first.
+    void markRecent(uint32_t shape);
 
     const FunctionRegistry& registry_;
     std::function<bool(std::string_view)> isWorkbookName_;
@@ -77,6 +96,10 @@ class FormulaShapes {
     std::unordered_map<std::string, uint32_t> shapeIndex_; // key → index into shapes_
     std::string key_;
     std::vector<ScannedRef> refs_;
+    // The shared shapes met last, tried before scanning (kAlone: none yet),
+    // replaced in turn.
+    std::array<uint32_t, 4> recent_{kAlone, kAlone, kAlone, kAlone};
+    size_t nextRecent_ = 0;
     size_t shared_ = 0;
 };
 

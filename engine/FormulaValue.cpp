@@ -1,6 +1,7 @@
 #include "engine/FormulaValue.h"
 #include "values/StrictNumber.h"
 
+#include <algorithm>
 #include <charconv>
 #include <clocale>
 #include <cmath>
@@ -131,15 +132,20 @@ void appendWholeInExponentForm(std::string& out, double x) {
     auto [end, ec] = std::to_chars(text, text + sizeof text, digits); // six digits
     while (end > text + 1 && end[-1] == '0')
         --end;
-    if (x < 0) out += '-';
-    out += text[0];
+    // Laid out whole, then appended once: "-d.ddddde+XX" is at most 12 characters.
+    char form[16];
+    char* at = form;
+    if (x < 0) *at++ = '-';
+    *at++ = text[0];
     if (end > text + 1) {
-        out += '.';
-        out.append(text + 1, end);
+        *at++ = '.';
+        at = std::copy(text + 1, end, at);
     }
-    out += "e+";
-    out += static_cast<char>('0' + exponent / 10);
-    out += static_cast<char>('0' + exponent % 10);
+    *at++ = 'e';
+    *at++ = '+';
+    *at++ = static_cast<char>('0' + exponent / 10);
+    *at++ = static_cast<char>('0' + exponent % 10);
+    out.append(form, at);
 }
 
 } // namespace

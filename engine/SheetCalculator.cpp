@@ -94,15 +94,22 @@ bool SheetCalculator::parse(std::string_view formula, bool shaped, ParsedFormula
             aloneTrees_[parsed.at] = std::move(alone);
         }
     }
-    DependencyGraph::collectRefs(treeOf(parsed), document_.namedRanges, reads);
+    if (parsed.shape != FormulaShapes::kAlone && shapes_.readsOnlyReferences(parsed.shape))
+        shapes_.appendReads(parsed.shape, shapeRows_.data() + parsed.at, reads);
+    else
+        DependencyGraph::collectRefs(treeOf(parsed), document_.namedRanges, reads);
     return true;
 }
 
 void SheetCalculator::addParsed(int32_t col, int32_t row, const ParsedFormula& parsed,
                                 std::span<const CellRect> reads) {
     FormulaId id = graph_.addFormula(col, row);
-    if (id >= parsed_.size()) parsed_.resize(static_cast<size_t>(id) + 1);
-    parsed_[id] = parsed;
+    if (id == parsed_.size())
+        parsed_.push_back(parsed);
+    else {
+        if (id > parsed_.size()) parsed_.resize(static_cast<size_t>(id) + 1);
+        parsed_[id] = parsed;
+    }
     graph_.setDependencies(id, reads);
 }
 
@@ -263,7 +270,9 @@ void SheetCalculator::markCircular(FormulaId id) {
 }
 
 void SheetCalculator::writeComputed(int64_t col, int64_t row, std::optional<std::string_view> text) {
-    Cell& cell = sheet().cellForWriting(row, col);
+    // A formula's own cell is stored already; only a spill may reach new ones.
+    Cell* stored = sheet().storedCell(row, col);
+    Cell& cell = stored ? *stored : sheet().cellForWriting(row, col);
     if (!resultsChanged_ && cell.computedValue() != text) resultsChanged_ = true;
     cell.setComputedValue(text);
     forgetCell(col, row);

@@ -27,11 +27,30 @@ constexpr size_t kBatchFormulas = 4096;
 
 } // namespace
 
+namespace {
+
+// Calls f(row, col, cell) for every stored cell, row-major: a plain loop, as
+// this visits every cell of a sheet of constants too.
+template <class F> void forEachStored(const Sheet& sheet, F&& f) {
+    const int64_t rows = sheet.storedRowCount();
+    for (int64_t row = 0; row < rows; ++row) {
+        const int64_t cols = sheet.storedColumnCount(row);
+        for (int64_t col = 0; col < cols; ++col)
+            f(row, col, sheet.cell(row, col));
+    }
+}
+
+bool isPromotable(const Cell& cell) {
+    return !cell.hasFormula() && cell.value().starts_with('=');
+}
+
+} // namespace
+
 void SheetCalculator::build(bool promoteValues) {
     clearFormulas();
     size_t formulas = 0;
-    sheet().forEachStoredCell([&](int64_t, int64_t, const Cell& cell) {
-        formulas += cell.hasFormula() || (promoteValues && cell.value().starts_with('=')) ? 1 : 0;
+    forEachStored(sheet(), [&](int64_t, int64_t, const Cell& cell) {
+        formulas += cell.hasFormula() || (promoteValues && isPromotable(cell)) ? 1 : 0;
     });
     if (formulas == 0) { // nothing to promote or enter: a sheet of constants
         built_ = true;
@@ -43,8 +62,8 @@ void SheetCalculator::build(bool promoteValues) {
     if (formulas >= kParallelFormulas && std::thread::hardware_concurrency() >= 2) {
         buildInTwo(promoteValues);
     } else {
-        sheet().forEachStoredCell([&](int64_t row, int64_t col, Cell& cell) {
-            if (promoteValues) promote(cell);
+        forEachStored(sheet(), [&](int64_t row, int64_t col, const Cell& cell) {
+            if (promoteValues && isPromotable(cell)) promote(*sheet().storedCell(row, col));
             if (cell.hasFormula() && representable(col, row))
                 registerFormula(static_cast<int32_t>(col), static_cast<int32_t>(row), *cell.formula(), true);
         });
@@ -79,9 +98,9 @@ void SheetCalculator::buildInTwo(bool promoteValues) {
                 return !cancelled;
             };
             bool going = true;
-            sheet().forEachStoredCell([&](int64_t row, int64_t col, Cell& cell) {
+            forEachStored(sheet(), [&](int64_t row, int64_t col, const Cell& cell) {
                 if (!going) return;
-                if (promoteValues) promote(cell);
+                if (promoteValues && isPromotable(cell)) promote(*sheet().storedCell(row, col));
                 if (!cell.hasFormula() || !representable(col, row)) return;
                 Parsed p{static_cast<int32_t>(col), static_cast<int32_t>(row), {}, 0, 0};
                 p.readBegin = static_cast<uint32_t>(batch.reads.size());

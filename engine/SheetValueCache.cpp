@@ -1,11 +1,76 @@
 #include "engine/SheetValueCache.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace sumora {
 
+namespace {
+
+bool isDecimalDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+// The texts most cells hold, read without the general parser: "[-]digits" of
+// up to fifteen digits, and "[-]d[.ddd]e+XX", the "%g" form of a whole number,
+// when it stands for one. Both are whole numbers below 10^15, which a double
+// holds exactly, so the result is what parseStrictNumber gives for the text.
+bool readPlainWholeNumber(std::string_view text, double& number) {
+    const char* p = text.data();
+    const char* const end = p + text.size();
+    const bool negative = p != end && *p == '-';
+    if (negative) ++p;
+    int64_t whole = 0;
+    int digits = 0;
+    for (; p != end && isDecimalDigit(*p); ++p, ++digits) {
+        if (digits == 15) return false;
+        whole = whole * 10 + (*p - '0');
+    }
+    if (digits == 0) return false;
+    if (p != end) {
+        if (digits != 1) return false;
+        int fraction = 0;
+        if (*p == '.') {
+            for (++p; p != end && isDecimalDigit(*p); ++p, ++fraction) {
+                if (fraction == 14) return false;
+                whole = whole * 10 + (*p - '0');
+            }
+            if (fraction == 0) return false;
+        }
+        if (end - p != 4 || p[0] != 'e' || p[1] != '+' || !isDecimalDigit(p[2]) || !isDecimalDigit(p[3]))
+            return false;
+        const int exponent = (p[2] - '0') * 10 + (p[3] - '0');
+        if (exponent < fraction || exponent > 14) return false;
+        for (int k = fraction; k < exponent; ++k)
+            whole *= 10;
+    }
+    number = negative ? -static_cast<double>(whole) : static_cast<double>(whole);
+    return true;
+}
+
+// Whether every byte-sized tag in [first, last) is `tag`, eight at a time:
+// windows over a column of results are long runs of numbers.
+template <class Tag> bool allAre(const Tag* first, const Tag* last, Tag tag) {
+    static_assert(sizeof(Tag) == 1);
+    const uint64_t eightTags = 0x0101010101010101ull * static_cast<uint8_t>(tag);
+    for (; last - first >= 8; first += 8) {
+        uint64_t eight;
+        std::memcpy(&eight, first, sizeof eight);
+        if (eight != eightTags) return false;
+    }
+    for (; first != last; ++first)
+        if (*first != tag) return false;
+    return true;
+}
+
+} // namespace
+
 SheetValueCache::Tag SheetValueCache::decode(const Cell& cell, double& number) {
-    FormulaValue v = readCellText(cell.computedValue(), cell.value());
+    // readCellText reads the computed text when there is one, else the value.
+    const std::optional<std::string_view> computed = cell.computedValue();
+    if (readPlainWholeNumber(computed && !computed->empty() ? *computed : cell.value(), number))
+        return Tag::number;
+    FormulaValue v = readCellText(computed, cell.value());
     switch (v.kind()) {
     case FormulaValue::Kind::number:
         number = v.numberValue();
@@ -106,7 +171,7 @@ void SheetValueCache::appendNumbers(const Sheet& sheet, const RangeSpec& r, std:
         size_t i = static_cast<size_t>(row) & (kChunkRows - 1);
         size_t end = std::min(kChunkRows, i + static_cast<size_t>(lastRow - row + 1));
         // A stretch of numbers already decoded (a window over results) is one copy.
-        if (ch && std::all_of(ch->tags + i, ch->tags + end, [](Tag t) { return t == Tag::number; })) {
+        if (ch && allAre(ch->tags + i, ch->tags + end, Tag::number)) {
             out.insert(out.end(), ch->numbers + i, ch->numbers + end);
             row += static_cast<int64_t>(end - i);
             continue;

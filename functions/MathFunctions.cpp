@@ -75,9 +75,24 @@ void logSum(const std::vector<double>& numbers) {
     Log::info(message);
 }
 
+// Whether reading every argument's numbers evaluates nothing: each is a cell
+// reference or a range, read from cells, so no other call can run meanwhile.
+bool onlyReferences(const FunctionContext& c) {
+    for (size_t i = 0; i < c.argCount(); ++i)
+        if (c.argNode(i).kind != NodeKind::cellRef && c.argNode(i).kind != NodeKind::range) return false;
+    return true;
+}
+
 // SUM(number1, number2, ...) — numeric text in cells counts, other text not
 FormulaValue sum(FunctionContext& c) {
-    std::vector<double> numbers = c.resolveNumbers();
+    // A column of window sums reads a list of numbers per call: references
+    // alone cannot nest another SUM, so they share one list per thread.
+    thread_local std::vector<double> shared;
+    std::vector<double> own;
+    std::vector<double>& numbers = onlyReferences(c) ? shared : own;
+    numbers.clear();
+    for (size_t i = 0; i < c.argCount(); ++i)
+        c.appendNumbers(i, numbers);
     logSum(numbers);
     double total = 0;
     for (double x : numbers)

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/DependencyGraph.h"
 #include "engine/FormulaParser.h"
 #include "engine/FunctionDeclaration.h"
 #include "functions/BuiltinFunctions.h"
@@ -88,6 +89,10 @@ TEST(FormulaShapes, CopiesGiveTheParsersTree) {
         {{"A1 + 2.5 * B1 ^ 2 & \"\"", "A2 + 2.5 * B2 ^ 2 & \"\""}, 0},
         {{"A1 + 2.5 * B1 ^ 2", "A2 + 2.5 * B2 ^ 2", "A3+2.5*B3^2"}, 1},
         {{"A1048576+XFD1", "A1048577+XFD1", "A999999999+XFD1"}, 2},
+        // near misses of a shape met just before: other digits, other rows
+        {{"A1*2+1", "A10*2+1", "A1*2+10", "A0*2+1", "A1234567890*2+1", "A1B*2+1", "A01*2+1", "A1*2+",
+          "A1*2+1+", "A1*2+1(", "A7*2+1"},
+         3},
         // runs far longer than a reference are names, not overflowing cells
         {{"0%BBBBBBBBBBBBBBBBBBBBBBBBBBBB*A2", "0%BBBBBBBBBBBBBBBBBBBBBBBBBBBB*A3",
           "A99999999999999999999+A1"},
@@ -98,6 +103,28 @@ TEST(FormulaShapes, CopiesGiveTheParsersTree) {
         for (const std::string& f : c.formulas)
             EXPECT_EQ(parsedByShape(shapes, f), parsedAlone(f)) << f;
         EXPECT_EQ(shapes.sharedCount(), c.shared) << c.formulas.front();
+    }
+}
+
+// A shape that names nothing gives, from its rows alone, the rectangles the
+// dependency graph collects from the formula's own tree.
+TEST(FormulaShapes, ReadsOfAShapeAreTheTreesReferences) {
+    const std::vector<std::pair<std::string, bool>> cases = {
+        {"SUM(B1:B100)+C7*C7", true}, {"$A$1+SUM(A2:$B9)", true}, {"SUM(B9:B1)", true}, {"A1+TAX", false},
+        {"LET(x,A1,x*2)", false},     {"LET(x1,A1,x1*2)", true},  {"1+2", true},
+    };
+    for (const auto& [formula, onlyReferences] : cases) {
+        FormulaShapes shapes(builtinFunctions(), isWorkbookName);
+        std::vector<int32_t> rows;
+        FormulaTree alone;
+        const uint32_t shape = shapes.read(formula, rows, alone);
+        ASSERT_NE(shape, FormulaShapes::kAlone) << formula;
+        ASSERT_EQ(shapes.readsOnlyReferences(shape), onlyReferences) << formula;
+        if (!onlyReferences) continue;
+        std::vector<CellRect> fromShape, fromTree;
+        shapes.appendReads(shape, rows.data(), fromShape);
+        DependencyGraph::collectRefs(parseFormula(formula, builtinFunctions(), isWorkbookName), {}, fromTree);
+        EXPECT_EQ(fromShape, fromTree) << formula;
     }
 }
 
