@@ -111,7 +111,9 @@ class BlockWriter {
     }
 
   private:
-    struct Slot {
+    // A cache line each: the string's length changes with every byte
+    // appended, and two threads append to neighbouring slots.
+    struct alignas(64) Slot {
         std::string text;
         GridPoint stoppedAt; // where a block over kBlockBytes stopped
         bool ready = false;
