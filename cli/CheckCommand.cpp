@@ -65,7 +65,7 @@ void addCheckCommand(CLI::App& app) {
     cmd->add_option("--sheet", *sheet, "Check the formulas of this sheet only");
     cmd->add_flag("--json", *json, "Print one JSON document");
     cmd->callback([input, sheet, tolerance, json] {
-        SumoraDocument doc = openWorkbookForReport(*input, false);
+        SumoraDocument& doc = heldUntilExit(openWorkbookForReport(*input, false));
         ResultCheckOptions options;
         options.tolerance = *tolerance;
         if (!sheet->empty()) {

@@ -37,6 +37,11 @@ SumoraDocument openWorkbookForEditing(const std::string& path);
 // workbook of a readable type, recalculated or with its stored results, or
 // prints one line and ends the command with status 2.
 SumoraDocument openWorkbookForReport(const std::string& path, bool recalculate);
+// Keeps the document until the process ends and lets the exit reclaim its
+// memory: freeing millions of cells one by one just before exiting is wasted
+// time. Commands hold what they open through this; files they write are
+// closed before they return, so nothing is left unflushed.
+SumoraDocument& heldUntilExit(SumoraDocument document);
 // Writes atomically, or fails the command with the writer's message. What
 // the format will not keep is listed on stderr first; with strict saves
 // (--strict) any such loss fails the command with status 3 and nothing is

@@ -1,6 +1,7 @@
 // Opening, writing and printing of workbooks, shared by the subcommands
 // (declared in CliCommands.h). Failures print the reader's or writer's own
 // message and end the command with status 1.
+#include <deque>
 #include <iostream>
 #include <memory>
 
@@ -80,6 +81,13 @@ SumoraDocument openWorkbookForReport(const std::string& path, bool recalculate) 
         std::cerr << path << ": " << e.what() << '\n';
         throw CLI::RuntimeError(2);
     }
+}
+
+SumoraDocument& heldUntilExit(SumoraDocument document) {
+    // Never destroyed (a deque keeps references stable as it grows); still
+    // reachable through the static, so leak checkers do not report it.
+    static auto* held = new std::deque<SumoraDocument>();
+    return held->emplace_back(std::move(document));
 }
 
 namespace {

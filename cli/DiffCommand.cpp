@@ -98,8 +98,8 @@ void addDiffCommand(CLI::App& app) {
         if (aspects == 0)
             aspects = static_cast<unsigned>(DiffAspect::values) | static_cast<unsigned>(DiffAspect::formulas);
         // Contents only: nothing needs recalculating.
-        SumoraDocument a = openWorkbookForReport(*first, false);
-        SumoraDocument b = openWorkbookForReport(*second, false);
+        SumoraDocument& a = heldUntilExit(openWorkbookForReport(*first, false));
+        SumoraDocument& b = heldUntilExit(openWorkbookForReport(*second, false));
         WorkbookDiff diff = diffWorkbooks(a, b, aspects);
         if (*json)
             printJson(diff);

@@ -22,7 +22,7 @@ void addGoalSeekCommand(CLI::App& app) {
     cmd->add_option("-o,--output", *output, "File to write; its extension names the type");
     cmd->callback([input, setCell, target, changingCell, output] {
         reserveOutput(*output);
-        SumoraDocument doc = openWorkbookForEditing(*input);
+        SumoraDocument& doc = heldUntilExit(openWorkbookForEditing(*input));
         SumoraEditorView editor(doc);
         const std::string status = editor.performGoalSeek({*setCell, *target, *changingCell}).statusText;
         std::cout << status << '\n';

@@ -79,7 +79,7 @@ void addMacroCommand(CLI::App& app) {
         script << in.rdbuf();
 
         reserveOutput(*output);
-        SumoraDocument doc = openWorkbookForEditing(*input);
+        SumoraDocument& doc = heldUntilExit(openWorkbookForEditing(*input));
         SumoraEditorView editor(doc);
         editor.activeSheetIndex = 0;
         MacroRunner runner(editor);

@@ -20,18 +20,16 @@ void addRecalcCommand(CLI::App& app) {
     cmd->add_flag("--profile", *profile, "Print the slowest formulas and functions and the longest chain");
     cmd->callback([input, output, profile] {
         reserveOutput(*output);
-        SumoraDocument doc;
+        // With --profile the workbook is opened with its stored results, so
+        // that the one recalculation is the timed one; otherwise opening
+        // recalculates (and every reader yields at least one sheet).
+        SumoraDocument& doc =
+            heldUntilExit(*profile ? openWorkbookForReport(*input, false) : openWorkbookForEditing(*input));
         if (*profile) {
-            // Opened with its stored results, so that the one recalculation is the timed one.
-            doc = openWorkbookForReport(*input, false);
             RecalcProfiler profiler;
             auto start = RecalcProfiler::Clock::now();
             recalculateDocument(doc, builtinFunctions(), &profiler);
             printProfileReport(doc, profiler, RecalcProfiler::nanosecondsSince(start));
-        } else {
-            // Every reader yields at least one sheet, so this only opens and
-            // recalculates.
-            doc = openWorkbookForEditing(*input);
         }
         if (!output->empty())
             saveEditedWorkbook(doc, *output);

@@ -40,7 +40,7 @@ void addSetCommand(CLI::App& app) {
             entries.emplace_back(*at, a.substr(eq + 1));
         }
         reserveOutput(*output);
-        SumoraDocument doc = openWorkbookForEditing(*input);
+        SumoraDocument& doc = heldUntilExit(openWorkbookForEditing(*input));
         SumoraEditorView editor(doc);
         editor.localeIdentifier = *locale;
         for (const auto& [at, text] : entries)

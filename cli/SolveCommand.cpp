@@ -68,7 +68,7 @@ void addSolveCommand(CLI::App& app) {
             parsed.push_back(std::move(*constraint));
         }
         reserveOutput(*output);
-        SumoraDocument doc = openWorkbookForEditing(*input);
+        SumoraDocument& doc = heldUntilExit(openWorkbookForEditing(*input));
         SumoraEditorView editor(doc);
         const std::string status =
             editor.runSolver({*objective, *goal, *target, *variables, std::move(parsed)}).statusText;

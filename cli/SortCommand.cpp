@@ -32,7 +32,7 @@ void addSortCommand(CLI::App& app) {
             throw CLI::RuntimeError(2);
         }
         reserveOutput(*output);
-        SumoraDocument doc = openWorkbookForEditing(*input);
+        SumoraDocument& doc = heldUntilExit(openWorkbookForEditing(*input));
         SumoraEditorView editor(doc);
         if (*header) {
             editor.performMultiSort({{SortKey{*index, !*descending}}, true});

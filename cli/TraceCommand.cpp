@@ -182,7 +182,7 @@ void addTraceCommand(CLI::App& app) {
             std::cerr << "Cell " << *target << " lies outside the grid\n";
             throw CLI::RuntimeError(2);
         }
-        SumoraDocument doc = openWorkbookForReport(*input, true);
+        SumoraDocument& doc = heldUntilExit(openWorkbookForReport(*input, true));
         std::optional<size_t> sheet = arg->sheet ? doc.sheetIndex(*arg->sheet) : std::optional<size_t>(0);
         if (!sheet) {
             std::cerr << "No sheet named \"" << *arg->sheet << "\" in " << *input << '\n';

@@ -5,10 +5,12 @@
 #include <CLI/CLI.hpp>
 
 #include "cli/CliCommands.h"
+#include "cli/HugePageHeap.h"
 #include "formats/SaveInterruption.h"
 #include "values/Log.h"
 
 int main(int argc, char** argv) {
+    sumora::cli::adviseHugePageHeap();
     sumora::installSaveSignalHandlers();
     CLI::App app{"Sumora spreadsheet engine, headless"};
     app.require_subcommand(1);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <functional>
 
 #include "formats/FileErrors.h"
 #include "formats/Utf8.h"
@@ -149,75 +148,6 @@ SumoraDocument readCsvDocument(std::string_view bytes) {
     sheet.compact();
     doc.sheets.push_back(std::move(sheet));
     return doc;
-}
-
-namespace {
-
-// Bytes that make a field need quotes when written.
-constexpr std::array<bool, 256> kQuotedBytes = [] {
-    std::array<bool, 256> quoted{};
-    quoted[','] = quoted['"'] = quoted['\n'] = true;
-    return quoted;
-}();
-
-} // namespace
-
-void appendCsvField(std::string& out, std::string_view text) {
-    if (std::none_of(text.begin(), text.end(),
-                     [](char c) { return kQuotedBytes[static_cast<unsigned char>(c)]; })) {
-        out.append(text);
-        return;
-    }
-    out += '"';
-    for (char c : text) {
-        if (c == '"') out += '"';
-        out += c;
-    }
-    out += '"';
-}
-
-void writeCsv(const SumoraDocument& document, const std::function<void(std::string_view)>& sink) {
-    if (document.sheets.empty()) return;
-    const Sheet& sheet = document.sheets.front();
-    const int64_t cols = sheet.columnCount();
-    // The grid is written whole, so a sheet reaching a far cell makes a file
-    // of mostly commas: it goes out in pieces, never held in memory at once.
-    constexpr size_t kPieceBytes = size_t{1} << 20;
-    std::string out;
-    out.reserve(kPieceBytes + 4096);
-    for (int64_t r = 0; r < sheet.rowCount(); ++r) {
-        const int64_t stored = std::min(sheet.storedColumnCount(r), cols);
-        for (int64_t c = 0; c < stored; ++c) {
-            if (c > 0) out += ',';
-            appendCsvField(out, sheet.cell(r, c).displayValue());
-            if (out.size() >= kPieceBytes) {
-                sink(out);
-                out.clear();
-            }
-        }
-        // The empty fields after the last stored cell: only their commas.
-        for (int64_t left = cols - std::max<int64_t>(stored, 1); left > 0;) {
-            auto n = static_cast<size_t>(std::min<int64_t>(left, static_cast<int64_t>(kPieceBytes)));
-            out.append(n, ',');
-            left -= static_cast<int64_t>(n);
-            if (out.size() >= kPieceBytes) {
-                sink(out);
-                out.clear();
-            }
-        }
-        out += '\n';
-        if (out.size() >= kPieceBytes) {
-            sink(out);
-            out.clear();
-        }
-    }
-    if (!out.empty()) sink(out);
-}
-
-std::string writeCsv(const SumoraDocument& document) {
-    std::string out;
-    writeCsv(document, [&out](std::string_view piece) { out += piece; });
-    return out;
 }
 
 } // namespace sumora

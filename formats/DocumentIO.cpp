@@ -1,13 +1,12 @@
 #include "formats/DocumentIO.h"
 
 #include <algorithm>
-#include <fstream>
 #include <new>
-#include <sstream>
 
 #include "engine/Recalculation.h"
 #include "formats/CsvFormat.h"
 #include "formats/DocumentLock.h"
+#include "formats/FileBytes.h"
 #include "formats/FileErrors.h"
 #include "formats/FileReplacement.h"
 #include "formats/OdsFormat.h"
@@ -32,7 +31,7 @@ std::string lowerExtension(std::string_view filename) {
 // What a reader that ran out of memory reports, inside its format's message.
 constexpr std::string_view kOutOfMemoryText = "the file needs more memory than is available.";
 
-SumoraDocument openCsv(const std::string& bytes) {
+SumoraDocument openCsv(std::string_view bytes) {
     try {
         return readCsvDocument(bytes);
     } catch (const std::bad_alloc&) {
@@ -45,7 +44,7 @@ bool contains(std::string_view haystack, std::string_view needle) {
     return haystack.find(needle) != std::string_view::npos;
 }
 
-SumoraDocument openXlsx(const std::string& bytes) {
+SumoraDocument openXlsx(std::string_view bytes) {
     Log::progress("  Matched XLSX, parsing " + std::to_string(bytes.size()) + " bytes...");
     try {
         SumoraDocument doc = readXlsxDocument(bytes);
@@ -63,7 +62,7 @@ SumoraDocument openXlsx(const std::string& bytes) {
     }
 }
 
-SumoraDocument openOds(const std::string& bytes) {
+SumoraDocument openOds(std::string_view bytes) {
     try {
         SumoraDocument doc = SumoraDocument::empty();
         doc.sheets = readOdsSheets(bytes, &doc.droppedOnOpen);
@@ -95,7 +94,7 @@ std::string xlsxFailureMessage(std::string_view d) {
 namespace {
 
 // The reader's document, before any formula is calculated.
-SumoraDocument readDocument(const std::optional<std::string>& contents, std::string_view filename,
+SumoraDocument readDocument(std::optional<std::string_view> contents, std::string_view filename,
                             std::string_view contentType) {
     Log::progress("  regularFileContents size: " +
                   std::to_string(contents ? static_cast<long long>(contents->size()) : -1LL));
@@ -112,15 +111,21 @@ SumoraDocument readDocument(const std::optional<std::string>& contents, std::str
     return SumoraDocument();
 }
 
-} // namespace
-
-SumoraDocument openDocument(const std::optional<std::string>& contents, std::string_view filename,
-                            std::string_view contentType, OpenMode mode) {
+SumoraDocument openBytes(std::optional<std::string_view> contents, std::string_view filename,
+                         std::string_view contentType, OpenMode mode) {
     SumoraDocument document = readDocument(contents, filename, contentType);
     // Formulas show what their inputs produce, not the results the file saved.
     // A CSV file's cells are texts; those typed as "=…" become formulas here.
     if (mode == OpenMode::recalculated) recalculateWorkbook(document, builtinFunctions());
     return document;
+}
+
+} // namespace
+
+SumoraDocument openDocument(const std::optional<std::string>& contents, std::string_view filename,
+                            std::string_view contentType, OpenMode mode) {
+    return openBytes(contents ? std::optional<std::string_view>(*contents) : std::nullopt, filename,
+                     contentType, mode);
 }
 
 std::string documentFileContents(const SumoraDocument& document, FileType type, LossReport* losses) {
@@ -158,33 +163,14 @@ std::string_view contentTypeForPath(const std::filesystem::path& path) {
 }
 
 SumoraDocument openDocumentFile(const std::filesystem::path& path, OpenMode mode) {
-    std::optional<std::string> contents;
-    // A directory opens as a stream on Linux and reads as empty; it has no
-    // regular-file contents.
+    std::optional<FileBytes> contents = FileBytes::read(path);
     std::error_code ec;
-    std::ifstream in;
-    if (!std::filesystem::is_directory(path, ec)) in.open(path, std::ios::binary);
-    if (in.is_open()) {
-        // Read straight into the string where the size is known up front; a
-        // file that changes size meanwhile is read to its end regardless.
-        std::string bytes;
-        if (auto size = std::filesystem::file_size(path, ec); !ec && size > 0) {
-            bytes.resize(size);
-            in.read(bytes.data(), static_cast<std::streamsize>(size));
-            bytes.resize(static_cast<size_t>(in.gcount()));
-        }
-        if (!in.bad() && !in.eof()) {
-            std::ostringstream rest;
-            rest << in.rdbuf();
-            bytes += rest.str();
-        }
-        if (!in.bad()) contents = std::move(bytes);
-    }
     if (!contents && !std::filesystem::exists(path, ec))
         throw FileReadError(FileReadError::Code::noSuchFile,
                             "The file \"" + path.filename().string() +
                                 "\" couldn't be opened because there is no such file.");
-    return openDocument(contents, path.filename().string(), contentTypeForPath(path), mode);
+    return openBytes(contents ? std::optional<std::string_view>(contents->view()) : std::nullopt,
+                     path.filename().string(), contentTypeForPath(path), mode);
 }
 
 void writeFileAtomically(const std::filesystem::path& path, std::string_view bytes) {

@@ -1,6 +1,8 @@
 #include "formats/SaveLosses.h"
 
 #include <array>
+#include <exception>
+#include <thread>
 #include <unordered_map>
 
 #include "formats/XlsxSheetNames.h"
@@ -32,17 +34,23 @@ FormatKinds kindsOf(const CellFormat& f) {
     return k;
 }
 
-void count(const Sheet& sheet, Holdings& h) {
+// What the stored cells of some rows hold.
+struct CellTally {
+    int64_t formulas = 0, numberFormats = 0, borders = 0, fontsAndFills = 0;
+};
+
+CellTally tallyCells(const Sheet& sheet, int64_t firstRow, int64_t endRow) {
+    CellTally t;
     std::unordered_map<const CellFormat*, FormatKinds> kinds;
     const CellFormat* lastHandle = nullptr;
     FormatKinds last;
     // Row by row rather than through a callback: this runs before every
     // save, over every stored cell.
-    for (int64_t r = 0; r < sheet.storedRowCount(); ++r) {
+    for (int64_t r = firstRow; r < endRow; ++r) {
         const int64_t width = sheet.storedColumnCount(r);
         for (int64_t c = 0; c < width; ++c) {
             const Cell& cell = sheet.cell(r, c);
-            h.formulas += cell.hasFormula();
+            t.formulas += cell.hasFormula();
             const CellFormat* handle = cell.formatHandle();
             if (!handle) continue;
             if (handle != lastHandle) { // neighbours mostly share a format
@@ -51,11 +59,44 @@ void count(const Sheet& sheet, Holdings& h) {
                 lastHandle = handle;
                 last = it->second;
             }
-            h.numberFormats += last.numberFormat;
-            h.borders += last.border;
-            h.fontsAndFills += last.fontOrFill;
+            t.numberFormats += last.numberFormat;
+            t.borders += last.border;
+            t.fontsAndFills += last.fontOrFill;
         }
     }
+    return t;
+}
+
+// From this many stored rows the first half is tallied on a second thread.
+constexpr int64_t kRowsForTwoThreads = 20000;
+
+void count(const Sheet& sheet, Holdings& h) {
+    const int64_t rows = sheet.storedRowCount();
+    CellTally first, second;
+    if (rows >= kRowsForTwoThreads && std::thread::hardware_concurrency() >= 2) {
+        std::exception_ptr failure;
+        std::thread helper([&] {
+            try {
+                first = tallyCells(sheet, 0, rows / 2);
+            } catch (...) {
+                failure = std::current_exception();
+            }
+        });
+        try {
+            second = tallyCells(sheet, rows / 2, rows);
+        } catch (...) {
+            helper.join();
+            throw;
+        }
+        helper.join();
+        if (failure) std::rethrow_exception(failure);
+    } else {
+        first = tallyCells(sheet, 0, rows);
+    }
+    h.formulas += first.formulas + second.formulas;
+    h.numberFormats += first.numberFormats + second.numberFormats;
+    h.borders += first.borders + second.borders;
+    h.fontsAndFills += first.fontsAndFills + second.fontsAndFills;
     h.comments += static_cast<int64_t>(sheet.cellComments.size());
     h.merges += static_cast<int64_t>(sheet.mergedRegions.size());
     h.charts += static_cast<int64_t>(sheet.charts.size());

@@ -190,6 +190,40 @@ TEST(CsvWrite, WritesDisplayValuesOfTheFirstSheetOnly) {
     EXPECT_EQ(writeCsv(SumoraDocument::empty()), "");
 }
 
+TEST(CsvWrite, LargeSheetsComeOutAsTheGridReadsRowByRow) {
+    // Enough rows for the writer to split the work, ragged rows, empty rows,
+    // rows past the stored ones, and one stretch of long texts larger than
+    // the writer formats ahead at once. The expected text is built cell by
+    // cell through the logical grid.
+    SumoraDocument doc;
+    Sheet& sheet = doc.sheets[0];
+    const char* texts[] = {"7", "a,b", "say \"hi\"", "two\nlines", "\xC3\xA9t\xC3\xA9", ""};
+    for (int64_t r = 0; r < 9000; ++r)
+        for (int64_t c = 0; c < r % 7; ++c)
+            sheet.cellForWriting(r, (r + c * 3) % 30).setValue(texts[(r + c) % 6]);
+    const std::string longText(1 << 20, 'x');
+    for (int64_t r = 4000; r < 4006; ++r)
+        sheet.cellForWriting(r, 1).setValue(longText);
+    sheet.setGridSize(9500, 31);
+    std::string expected;
+    for (int64_t r = 0; r < sheet.rowCount(); ++r) {
+        for (int64_t c = 0; c < sheet.columnCount(); ++c) {
+            if (c > 0) expected += ',';
+            appendCsvField(expected, sheet.cell(r, c).displayValue());
+        }
+        expected += '\n';
+    }
+    size_t largestPiece = 0;
+    std::string written;
+    writeCsv(doc, [&](std::string_view piece) {
+        largestPiece = std::max(largestPiece, piece.size());
+        written += piece;
+    });
+    ASSERT_EQ(written.size(), expected.size());
+    EXPECT_TRUE(written == expected);
+    EXPECT_LT(largestPiece, size_t{8} << 20);
+}
+
 TEST(CsvRoundTrip, FormulasComeBackAsTheirResults) {
     SumoraDocument doc;
     doc.sheets[0].setGridSize(1, 2);

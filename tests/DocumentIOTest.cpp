@@ -9,11 +9,14 @@
 #include <csignal>
 #include <fstream>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
-#include "values/Log.h"
+#include "formats/FileBytes.h"
 #include "formats/FileErrors.h"
 #include "tests/TestSupport.h"
+#include "values/Log.h"
 
 namespace sumora {
 namespace {
@@ -175,6 +178,30 @@ TEST_F(FileOpen, ReadsByExtension) {
     EXPECT_EQ(openDocumentFile(dir_ / "in.csv").sheets[0].cell(0, 1).value(), "2");
 }
 
+TEST_F(FileOpen, BytesAreReadWholeWhateverTheSizeOrKindOfFile) {
+    // Around the size from which files are read into huge pages, and a pipe,
+    // whose size is not known before its end.
+    for (size_t size :
+         {size_t{0}, size_t{5}, (size_t{2} << 20) - 1, size_t{2} << 20, (size_t{4} << 20) + 3}) {
+        std::string text(size, 'a');
+        for (size_t i = 0; i < size; i += 4093)
+            text[i] = static_cast<char>('0' + i % 10);
+        std::optional<FileBytes> bytes = FileBytes::read(file("f.bin", text));
+        ASSERT_TRUE(bytes) << size;
+        EXPECT_TRUE(bytes->view() == text) << size;
+    }
+    const fs::path pipe = dir_ / "pipe";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    const std::string piped((size_t{3} << 20) + 7, 'p');
+    std::thread writer([&] { std::ofstream(pipe, std::ios::binary) << piped; });
+    std::optional<FileBytes> bytes = FileBytes::read(pipe);
+    writer.join();
+    ASSERT_TRUE(bytes);
+    EXPECT_EQ(bytes->view().size(), piped.size());
+    EXPECT_FALSE(FileBytes::read(dir_));
+    EXPECT_FALSE(FileBytes::read(dir_ / "absent"));
+}
+
 using AtomicSave = test::ScratchFolderTest;
 
 TEST_F(AtomicSave, WritesTheFileAndLeavesNoTemporary) {
@@ -243,7 +270,8 @@ TEST(DocumentIO, SavedFilesDoNotDependOnTheProcessLocale) {
         SumoraDocument german = openDocument(saved, name, "");
         EXPECT_EQ(german.sheets[0].columnWidths, plain.sheets[0].columnWidths) << name;
         EXPECT_EQ(german.sheets[0].cell(0, 0).displayValue(), "1.5") << name;
-        EXPECT_EQ(german.sheets[0].cell(0, 1).displayValue(), plain.sheets[0].cell(0, 1).displayValue()) << name;
+        EXPECT_EQ(german.sheets[0].cell(0, 1).displayValue(), plain.sheets[0].cell(0, 1).displayValue())
+            << name;
     }
 }
 
