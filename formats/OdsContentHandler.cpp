@@ -45,6 +45,9 @@ constexpr int64_t kMaxSpaceRun = 4096;
 constexpr int64_t kMaxCellSlots = int64_t{1} << 25;
 
 std::atomic<bool> plainCellsEnabled{true};
+// Cells of one row read before they are applied, at most: a longer row is
+// read cell by cell, so that no row's markup costs more than this in records.
+constexpr std::size_t kMaxPlainRowCells = 1024;
 
 std::optional<int64_t> integerAttribute(std::optional<std::string_view> text) {
     if (!text) return std::nullopt;
@@ -492,6 +495,7 @@ std::size_t OdsContentHandler::readPlainRow(const char* data, std::size_t size) 
     if (!used) return 0;
     std::size_t cells = 0;
     for (;;) {
+        if (cells == kMaxPlainRowCells) return 0;
         if (cells == plainCells_.size()) plainCells_.emplace_back();
         if (std::size_t length = readPlainCell(data + used, size - used, plainCells_[cells])) {
             used += length;

@@ -2,7 +2,8 @@
 // The event handler that turns an OpenDocument content part into Sheets.
 // Used whole for most parts; a big part is read in two halves at once, the
 // second half by a continuation handler whose rows the first one then takes
-// over (see OdsReader.cpp).
+// over (see OdsReader.cpp). Under the fast scanner, rows and cells of the
+// plain shape are read from the bytes without their events (OdsPlainCell.h).
 #include <atomic>
 #include <cstdint>
 #include <optional>
@@ -19,8 +20,8 @@
 
 namespace sumora::ods {
 
-// Whether handlers read plain cells without their XML events (on by
-// default); tests switch it off to compare the two ways.
+// Whether handlers read plain rows and cells without their XML events (on
+// by default); tests switch it off to compare the two ways.
 void setPlainCellsEnabled(bool enabled);
 
 class OdsContentHandler : public XmlHandler {

@@ -68,8 +68,8 @@ const char* skipBlanks(const char* p, const char* end) {
 
 // A start tag's attributes and its end; false at anything outside the plain
 // shape. Names in `known` are matched whole; `onAttribute(name, local,
-// value)` receives each attribute. `p` is left after the tag, and `empty` tells "/>"
-// from ">".
+// value)` receives each attribute. `p` is left after the tag, and `empty`
+// tells "/>" from ">".
 template <class OnAttribute>
 bool readAttributes(const char*& p, const char* end, std::span<const KnownName> known,
                     OnAttribute&& onAttribute, bool& empty) {

@@ -1,8 +1,9 @@
 #pragma once
-// The common shape of an OpenDocument table cell, read straight from the
-// bytes of the content part where the generic XML events would cost more
-// than the cell itself:
+// The common shapes of OpenDocument table rows and cells, read straight from
+// the bytes of the content part where the generic XML events would cost more
+// than the cells themselves:
 //
+//   row       := "<table:table-row" attribute* blank* ">" cell* blank* "</table:table-row>"
 //   cell      := blank* "<" name attribute* blank* ( "/>" | ">" content "</" name ">" )
 //   name      := "table:table-cell" | "table:covered-table-cell"
 //   attribute := blank+ prefix ":" [a-z-]+ "=" quoted value        prefix: table | office | calcext

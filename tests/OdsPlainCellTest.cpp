@@ -133,6 +133,12 @@ TEST(OdsPlainCell, RowsOfMixedCellsReadAsTheirEventsRead) {
     rows += "<table:table-row table:style-name=\"ro1\">\n <table:table-cell office:value-type=\"float\" "
             "office:value=\"7\"><text:p>7</text:p></table:table-cell>\n <table:table-cell/>"
             "<table:covered-table-cell table:number-columns-repeated=\"2\"/>\n</table:table-row>";
+    // Longer than a row read whole may be: its cells are read one by one.
+    rows += "<table:table-row>";
+    for (int c = 0; c < 1100; ++c)
+        rows +=
+            R"(<table:table-cell office:value-type="float" office:value=")" + std::to_string(c) + R"("/>)";
+    rows += "</table:table-row>";
     rows +=
         R"(<table:table-row table:number-rows-repeated="2"><table:table-cell office:value-type="string"><text:p>twice</text:p></table:table-cell></table:table-row>)";
     std::string content =
