@@ -145,7 +145,9 @@ SumoraDocument readCsvDocument(std::string_view bytes) {
     endLine(size);
     sheet.setGridSize(std::max<int64_t>(rows.rows(), SumoraDocument::kNewSheetRows),
                       std::max<int64_t>(rows.widest(), SumoraDocument::kNewSheetColumns));
-    sheet.compact();
+    // No compact(): every row is stored at its exact width and ends in a
+    // cell with text, so only the row list's spare capacity would go, and
+    // that is address space the reader never touched.
     doc.sheets.push_back(std::move(sheet));
     return doc;
 }

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include "formats/FileErrors.h"
 
 namespace sumora {
@@ -134,6 +136,68 @@ TEST(CsvRead, RaggedLinesArePaddedAndSizesGrowPastTheDefault) {
     EXPECT_EQ(ragged.sheets[0].columnCount(), 26);
     EXPECT_EQ(grid(ragged, 2, 4), (std::vector<Fields>{{"a", "", "", ""}, {"b", "c", "d", ""}}));
     EXPECT_TRUE(ragged.sheets[0].cell(0, 1).isDefault());
+}
+
+TEST(CsvRead, AgreesWithSplittingLinesThenParsingEachOnRandomText) {
+    // Long lines whose separators, quotes and multi-byte characters (some
+    // sharing a first byte with NEL, LS and PS) fall anywhere: the reader
+    // must match the plain definition, lines split at every separator,
+    // blank ones dropped, each parsed by parseCSVLine.
+    const std::vector<std::string> pieces = {"a",
+                                             "bc",
+                                             "1234567",
+                                             "Customer 12",
+                                             ",",
+                                             ",",
+                                             "\"",
+                                             "\n",
+                                             "\r",
+                                             "\v",
+                                             "\f",
+                                             "\xC2\x85",
+                                             "\xE2\x80\xA8",
+                                             "\xE2\x80\xA9",
+                                             "\xC2\xA0",
+                                             "\xE2\x82\xAC",
+                                             "\xC3\xA9"};
+    std::mt19937 random(17);
+    for (int round = 0; round < 300; ++round) {
+        std::string text;
+        const size_t count = random() % 300;
+        for (size_t i = 0; i < count; ++i)
+            text += pieces[random() % pieces.size()];
+        std::vector<Fields> lines;
+        size_t start = 0;
+        auto cut = [&](size_t end) {
+            if (end > start) lines.push_back(parseCSVLine(std::string_view(text).substr(start, end - start)));
+        };
+        for (size_t i = 0; i < text.size();) {
+            const std::string_view rest = std::string_view(text).substr(i);
+            size_t length = std::string_view("\n\r\v\f").find(rest[0]) != std::string_view::npos ? 1 : 0;
+            for (std::string_view separator : {"\xC2\x85", "\xE2\x80\xA8", "\xE2\x80\xA9"})
+                if (rest.starts_with(separator)) length = separator.size();
+            if (length == 0) {
+                ++i;
+                continue;
+            }
+            cut(i);
+            i += length;
+            start = i;
+        }
+        cut(text.size());
+        size_t widest = 0;
+        for (const Fields& line : lines)
+            widest = std::max(widest, line.size());
+        const SumoraDocument doc = readCsvDocument(text);
+        const Sheet& sheet = doc.sheets[0];
+        ASSERT_EQ(sheet.rowCount(), std::max<int64_t>(static_cast<int64_t>(lines.size()), 500)) << text;
+        ASSERT_EQ(sheet.columnCount(), std::max<int64_t>(static_cast<int64_t>(widest), 26)) << text;
+        for (size_t r = 0; r < lines.size(); ++r)
+            for (size_t c = 0; c < widest; ++c)
+                ASSERT_EQ(sheet.cell(static_cast<int64_t>(r), static_cast<int64_t>(c)).value(),
+                          c < lines[r].size() ? lines[r][c] : "")
+                    << text;
+    }
 }
 
 TEST(CsvRead, InvalidUtf8IsAnEncodingError) {
