@@ -5,10 +5,10 @@
 
 namespace sumora {
 
-FunctionContext::FunctionContext(FormulaEvaluator& evaluator, const FormulaTree& tree, uint32_t callNode, int depth)
+FunctionContext::FunctionContext(FormulaEvaluator& evaluator, const FormulaTree& tree, uint32_t callNode,
+                                 int depth)
     : evaluator_(evaluator), tree_(tree), callNode_(callNode), depth_(depth) {
     const FormulaNode& call = tree.node(callNode);
-    args_.reserve(call.call.argCount);
     tree.arguments(call, args_);
 }
 
@@ -46,7 +46,8 @@ void FunctionContext::appendNumbers(size_t i, std::vector<double>& out) {
         if (auto x = evaluator_.evaluate(tree_, args_[i], depth_).asNumber()) out.push_back(*x);
         return;
     }
-    if (n.kind == NodeKind::range || (n.kind == NodeKind::name && !evaluator_.variable(tree_.string(n.stringIndex)))) {
+    if (n.kind == NodeKind::range ||
+        (n.kind == NodeKind::name && !evaluator_.variable(tree_.string(n.stringIndex)))) {
         if (auto rangeSpec = reference(i)) resolver().rangeNumbers(*rangeSpec, out);
         return;
     }
@@ -62,7 +63,8 @@ void FunctionContext::appendNumbers(size_t i, std::vector<double>& out) {
 
 std::vector<double> FunctionContext::resolveNumbers() {
     std::vector<double> out;
-    for (size_t i = 0; i < args_.size(); ++i) appendNumbers(i, out);
+    for (size_t i = 0; i < args_.size(); ++i)
+        appendNumbers(i, out);
     return out;
 }
 
@@ -70,14 +72,18 @@ std::vector<FormulaValue> FunctionContext::resolveValues(size_t i) {
     std::vector<FormulaValue> out;
     if (i >= args_.size()) return out;
     const FormulaNode& n = tree_.node(args_[i]);
-    if (n.kind == NodeKind::range || (n.kind == NodeKind::name && !evaluator_.variable(tree_.string(n.stringIndex)))) {
-        if (auto rangeSpec = reference(i)) resolver().rangeValues(*rangeSpec, out);
-        else out.push_back(evaluate(i));
+    if (n.kind == NodeKind::range ||
+        (n.kind == NodeKind::name && !evaluator_.variable(tree_.string(n.stringIndex)))) {
+        if (auto rangeSpec = reference(i))
+            resolver().rangeValues(*rangeSpec, out);
+        else
+            out.push_back(evaluate(i));
         return out;
     }
     FormulaValue v = evaluate(i);
     if (v.isArray()) {
-        for (const auto& row : v.arrayRows()) out.insert(out.end(), row.begin(), row.end());
+        for (const auto& row : v.arrayRows())
+            out.insert(out.end(), row.begin(), row.end());
         return out;
     }
     out.push_back(std::move(v));
@@ -121,7 +127,8 @@ ValueRows FunctionContext::resolve2DValues(size_t i) {
     ValueRows rows;
     if (i >= args_.size()) return rows;
     const FormulaNode& n = tree_.node(args_[i]);
-    if (n.kind == NodeKind::range || (n.kind == NodeKind::name && !evaluator_.variable(tree_.string(n.stringIndex)))) {
+    if (n.kind == NodeKind::range ||
+        (n.kind == NodeKind::name && !evaluator_.variable(tree_.string(n.stringIndex)))) {
         auto rangeSpec = reference(i);
         if (!rangeSpec) return {{evaluate(i)}};
         std::vector<FormulaValue> flat;
@@ -134,8 +141,9 @@ ValueRows FunctionContext::resolve2DValues(size_t i) {
         }
         if (cols <= 0) return rows;
         for (size_t k = 0; k < flat.size(); k += static_cast<size_t>(cols))
-            rows.emplace_back(flat.begin() + static_cast<ptrdiff_t>(k),
-                              flat.begin() + static_cast<ptrdiff_t>(std::min(flat.size(), k + static_cast<size_t>(cols))));
+            rows.emplace_back(
+                flat.begin() + static_cast<ptrdiff_t>(k),
+                flat.begin() + static_cast<ptrdiff_t>(std::min(flat.size(), k + static_cast<size_t>(cols))));
         return rows;
     }
     FormulaValue v = evaluate(i);

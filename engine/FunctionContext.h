@@ -16,8 +16,31 @@
 
 namespace sumora {
 
+// A call's argument node indexes: the usual few in place, so that a call
+// allocates nothing for them; more go to the heap.
+class ArgumentIndexes {
+  public:
+    void push_back(uint32_t index) {
+        if (size_ < kInline) {
+            inline_[size_] = index;
+        } else {
+            if (size_ == kInline) more_.assign(inline_, inline_ + kInline);
+            more_.push_back(index);
+        }
+        ++size_;
+    }
+    size_t size() const { return size_; }
+    uint32_t operator[](size_t i) const { return size_ <= kInline ? inline_[i] : more_[i]; }
+
+  private:
+    static constexpr size_t kInline = 8;
+    uint32_t inline_[kInline];
+    size_t size_ = 0;
+    std::vector<uint32_t> more_;
+};
+
 class FunctionContext {
-public:
+  public:
     FunctionContext(FormulaEvaluator& evaluator, const FormulaTree& tree, uint32_t callNode, int depth);
 
     size_t argCount() const { return args_.size(); }
@@ -61,19 +84,27 @@ public:
     // First error among the values, for functions that propagate errors.
     static const FormulaValue* firstError(const std::vector<FormulaValue>& values);
 
-private:
+  private:
     FormulaEvaluator& evaluator_;
     const FormulaTree& tree_;
     uint32_t callNode_;
     int depth_;
-    std::vector<uint32_t> args_;
+    ArgumentIndexes args_;
 };
 
 // Shorthands for function bodies.
-inline FormulaValue num(double x) { return FormulaValue::number(x); }
-inline FormulaValue err(ErrorKind k) { return FormulaValue::error(k); }
-inline FormulaValue txt(std::string s) { return FormulaValue::text(std::move(s)); }
-inline FormulaValue boolean(bool b) { return FormulaValue::boolean(b); }
+inline FormulaValue num(double x) {
+    return FormulaValue::number(x);
+}
+inline FormulaValue err(ErrorKind k) {
+    return FormulaValue::error(k);
+}
+inline FormulaValue txt(std::string s) {
+    return FormulaValue::text(std::move(s));
+}
+inline FormulaValue boolean(bool b) {
+    return FormulaValue::boolean(b);
+}
 // A numeric result, or "#NUM!" when it is not finite.
 FormulaValue finiteOrNumError(double x);
 

@@ -25,18 +25,22 @@ namespace {
 constexpr size_t kParallelFormulas = 20000;
 constexpr size_t kBatchFormulas = 4096;
 
-} // namespace
-
-namespace {
-
 // Calls f(row, col, cell) for every stored cell, row-major: a plain loop, as
-// this visits every cell of a sheet of constants too.
+// this visits every cell of a sheet of constants too. A row's stored cells
+// are walked as the array they are, checked once per row.
 template <class F> void forEachStored(const Sheet& sheet, F&& f) {
     const int64_t rows = sheet.storedRowCount();
     for (int64_t row = 0; row < rows; ++row) {
         const int64_t cols = sheet.storedColumnCount(row);
-        for (int64_t col = 0; col < cols; ++col)
-            f(row, col, sheet.cell(row, col));
+        if (cols == 0) continue;
+        const Cell* first = &sheet.cell(row, 0);
+        if (&sheet.cell(row, cols - 1) == first + (cols - 1)) {
+            for (int64_t col = 0; col < cols; ++col)
+                f(row, col, first[col]);
+        } else {
+            for (int64_t col = 0; col < cols; ++col)
+                f(row, col, sheet.cell(row, col));
+        }
     }
 }
 

@@ -2,9 +2,11 @@
 // workbook (numbers, texts, an error text, a second sheet and a named range);
 // nothing may crash, hang or read out of bounds. Also runs parseCellRef, and
 // parses the text twice through FormulaShapes (the second time as a copy of
-// the first's tree).
+// the first's tree), then the text with every digit changed, which is of the
+// same shape or a near miss of it (a row 0, a leading zero).
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "document/SumoraDocument.h"
@@ -62,6 +64,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         FormulaShapes shapes(builtinFunctions(), isName);
         (void)shapes.parse(text);
         (void)shapes.parse(text);
+        std::string shifted(text);
+        for (char& c : shifted)
+            if (c >= '0' && c <= '9') c = c == '9' ? '0' : static_cast<char>(c + 1);
+        (void)shapes.parse(shifted);
     } catch (const FormulaParseError&) {
     }
     try {
