@@ -1,24 +1,16 @@
 // Table cells read straight from the bytes: which shapes are taken, and
 // that taking them changes nothing — the same sheets as the XML events give,
-// for hand-written rows cut into pieces anywhere and for every corpus file.
+// for hand-written rows cut into pieces anywhere. XmlScannerCorpus does the
+// same for every corpus file (expat never takes the plain path).
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-
-#include "formats/DocumentIO.h"
-#include "formats/FileErrors.h"
 #include "formats/OdsContentHandler.h"
 #include "formats/OdsPlainCell.h"
 #include "formats/XmlScanner.h"
-#include "values/Log.h"
 
 namespace sumora {
 namespace {
 
-namespace fs = std::filesystem;
 using ods::PlainCell;
 
 struct ShapeCase {
@@ -158,56 +150,6 @@ TEST(OdsPlainCell, RowsOfMixedCellsReadAsTheirEventsRead) {
         plain[0].id = byEvents[0].id;
         EXPECT_TRUE(plain[0] == byEvents[0]) << "pieces of " << piece;
     }
-}
-
-// The sheets of one file as opened, or the message of the failure.
-struct Outcome {
-    std::vector<Sheet> sheets;
-    std::vector<std::string> dropped;
-    std::string error;
-};
-
-Outcome open(const std::string& bytes, const fs::path& path, bool plainCells) {
-    ods::setPlainCellsEnabled(plainCells);
-    Outcome outcome;
-    try {
-        SumoraDocument doc =
-            openDocument(bytes, path.filename().string(), contentTypeForPath(path), OpenMode::asStored);
-        outcome.sheets = std::move(doc.sheets);
-        outcome.dropped = std::move(doc.droppedOnOpen);
-    } catch (const FileReadError& e) {
-        outcome.error = e.what();
-    }
-    ods::setPlainCellsEnabled(true);
-    return outcome;
-}
-
-TEST(OdsPlainCellCorpus, EverySpreadsheetReadsAsItsEventsRead) {
-    fs::path root = SUMORA_CORPUS_DIR;
-    if (!fs::is_directory(root)) GTEST_SKIP() << "no corpus at " << root;
-    bool wasLogging = Log::enabled();
-    Log::setEnabled(false);
-    int compared = 0;
-    for (const auto& entry : fs::recursive_directory_iterator(root)) {
-        std::string ext = entry.path().extension().string();
-        std::transform(ext.begin(), ext.end(), ext.begin(), [](unsigned char c) { return std::tolower(c); });
-        if (!entry.is_regular_file() || ext != ".ods") continue;
-        std::ifstream in(entry.path(), std::ios::binary);
-        std::ostringstream bytes;
-        bytes << in.rdbuf();
-        Outcome byEvents = open(bytes.str(), entry.path(), false);
-        Outcome plain = open(bytes.str(), entry.path(), true);
-        ++compared;
-        EXPECT_EQ(plain.error, byEvents.error) << entry.path();
-        EXPECT_EQ(plain.dropped, byEvents.dropped) << entry.path();
-        ASSERT_EQ(plain.sheets.size(), byEvents.sheets.size()) << entry.path();
-        for (size_t i = 0; i < byEvents.sheets.size(); ++i) {
-            plain.sheets[i].id = byEvents.sheets[i].id;
-            EXPECT_TRUE(plain.sheets[i] == byEvents.sheets[i]) << entry.path() << " sheet " << i;
-        }
-    }
-    Log::setEnabled(wasLogging);
-    EXPECT_GT(compared, 0);
 }
 
 } // namespace
