@@ -47,15 +47,17 @@ Cell& Sheet::cellForWriting(int64_t row, int64_t col) {
     if (row < 0 || col < 0) throw std::out_of_range("A cell position cannot be negative.");
     growTo(row + 1, col + 1);
     Row& r = rowForWriting(row);
-    auto need = static_cast<size_t>(col) + 1;
-    if (r.size() < need) {
-        // Narrow rows grow exactly (a row of ten numbers holds ten cells, not
-        // sixteen); wide rows grow geometrically to keep appends linear.
-        if (r.capacity() < need)
-            r.reserve(need <= 32 ? need : std::max(need, r.capacity() + r.capacity() / 2));
-        r.resize(need);
-    }
-    return r[static_cast<size_t>(col)];
+    const auto at = static_cast<size_t>(col);
+    if (at < r.size()) return r[at];
+    // Readers append a row's cells in order into a reserved row: one cell
+    // made in place, without resize's general path.
+    if (at == r.size() && at < r.capacity()) return r.emplace_back();
+    // Narrow rows grow exactly (a row of ten numbers holds ten cells, not
+    // sixteen); wide rows grow geometrically to keep appends linear.
+    const size_t need = at + 1;
+    if (r.capacity() < need) r.reserve(need <= 32 ? need : std::max(need, r.capacity() + r.capacity() / 2));
+    r.resize(need);
+    return r[at];
 }
 
 void Sheet::setCell(int64_t row, int64_t col, Cell cell) {

@@ -187,7 +187,8 @@ void WorksheetHandler::applyCell(const CellMarkup& markup) {
     openCell(markup.cell);
     if (markup.valued) {
         hasValue_ = true;
-        value_.append(markup.value);
+        lentValue_ = markup.value;
+        valueLent_ = true;
     }
     if (markup.formulated) {
         openFormula(markup.formula);

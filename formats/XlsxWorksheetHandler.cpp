@@ -298,6 +298,7 @@ void WorksheetHandler::openCell(const CellStart& start) {
     if (!start.positioned && role_ == Role::continuation && currentRow_ < 0) throw SplitMismatch();
     unaddressable_ = start.positioned && !position_;
     value_.clear();
+    valueLent_ = false;
     inline_.clear();
     formula_.clear();
     hasValue_ = hasInline_ = hasFormula_ = false;
@@ -424,28 +425,39 @@ std::string_view WorksheetHandler::resolvedText() {
     switch (kind_) {
     case ValueKind::sharedString: {
         if (!hasValue_) return {};
-        auto index = smallInteger(value_);
+        auto index = smallInteger(valueText());
         if (context_.sharedStrings && index && *index >= 0 &&
             static_cast<size_t>(*index) < context_.sharedStrings->size())
             return (*context_.sharedStrings)[static_cast<size_t>(*index)];
-        return value_; // the raw index, as the file has it
+        return valueText(); // the raw index, as the file has it
     }
     case ValueKind::inlineString:
-        if (!hasInline_) return value_;
+        if (!hasInline_) return valueText();
         decodeOoxmlEscapes(inline_);
         return inline_;
     case ValueKind::boolean:
-        if (!hasValue_ || value_.empty()) return {};
-        return parseBoolean(value_).value_or(false) ? "TRUE" : "FALSE";
+        if (!hasValue_ || valueText().empty()) return {};
+        return parseBoolean(valueText()).value_or(false) ? "TRUE" : "FALSE";
     case ValueKind::formulaString:
-        decodeOoxmlEscapes(value_);
+        decodeOoxmlEscapes(ownedValue());
         return value_;
     case ValueKind::date:
-        if (auto serial = serialTextFromIsoDate(value_)) value_ = *serial;
-        return value_;
+        if (auto serial = serialTextFromIsoDate(valueText())) {
+            value_ = *serial;
+            valueLent_ = false;
+        }
+        return valueText();
     case ValueKind::error:
     case ValueKind::number:
-        return value_;
+        return valueText();
+    }
+    return valueText();
+}
+
+std::string& WorksheetHandler::ownedValue() {
+    if (valueLent_) {
+        value_.assign(lentValue_);
+        valueLent_ = false;
     }
     return value_;
 }

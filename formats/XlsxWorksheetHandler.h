@@ -134,6 +134,11 @@ class WorksheetHandler : public XmlHandler {
     bool readRow(XmlElementCursor& in);
     void endCell();
     std::string_view resolvedText();
+    // The text of <v>: lent straight from the markup by the fast path (valid
+    // until its endCell), copied into value_ by the events.
+    std::string_view valueText() const { return valueLent_ ? lentValue_ : std::string_view(value_); }
+    // value_ holding that text, for the kinds rewritten in place.
+    std::string& ownedValue();
     std::string_view shiftedFrom1904(std::string_view text);
     std::optional<std::string> formulaFor(CellPosition at);
     const SharedFormula* usableMaster(int64_t sharedIndex) const;
@@ -163,6 +168,8 @@ class WorksheetHandler : public XmlHandler {
     ValueKind kind_ = ValueKind::number;
     int64_t style_ = -1;
     std::string value_, inline_, formula_;
+    std::string_view lentValue_;
+    bool valueLent_ = false;
     bool inValue_ = false, inFormula_ = false, inText_ = false, inInline_ = false;
     bool hasValue_ = false, hasInline_ = false, hasFormula_ = false;
     int phoneticDepth_ = 0;

@@ -292,7 +292,8 @@ TEST(XlsxScanned, CellsReadFromTheMarkupReadAsTheirEvents) {
         // Value kinds.
         R"(<row r="1"><c r="A1"><v>1.5</v></c><c r="B1" t="s"><v>7</v></c><c r="C1" t="b"><v>1</v></c>)"
         R"(<c r="D1" t="e"><v>#N/A</v></c><c r="E1" t="str"><v>x_x000D_y</v></c>)"
-        R"(<c r="F1" t="d"><v>2024-02-29T12:00:00</v></c><c r="G1" t="n"><v></v></c></row>)",
+        R"(<c r="F1" t="d"><v>2024-02-29T12:00:00</v></c><c r="G1" t="n"><v></v></c></row>)"
+        R"(<row r="2"><c r="A2" t="d"><v>no date</v></c><c r="B2" t="s"><v>99999</v></c><c r="C2" t="b"><v/></c></row>)",
         // Formulas, their results before or after them, empty results.
         R"(<row r="1"><c r="A1"><f>SUM(B1:B2)</f><v>3</v></c><c r="B1"><v>1</v><f>_xlfn.CONCAT("a",'b')</f></c>)"
         R"(<c r="C1"><f>1+1</f><v/></c><c r="D1" t="str"><f>"a"</f><v></v></c><c r="E1"><f/></c></row>)",
