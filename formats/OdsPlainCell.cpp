@@ -56,14 +56,8 @@ bool take(const char*& p, const char* end, std::string_view literal) {
     return true;
 }
 
-bool isBlank(char c) {
-    return c == ' ' || c == '\n' || c == '\t';
-}
-
 const char* skipBlanks(const char* p, const char* end) {
-    while (p < end && isBlank(*p))
-        ++p;
-    return p;
+    return xml::skipClass(p, end, xml::kBlank);
 }
 
 // A start tag's attributes and its end; false at anything outside the plain
@@ -133,8 +127,7 @@ bool readAttributes(const char*& p, const char* end, std::span<const KnownName> 
         if (p == end || (*p != '"' && *p != '\'')) return false;
         const char quote = *p++;
         const char* valueBegin = p;
-        while (p < end && xml::hasClass(*p, xml::kPlainValue))
-            ++p;
+        p = xml::skipClass(p, end, xml::kPlainValue);
         if (p == end || *p != quote) return false;
         onAttribute(name, local, std::string_view(valueBegin, static_cast<std::size_t>(p - valueBegin)));
         ++p;
@@ -168,8 +161,7 @@ std::size_t readPlainCell(const char* data, std::size_t size, PlainCell& cell) {
         if (take(p, end, "<text:p/>")) continue;
         if (!take(p, end, "<text:p>")) return 0;
         const char* text = p;
-        while (p < end && xml::hasClass(*p, xml::kPlainText))
-            ++p;
+        p = xml::skipClass(p, end, xml::kPlainText);
         paragraph = std::string_view(text, static_cast<std::size_t>(p - text));
         if (!take(p, end, "</text:p>")) return 0;
     }

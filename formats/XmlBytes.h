@@ -35,4 +35,11 @@ inline bool hasClass(char c, unsigned char bits) {
     return kByteClasses[static_cast<unsigned char>(c)] & bits;
 }
 
+// The first byte from `p` on (or `end`) outside the classes `bits`.
+inline const char* skipClass(const char* p, const char* end, unsigned char bits) {
+    while (p < end && hasClass(*p, bits))
+        ++p;
+    return p;
+}
+
 } // namespace sumora::xml

@@ -50,15 +50,13 @@ class XmlElementCursor {
         const char* p = blanksFrom(p_ + 1);
         if (p >= end_ || !xml::hasClass(*p, xml::kNameStart)) return false;
         const char* nameBegin = p;
-        while (p < end_ && xml::hasClass(*p, xml::kNameChar))
-            ++p;
+        p = xml::skipClass(p, end_, xml::kNameChar);
         const char* nameEnd = p;
         if (end_ - p < 2 || p[0] != '=' || (p[1] != '"' && p[1] != '\'')) return false;
         const char quote = p[1];
         p += 2;
         const char* valueBegin = p;
-        while (p < end_ && xml::hasClass(*p, xml::kPlainValue))
-            ++p;
+        p = xml::skipClass(p, end_, xml::kPlainValue);
         if (p >= end_ || *p != quote) return false;
         name = std::string_view(nameBegin, static_cast<std::size_t>(nameEnd - nameBegin));
         value = std::string_view(valueBegin, static_cast<std::size_t>(p - valueBegin));
@@ -96,9 +94,7 @@ class XmlElementCursor {
 
     // Plain text up to the next "<" (possibly none).
     bool text(std::string_view& out) {
-        const char* p = p_;
-        while (p < end_ && xml::hasClass(*p, xml::kPlainText))
-            ++p;
+        const char* p = xml::skipClass(p_, end_, xml::kPlainText);
         if (p >= end_ || *p != '<') return false;
         out = std::string_view(p_, static_cast<std::size_t>(p - p_));
         p_ = p;
@@ -109,11 +105,7 @@ class XmlElementCursor {
     void rewind(std::size_t offset) { p_ = begin_ + offset; }
 
   private:
-    const char* blanksFrom(const char* p) const {
-        while (p < end_ && xml::hasClass(*p, xml::kBlank))
-            ++p;
-        return p;
-    }
+    const char* blanksFrom(const char* p) const { return xml::skipClass(p, end_, xml::kBlank); }
 
     const char* begin_;
     const char* p_;

@@ -33,17 +33,22 @@ struct Transcript : XmlHandler {
     void characters(std::string_view text) override { events.append("'").append(text); }
 };
 
-// The scanner's events for `document` read in place in pieces of `piece`
-// bytes; nothing when it refuses the document.
+// Feeds `document` to `scanner` in place, in pieces of `piece` bytes, and finishes.
+void feedInPieces(XmlScanner& scanner, std::string_view document, size_t piece) {
+    for (size_t at = 0; at < document.size(); at += piece) {
+        std::string chunk(document.substr(at, piece));
+        scanner.feedWritable(chunk.data(), chunk.size());
+    }
+    scanner.finish();
+}
+
+// The scanner's events for `document` read in pieces of `piece` bytes;
+// nothing when it refuses the document.
 std::optional<std::string> scannedInPieces(std::string_view document, size_t piece) {
     Transcript transcript;
     XmlScanner scanner(transcript);
     try {
-        for (size_t at = 0; at < document.size(); at += piece) {
-            std::string chunk(document.substr(at, piece));
-            scanner.feedWritable(chunk.data(), chunk.size());
-        }
-        scanner.finish();
+        feedInPieces(scanner, document, piece);
     } catch (const XmlScanner::Unsupported&) {
         return std::nullopt;
     }
@@ -56,11 +61,7 @@ std::optional<std::vector<Sheet>> sheetsInPieces(std::string_view document, size
     ods::OdsContentHandler handler;
     XmlScanner scanner(handler);
     try {
-        for (size_t at = 0; at < document.size(); at += piece) {
-            std::string chunk(document.substr(at, piece));
-            scanner.feedWritable(chunk.data(), chunk.size());
-        }
-        scanner.finish();
+        feedInPieces(scanner, document, piece);
     } catch (...) {
         return std::nullopt;
     }
