@@ -12,6 +12,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <thread>
 
 #include "formats/CsvFormat.h"
@@ -100,7 +101,12 @@ class BlockWriter {
           blocks_(static_cast<size_t>((rows + rowsPerBlock - 1) / rowsPerBlock)) {}
 
     void write(const std::function<void(std::string_view)>& sink) {
-        std::thread helper([this] { help(); });
+        std::thread helper;
+        try {
+            helper = std::thread([this] { help(); });
+        } catch (const std::system_error&) {
+            // No thread to be had: the calling thread formats every block.
+        }
         try {
             writeInOrder(sink);
         } catch (...) {
@@ -196,7 +202,7 @@ class BlockWriter {
             stopping_ = true;
             changed_.notify_all();
         }
-        helper.join();
+        if (helper.joinable()) helper.join();
     }
 
     const RowFormatter& formatter_;

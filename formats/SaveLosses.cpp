@@ -2,6 +2,7 @@
 
 #include <array>
 #include <exception>
+#include <system_error>
 #include <thread>
 #include <unordered_map>
 
@@ -75,20 +76,25 @@ void count(const Sheet& sheet, Holdings& h) {
     CellTally first, second;
     if (rows >= kRowsForTwoThreads && std::thread::hardware_concurrency() >= 2) {
         std::exception_ptr failure;
-        std::thread helper([&] {
-            try {
-                first = tallyCells(sheet, 0, rows / 2);
-            } catch (...) {
-                failure = std::current_exception();
-            }
-        });
+        std::thread helper;
+        try {
+            helper = std::thread([&] {
+                try {
+                    first = tallyCells(sheet, 0, rows / 2);
+                } catch (...) {
+                    failure = std::current_exception();
+                }
+            });
+        } catch (const std::system_error&) {
+            first = tallyCells(sheet, 0, rows / 2); // no thread to be had
+        }
         try {
             second = tallyCells(sheet, rows / 2, rows);
         } catch (...) {
-            helper.join();
+            if (helper.joinable()) helper.join();
             throw;
         }
-        helper.join();
+        if (helper.joinable()) helper.join();
         if (failure) std::rethrow_exception(failure);
     } else {
         first = tallyCells(sheet, 0, rows);
