@@ -16,7 +16,6 @@
 // real errors the way a whole read does.
 #include <atomic>
 #include <cmath>
-#include <cstring>
 #include <exception>
 #include <stdexcept>
 #include <system_error>
@@ -26,6 +25,7 @@
 #include "formats/OdsContentHandler.h"
 #include "formats/OdsFormat.h"
 #include "formats/OdsReader.h"
+#include "formats/StreamCut.h"
 #include "formats/XmlScanner.h"
 #include "formats/ZipArchive.h"
 #include "values/Log.h"
@@ -39,81 +39,6 @@ using ods::OdsContentHandler;
 constexpr std::string_view kContentPart = "content.xml";
 // Parts smaller than this (decompressed, as declared) are read whole.
 constexpr uint64_t kSplitThreshold = uint64_t{8} << 20;
-
-// Cuts a stream that arrives in pieces at the first occurrence of any of a
-// few needles starting at or after a given offset. Bytes before the cut and
-// from the cut on are handed on in order; the last bytes of each piece that
-// could begin a needle are held back until it is known on which side they
-// fall.
-class StreamCut {
-  public:
-    StreamCut(std::vector<std::string_view> needles, uint64_t from)
-        : needles_(std::move(needles)), from_(from) {
-        for (std::string_view n : needles_)
-            longest_ = std::max(longest_, n.size());
-    }
-
-    bool found() const { return found_; }
-
-    template <class Before, class After> void feed(std::string_view chunk, Before&& before, After&& after) {
-        if (found_) return after(chunk);
-        // A match that begins in the held bytes and ends in this piece.
-        if (!held_.empty()) {
-            std::string probe = held_ + std::string(chunk.substr(0, longest_ - 1));
-            if (auto at = search(probe, 0, offset_); at && *at < held_.size()) {
-                before(std::string_view(held_).substr(0, *at));
-                found_ = true;
-                after(std::string_view(held_).substr(*at));
-                held_.clear();
-                return after(chunk);
-            }
-        }
-        uint64_t chunkStart = offset_ + held_.size();
-        if (auto at = search(chunk, 0, chunkStart)) {
-            before(held_);
-            held_.clear();
-            before(chunk.substr(0, *at));
-            found_ = true;
-            return after(chunk.substr(*at));
-        }
-        before(held_);
-        size_t keep = std::min(chunk.size(), longest_ - 1);
-        before(chunk.substr(0, chunk.size() - keep));
-        held_.assign(chunk.substr(chunk.size() - keep));
-        offset_ = chunkStart + chunk.size() - keep;
-    }
-
-    // The end of the stream: held bytes lie before a cut that never came.
-    template <class Before> void finish(Before&& before) {
-        if (!found_) before(held_);
-        held_.clear();
-    }
-
-  private:
-    // The earliest needle in `text` (whose first byte is at stream offset
-    // `base`) that starts at or after from_.
-    std::optional<size_t> search(std::string_view text, size_t start, uint64_t base) const {
-        if (from_ > base)
-            start =
-                std::max<size_t>(start, static_cast<size_t>(std::min<uint64_t>(from_ - base, text.size())));
-        std::optional<size_t> best;
-        for (std::string_view needle : needles_) {
-            if (start >= text.size()) break;
-            const void* hit = memmem(text.data() + start, text.size() - start, needle.data(), needle.size());
-            if (!hit) continue;
-            size_t at = static_cast<size_t>(static_cast<const char*>(hit) - text.data());
-            if (!best || at < *best) best = at;
-        }
-        return best;
-    }
-
-    std::vector<std::string_view> needles_;
-    size_t longest_ = 1;
-    uint64_t from_;
-    uint64_t offset_ = 0; // stream offset of held_[0]
-    std::string held_;
-    bool found_ = false;
-};
 
 // Where a row begins; the cut lies before one.
 const std::vector<std::string_view> kRowStarts = {"<table:table-row ", "<table:table-row>"};

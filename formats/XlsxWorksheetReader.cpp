@@ -16,12 +16,12 @@
 
 #include <charconv>
 #include <cmath>
-#include <cstring>
 #include <exception>
 #include <system_error>
 #include <thread>
 
 #include "document/Sheet.h"
+#include "formats/StreamCut.h"
 #include "formats/XlsxText.h"
 #include "formats/XlsxWorksheetHandler.h"
 #include "formats/XmlScanner.h"
@@ -35,78 +35,6 @@ namespace {
 constexpr uint64_t kCutPercent = 56;
 constexpr std::string_view kRowStart = "<row ";
 constexpr std::string_view kSheetDataEnd = "</sheetData>";
-
-// Cuts a stream that arrives in pieces at the first occurrence of a needle
-// starting at or after a given offset. Bytes before the cut and from the
-// cut on are handed on in order; the last needle-length − 1 bytes of each
-// piece are held back until it is known on which side they fall.
-class StreamCut {
-  public:
-    StreamCut(std::string_view needle, uint64_t from) : needle_(needle), from_(from) {}
-
-    bool found() const { return found_; }
-
-    template <class Before, class After> void feed(std::string_view chunk, Before&& before, After&& after) {
-        if (found_) return after(chunk);
-        // A match that begins in the held bytes and ends in this piece.
-        if (!held_.empty()) {
-            std::string probe = held_ + std::string(chunk.substr(0, needle_.size() - 1));
-            for (size_t at = probe.find(needle_); at != std::string::npos && at < held_.size();
-                 at = probe.find(needle_, at + 1)) {
-                if (offset_ + at < from_) continue;
-                before(std::string_view(held_).substr(0, at));
-                found_ = true;
-                after(std::string_view(held_).substr(at));
-                held_.clear();
-                return after(chunk);
-            }
-        }
-        uint64_t chunkStart = offset_ + held_.size();
-        size_t searchFrom = from_ > chunkStart
-                                ? static_cast<size_t>(std::min<uint64_t>(from_ - chunkStart, chunk.size()))
-                                : 0;
-        if (auto at = search(chunk, searchFrom)) {
-            before(held_);
-            held_.clear();
-            before(chunk.substr(0, *at));
-            found_ = true;
-            return after(chunk.substr(*at));
-        }
-        size_t keep = needle_.size() - 1;
-        if (chunk.size() >= keep) {
-            before(held_);
-            before(chunk.substr(0, chunk.size() - keep));
-            held_.assign(chunk.substr(chunk.size() - keep));
-        } else {
-            // A piece shorter than the needle: what is held may still begin a match.
-            std::string all = held_ + std::string(chunk);
-            size_t hold = std::min(all.size(), keep);
-            before(std::string_view(all).substr(0, all.size() - hold));
-            held_ = all.substr(all.size() - hold);
-        }
-        offset_ = chunkStart + chunk.size() - held_.size();
-    }
-
-    // The end of the stream: held bytes lie before a cut that never came.
-    template <class Before> void finish(Before&& before) {
-        if (!found_) before(held_);
-        held_.clear();
-    }
-
-  private:
-    std::optional<size_t> search(std::string_view chunk, size_t from) const {
-        if (from >= chunk.size()) return std::nullopt;
-        const void* hit = memmem(chunk.data() + from, chunk.size() - from, needle_.data(), needle_.size());
-        if (!hit) return std::nullopt;
-        return static_cast<size_t>(static_cast<const char*>(hit) - chunk.data());
-    }
-
-    std::string_view needle_;
-    uint64_t from_;
-    uint64_t offset_ = 0; // stream offset of held_[0]
-    std::string held_;
-    bool found_ = false;
-};
 
 struct Stop {};
 
@@ -126,8 +54,8 @@ void readSecondHalf(const WorksheetContext& context, std::string_view path, uint
         half.handler.emplace(context, half.sheet, WorksheetHandler::Role::continuation);
         XmlReader xml(*half.handler);
         xml.feed("<worksheet><sheetData>");
-        StreamCut toRows(kRowStart, cutFrom);
-        StreamCut toEnd(kSheetDataEnd, 0);
+        StreamCut toRows({kRowStart}, cutFrom);
+        StreamCut toEnd({kSheetDataEnd}, 0);
         auto rows = [&](std::string_view piece) {
             if (!piece.empty()) xml.feed(piece);
         };
@@ -207,7 +135,7 @@ bool readInHalves(ZipReader& archive, std::string_view path, uint64_t declaredSi
     bool fits = false;
     try {
         XmlReader xml(first);
-        StreamCut cut(kRowStart, cutFrom);
+        StreamCut cut({kRowStart}, cutFrom);
         auto parse = [&](std::string_view piece) {
             if (!piece.empty()) xml.feed(piece);
         };
