@@ -10,6 +10,7 @@
 
 #include "document/ColumnLetters.h"
 #include "document/Sheet.h"
+#include "document/StorageAhead.h"
 #include "formats/OutlineLevels.h"
 #include "formats/XlsxColors.h"
 #include "formats/XlsxPackage.h"
@@ -34,6 +35,11 @@ constexpr size_t kMaxSharedFormulaLength = 16384;
 constexpr size_t kMaxOpenArrays = 1024;
 // Rows are preallocated for at most this many cells from a size hint.
 constexpr int64_t kMaxReservedColumns = 256;
+// Rows between two hints of the storage the next rows will take, and how
+// many rows ahead a hint reaches: far enough for the pages to be ready
+// before the reader gets there.
+constexpr int64_t kRowsPerStorageHint = 2048;
+constexpr int64_t kRowsOfStorageAhead = 16384;
 // A stored row takes at least this many bytes of the part ("<row><c><v>1</v></c></row>"
 // is 26), so a `dimension` claiming more rows than the part can hold is not
 // believed beyond that.
@@ -407,9 +413,13 @@ Cell& WorksheetHandler::writableCell(CellPosition at) {
         nextRow_ = row + 1;
         rowReserved_ = false;
     }
+    bool hintDue = false;
+    int64_t width = 0;
     if (!rowReserved_) {
         rowReserved_ = true;
-        sheet_.reserveRow(row, std::max(expectedWidth_, std::min(col + 1, kMaxReservedColumns)));
+        width = std::max(expectedWidth_, std::min(col + 1, kMaxReservedColumns));
+        sheet_.reserveRow(row, width);
+        hintDue = ++reservedRows_ % kRowsPerStorageHint == 0;
     }
     rowWidth_ = std::max(rowWidth_, col + 1);
     if (cellSlots_ + rowWidth_ > kMaxCellSlots)
@@ -417,7 +427,14 @@ Cell& WorksheetHandler::writableCell(CellPosition at) {
                                  " cells, more than can be opened.");
     usedRows_ = std::max(usedRows_, row + 1);
     usedCols_ = std::max(usedCols_, col + 1);
-    return sheet_.cellForWriting(row, col);
+    Cell& cell = sheet_.cellForWriting(row, col);
+    if (hintDue) {
+        // The next rows' cells, as wide as this one, as far as the dimension
+        // still claims rows: no hint at all without a dimension.
+        const int64_t ahead = std::min(kRowsOfStorageAhead, claimedRows_ - row - 1);
+        if (ahead > 0) expectStorage(&cell, static_cast<size_t>(ahead * width) * sizeof(Cell));
+    }
+    return cell;
 }
 
 // The cell's text for `value` (constants) or `computedValue` (formulas).
@@ -556,6 +573,7 @@ void WorksheetHandler::dimension(const XmlAttributes& a) {
     uint64_t rows = std::min<uint64_t>(static_cast<uint64_t>(area->endRow) + 1, partBytes_ / kMinRowBytes);
     rows = std::min<uint64_t>(rows, kMaxRows);
     if (rows > 1) sheet_.reserveRow(static_cast<int64_t>(rows) - 1, 1);
+    claimedRows_ = static_cast<int64_t>(rows);
 }
 
 void WorksheetHandler::startInValidation(std::string_view name) {

@@ -184,6 +184,9 @@ class WorksheetHandler : public XmlHandler {
     int64_t currentRow_ = -1, nextRow_ = 0, nextCol_ = 0;
     int64_t expectedWidth_ = 1, rowWidth_ = 0, cellSlots_ = 0;
     bool rowReserved_ = false;
+    // Rows the dimension claims, and rows reserved so far: what the storage
+    // hints go by.
+    int64_t claimedRows_ = 0, reservedRows_ = 0;
     int64_t usedRows_ = 0, usedCols_ = 0;
     int64_t countedTextBytes_ = 0;
     uint64_t partBytes_ = 0;

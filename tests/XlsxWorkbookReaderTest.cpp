@@ -7,6 +7,7 @@
 
 #include <atomic>
 
+#include "document/StorageAhead.h"
 #include "formats/XlsxSanitizer.h"
 #include "formats/XlsxSharedStringsReader.h"
 #include "formats/XlsxUnits.h"
@@ -390,6 +391,48 @@ TEST(XlsxUnits, WidthsAndHeightsSurviveAWriteAndARead) {
     }
     EXPECT_EQ(xlsx::columnPixelsFromWidth(8.43), 64.0); // the usual default column
     EXPECT_EQ(xlsx::rowPixelsFromPoints(15), 20.0);
+}
+
+// ---------------------------------------------------------------------------
+// Hints of the storage the next rows take
+
+std::vector<size_t> storageHints;
+void recordHint(const void*, size_t bytes) {
+    storageHints.push_back(bytes);
+}
+
+// A reader hints only as far as the dimension claims rows, so that memory
+// made ready ahead of it is memory it goes on to use.
+TEST(XlsxStorageHints, HintsReachNoFurtherThanTheDimensionClaims) {
+    struct Case {
+        std::string dimension; // empty: none
+        int rows;
+        size_t hints;
+        size_t lastHintRows; // the rows the last hint promises
+    };
+    const std::vector<Case> cases = {
+        {"", 9000, 0, 0},                   // no dimension, no hints
+        {"A1:B9000", 9000, 4, 9000 - 8192}, // hints at rows 2048, 4096, 6144 and 8192
+        {"A1:B4096", 4096, 1, 4096 - 2048}, // the last row reserved claims nothing beyond
+        {"A1:B40000", 9000, 4, 16384},      // a dimension claiming more: as far ahead as hints reach
+        {"A1:B2047", 2047, 0, 0},           // fewer rows than between two hints
+    };
+    for (const Case& c : cases) {
+        std::string rows;
+        for (int r = 1; r <= c.rows; ++r) {
+            const std::string n = std::to_string(r);
+            rows +=
+                "<row r=\"" + n + "\"><c r=\"A" + n + "\"><v>1</v></c><c r=\"B" + n + "\"><v>2</v></c></row>";
+        }
+        const std::string before = c.dimension.empty() ? "" : "<dimension ref=\"" + c.dimension + "\"/>";
+        storageHints.clear();
+        setStorageAheadHook(recordHint);
+        Sheet sheet = readPart(worksheet(rows, before), UINT64_MAX, nullptr, true);
+        setStorageAheadHook(nullptr);
+        EXPECT_EQ(sheet.cell(c.rows - 1, 1).value(), "2");
+        ASSERT_EQ(storageHints.size(), c.hints) << c.dimension;
+        if (c.hints > 0) EXPECT_EQ(storageHints.back(), c.lastHintRows * 2 * sizeof(Cell)) << c.dimension;
+    }
 }
 
 } // namespace
