@@ -12,17 +12,18 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include "macros/JavaScriptCore.h"
 #include "values/Log.h"
 
-// Exported by the library but left out of its public headers. A callback that
-// returns false is not called again unless the limit is set anew.
-extern "C" {
-void JSContextGroupSetExecutionTimeLimit(JSContextGroupRef group, double limit,
-                                         bool (*shouldTerminate)(JSContextRef, void*), void* context);
-void JSContextGroupClearExecutionTimeLimit(JSContextGroupRef group);
-}
-
 namespace sumora {
+
+namespace {
+// The library's functions. Called only while an engine exists, and no engine
+// is made unless the library loaded (createGroup).
+const JavaScriptCore& jsc() {
+    return *javaScriptCore();
+}
+} // namespace
 
 struct SumoraScriptEngine::Link {
     SumoraScriptEngine* engine;
@@ -71,13 +72,13 @@ JSStringRef makeString(std::string_view utf8) {
         throw std::length_error("The text is too long for a macro.");
     icu::UnicodeString text =
         icu::UnicodeString::fromUTF8(icu::StringPiece(utf8.data(), static_cast<int32_t>(utf8.size())));
-    return JSStringCreateWithCharacters(reinterpret_cast<const JSChar*>(text.getBuffer()),
-                                        static_cast<size_t>(text.length()));
+    return jsc().JSStringCreateWithCharacters(reinterpret_cast<const JSChar*>(text.getBuffer()),
+                                              static_cast<size_t>(text.length()));
 }
 
 std::string toUtf8(JSStringRef string) {
-    icu::UnicodeString text(reinterpret_cast<const char16_t*>(JSStringGetCharactersPtr(string)),
-                            static_cast<int32_t>(JSStringGetLength(string)));
+    icu::UnicodeString text(reinterpret_cast<const char16_t*>(jsc().JSStringGetCharactersPtr(string)),
+                            static_cast<int32_t>(jsc().JSStringGetLength(string)));
     std::string out;
     text.toUTF8String(out);
     return out;
@@ -85,18 +86,18 @@ std::string toUtf8(JSStringRef string) {
 
 JSValueRef makeValue(JSContextRef ctx, std::string_view utf8) {
     JSStringRef s = makeString(utf8);
-    JSValueRef value = JSValueMakeString(ctx, s);
-    JSStringRelease(s);
+    JSValueRef value = jsc().JSValueMakeString(ctx, s);
+    jsc().JSStringRelease(s);
     return value;
 }
 
 // String(value), or nothing when the conversion throws (a Symbol, or an
 // object whose toString throws); `thrown` then holds the exception.
 std::optional<std::string> textOf(JSContextRef ctx, JSValueRef value, JSValueRef* thrown) {
-    JSStringRef s = JSValueToStringCopy(ctx, value, thrown);
+    JSStringRef s = jsc().JSValueToStringCopy(ctx, value, thrown);
     if (!s) return std::nullopt;
     std::string text = toUtf8(s);
-    JSStringRelease(s);
+    jsc().JSStringRelease(s);
     return text;
 }
 
@@ -115,12 +116,12 @@ class Arguments {
     Arguments(JSContextRef ctx, size_t count, const JSValueRef* values, JSValueRef* thrown)
         : ctx_(ctx), count_(count), values_(values), thrown_(thrown) {}
 
-    JSValueRef at(size_t i) const { return i < count_ ? values_[i] : JSValueMakeUndefined(ctx_); }
+    JSValueRef at(size_t i) const { return i < count_ ? values_[i] : jsc().JSValueMakeUndefined(ctx_); }
 
     // Number(value) truncated toward zero; NaN (a missing argument, a
     // non-numeric text) reads as 0, infinities as far outside any grid.
     std::optional<int64_t> integer(size_t i) const {
-        double d = JSValueToNumber(ctx_, at(i), thrown_);
+        double d = jsc().JSValueToNumber(ctx_, at(i), thrown_);
         if (*thrown_) return std::nullopt;
         if (std::isnan(d)) return 0;
         constexpr double kFar = 9.0e15;
@@ -138,17 +139,17 @@ class Arguments {
 // Rows are added to the result as they are built: values held only in C++
 // containers would be invisible to the collector.
 JSValueRef makeRows(JSContextRef ctx, const std::vector<std::vector<std::string>>& rows, JSValueRef* thrown) {
-    JSObjectRef outer = JSObjectMakeArray(ctx, 0, nullptr, thrown);
+    JSObjectRef outer = jsc().JSObjectMakeArray(ctx, 0, nullptr, thrown);
     if (*thrown) return nullptr;
     for (size_t r = 0; r < rows.size(); ++r) {
-        JSObjectRef row = JSObjectMakeArray(ctx, 0, nullptr, thrown);
+        JSObjectRef row = jsc().JSObjectMakeArray(ctx, 0, nullptr, thrown);
         if (*thrown) return nullptr;
         for (size_t c = 0; c < rows[r].size(); ++c) {
-            JSObjectSetPropertyAtIndex(ctx, row, static_cast<unsigned>(c), makeValue(ctx, rows[r][c]),
-                                       thrown);
+            jsc().JSObjectSetPropertyAtIndex(ctx, row, static_cast<unsigned>(c), makeValue(ctx, rows[r][c]),
+                                             thrown);
             if (*thrown) return nullptr;
         }
-        JSObjectSetPropertyAtIndex(ctx, outer, static_cast<unsigned>(r), row, thrown);
+        jsc().JSObjectSetPropertyAtIndex(ctx, outer, static_cast<unsigned>(r), row, thrown);
         if (*thrown) return nullptr;
     }
     return outer;
@@ -160,8 +161,8 @@ JSValueRef makeRows(JSContextRef ctx, const std::vector<std::vector<std::string>
 // data says which function it is and reaches the engine weakly.
 static JSValueRef callHostFunction(JSContextRef ctx, JSObjectRef function, JSObjectRef, size_t argumentCount,
                                    const JSValueRef arguments[], JSValueRef* exception) {
-    JSValueRef undefined = JSValueMakeUndefined(ctx);
-    auto* data = static_cast<HostFunctionData*>(JSObjectGetPrivate(function));
+    JSValueRef undefined = jsc().JSValueMakeUndefined(ctx);
+    auto* data = static_cast<HostFunctionData*>(jsc().JSObjectGetPrivate(function));
     std::shared_ptr<SumoraScriptEngine::Link> held = data ? data->link.lock() : nullptr;
     if (!held) return undefined;
     SumoraScriptEngine* engine = held->engine;
@@ -211,10 +212,10 @@ static JSValueRef callHostFunction(JSContextRef ctx, JSObjectRef function, JSObj
         // A failing callback must not unwind through the interpreter: the
         // script sees an ordinary Error it may catch.
         JSValueRef message = makeValue(ctx, e.what());
-        thrown = JSObjectMakeError(ctx, 1, &message, nullptr);
+        thrown = jsc().JSObjectMakeError(ctx, 1, &message, nullptr);
     } catch (...) {
         JSValueRef message = makeValue(ctx, "A host function failed");
-        thrown = JSObjectMakeError(ctx, 1, &message, nullptr);
+        thrown = jsc().JSObjectMakeError(ctx, 1, &message, nullptr);
     }
     if (thrown) {
         if (exception) *exception = thrown;
@@ -224,16 +225,16 @@ static JSValueRef callHostFunction(JSContextRef ctx, JSObjectRef function, JSObj
 }
 
 static void finalizeHostFunction(JSObjectRef function) {
-    delete static_cast<HostFunctionData*>(JSObjectGetPrivate(function));
+    delete static_cast<HostFunctionData*>(jsc().JSObjectGetPrivate(function));
 }
 
 static JSClassRef hostFunctionClass() {
     static JSClassRef cls = [] {
-        JSClassDefinition definition = kJSClassDefinitionEmpty;
+        JSClassDefinition definition{}; // all empty, as kJSClassDefinitionEmpty
         definition.className = "HostFunction";
         definition.callAsFunction = callHostFunction;
         definition.finalize = finalizeHostFunction;
-        return JSClassCreate(&definition);
+        return jsc().JSClassCreate(&definition);
     }();
     return cls;
 }
@@ -279,6 +280,8 @@ function num(ref) {
 
 std::optional<std::string> SumoraScriptEngine::unavailableReason() {
     if (interpreterStarted) return std::nullopt;
+    if (std::string whyNot; !javaScriptCore(&whyNot))
+        return "Macros cannot run: the JavaScript engine could not be loaded (" + whyNot + ").";
     rlimit limit{};
     if (getrlimit(RLIMIT_AS, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) return std::nullopt;
     const uint64_t needed = processBytes(0) + kInterpreterAddressSpace;
@@ -295,20 +298,20 @@ std::optional<std::string> SumoraScriptEngine::unavailableReason() {
 
 static JSContextGroupRef createGroup() {
     if (auto reason = SumoraScriptEngine::unavailableReason()) throw std::runtime_error(*reason);
-    JSContextGroupRef group = JSContextGroupCreate();
+    JSContextGroupRef group = jsc().JSContextGroupCreate();
     interpreterStarted = true;
     return group;
 }
 
 SumoraScriptEngine::SumoraScriptEngine()
-    : group_(createGroup()), context_(JSGlobalContextCreateInGroup(group_, nullptr)),
+    : group_(createGroup()), context_(jsc().JSGlobalContextCreateInGroup(group_, nullptr)),
       link_(std::make_shared<Link>(Link{this})) {
     installHostFunctions();
     for (std::string_view prelude : {consolePrelude(), helperPrelude()}) {
         JSStringRef source = makeString(prelude);
         JSValueRef thrown = nullptr;
-        JSEvaluateScript(context_, source, nullptr, nullptr, 1, &thrown);
-        JSStringRelease(source);
+        jsc().JSEvaluateScript(context_, source, nullptr, nullptr, 1, &thrown);
+        jsc().JSStringRelease(source);
         if (thrown)
             Log::info("Macro prelude failed: " +
                       textOf(context_, thrown, nullptr).value_or("Unknown JS error"));
@@ -317,9 +320,9 @@ SumoraScriptEngine::SumoraScriptEngine()
 
 SumoraScriptEngine::~SumoraScriptEngine() {
     link_.reset();
-    JSContextGroupClearExecutionTimeLimit(group_);
-    JSGlobalContextRelease(context_);
-    JSContextGroupRelease(group_);
+    jsc().JSContextGroupClearExecutionTimeLimit(group_);
+    jsc().JSGlobalContextRelease(context_);
+    jsc().JSContextGroupRelease(group_);
 }
 
 void SumoraScriptEngine::installHostFunctions() {
@@ -330,13 +333,13 @@ void SumoraScriptEngine::installHostFunctions() {
         {"getRange", HostFunction::getRange},
         {"recalculate", HostFunction::recalculate},
     };
-    JSObjectRef global = JSContextGetGlobalObject(context_);
+    JSObjectRef global = jsc().JSContextGetGlobalObject(context_);
     for (const auto& [name, kind] : kFunctions) {
         auto* data = new HostFunctionData{link_, kind};
-        JSObjectRef function = JSObjectMake(context_, hostFunctionClass(), data);
-        JSStringRef property = JSStringCreateWithUTF8CString(name);
-        JSObjectSetProperty(context_, global, property, function, kJSPropertyAttributeNone, nullptr);
-        JSStringRelease(property);
+        JSObjectRef function = jsc().JSObjectMake(context_, hostFunctionClass(), data);
+        JSStringRef property = jsc().JSStringCreateWithUTF8CString(name);
+        jsc().JSObjectSetProperty(context_, global, property, function, kJSPropertyAttributeNone, nullptr);
+        jsc().JSStringRelease(property);
     }
 }
 
@@ -369,7 +372,7 @@ bool SumoraScriptEngine::shouldTerminate(JSContextRef, void* data) {
         watch.outcome = RunWatch::Outcome::timedOut;
         return true;
     }
-    JSContextGroupSetExecutionTimeLimit(watch.group, kCheckIntervalSeconds, shouldTerminate, data);
+    jsc().JSContextGroupSetExecutionTimeLimit(watch.group, kCheckIntervalSeconds, shouldTerminate, data);
     return false;
 }
 
@@ -385,13 +388,13 @@ bool SumoraScriptEngine::evaluate(std::string_view script) {
                    memoryLimitBytes, processBytes(1)};
     double interval = kCheckIntervalSeconds;
     if (timeLimitSeconds > 0) interval = std::min(interval, timeLimitSeconds);
-    JSContextGroupSetExecutionTimeLimit(group_, interval, shouldTerminate, &watch);
+    jsc().JSContextGroupSetExecutionTimeLimit(group_, interval, shouldTerminate, &watch);
 
     JSStringRef source = makeString(script);
     JSValueRef thrown = nullptr;
-    JSEvaluateScript(context_, source, nullptr, nullptr, 1, &thrown);
-    JSStringRelease(source);
-    JSContextGroupClearExecutionTimeLimit(group_);
+    jsc().JSEvaluateScript(context_, source, nullptr, nullptr, 1, &thrown);
+    jsc().JSStringRelease(source);
+    jsc().JSContextGroupClearExecutionTimeLimit(group_);
     // A script stopped while running its queued promise jobs (after an
     // await) returns without an exception; the watch still knows.
     if (!thrown && watch.outcome == RunWatch::Outcome::running) return true;
