@@ -36,10 +36,11 @@ constexpr size_t kMaxOpenArrays = 1024;
 // Rows are preallocated for at most this many cells from a size hint.
 constexpr int64_t kMaxReservedColumns = 256;
 // Rows between two hints of the storage the next rows will take, and how
-// many rows ahead a hint reaches: far enough for the pages to be ready
-// before the reader gets there.
+// far ahead a hint reaches: far enough for the pages to be ready before the
+// reader gets there, never so far that wide rows promise much at once.
 constexpr int64_t kRowsPerStorageHint = 2048;
 constexpr int64_t kRowsOfStorageAhead = 16384;
+constexpr int64_t kMaxStorageAheadBytes = int64_t{8} << 20;
 // A stored row takes at least this many bytes of the part ("<row><c><v>1</v></c></row>"
 // is 26), so a `dimension` claiming more rows than the part can hold is not
 // believed beyond that.
@@ -431,8 +432,10 @@ Cell& WorksheetHandler::writableCell(CellPosition at) {
     if (hintDue) {
         // The next rows' cells, as wide as this one, as far as the dimension
         // still claims rows: no hint at all without a dimension.
-        const int64_t ahead = std::min(kRowsOfStorageAhead, claimedRows_ - row - 1);
-        if (ahead > 0) expectStorage(&cell, static_cast<size_t>(ahead * width) * sizeof(Cell));
+        const int64_t rowBytes = width * static_cast<int64_t>(sizeof(Cell));
+        const int64_t ahead =
+            std::min({kRowsOfStorageAhead, kMaxStorageAheadBytes / rowBytes, claimedRows_ - row - 1});
+        if (ahead > 0) expectStorage(&cell, static_cast<size_t>(ahead * rowBytes));
     }
     return cell;
 }

@@ -407,22 +407,25 @@ TEST(XlsxStorageHints, HintsReachNoFurtherThanTheDimensionClaims) {
     struct Case {
         std::string dimension; // empty: none
         int rows;
+        int width; // as the rows' spans give it
         size_t hints;
-        size_t lastHintRows; // the rows the last hint promises
+        size_t lastHintBytes;
     };
+    constexpr size_t cell = sizeof(Cell);
     const std::vector<Case> cases = {
-        {"", 9000, 0, 0},                   // no dimension, no hints
-        {"A1:B9000", 9000, 4, 9000 - 8192}, // hints at rows 2048, 4096, 6144 and 8192
-        {"A1:B4096", 4096, 1, 4096 - 2048}, // the last row reserved claims nothing beyond
-        {"A1:B40000", 9000, 4, 16384},      // a dimension claiming more: as far ahead as hints reach
-        {"A1:B2047", 2047, 0, 0},           // fewer rows than between two hints
+        {"", 9000, 2, 0, 0},                                // no dimension, no hints
+        {"A1:B9000", 9000, 2, 4, (9000 - 8192) * 2 * cell}, // hints at rows 2048, 4096, 6144 and 8192
+        {"A1:B4096", 4096, 2, 1, (4096 - 2048) * 2 * cell}, // the last row reserved claims nothing beyond
+        {"A1:B40000", 9000, 2, 4, 16384 * 2 * cell}, // a dimension claiming more: as far as hints reach
+        {"A1:B2047", 2047, 2, 0, 0},                 // fewer rows than between two hints
+        {"A1:IV40000", 4096, 256, 2, 8 << 20},       // wide rows: no more than 8 MB at once
     };
     for (const Case& c : cases) {
         std::string rows;
         for (int r = 1; r <= c.rows; ++r) {
             const std::string n = std::to_string(r);
-            rows +=
-                "<row r=\"" + n + "\"><c r=\"A" + n + "\"><v>1</v></c><c r=\"B" + n + "\"><v>2</v></c></row>";
+            rows += "<row r=\"" + n + "\" spans=\"1:" + std::to_string(c.width) + "\"><c r=\"A" + n +
+                    "\"><v>1</v></c><c r=\"B" + n + "\"><v>2</v></c></row>";
         }
         const std::string before = c.dimension.empty() ? "" : "<dimension ref=\"" + c.dimension + "\"/>";
         storageHints.clear();
@@ -431,7 +434,7 @@ TEST(XlsxStorageHints, HintsReachNoFurtherThanTheDimensionClaims) {
         setStorageAheadHook(nullptr);
         EXPECT_EQ(sheet.cell(c.rows - 1, 1).value(), "2");
         ASSERT_EQ(storageHints.size(), c.hints) << c.dimension;
-        if (c.hints > 0) EXPECT_EQ(storageHints.back(), c.lastHintRows * 2 * sizeof(Cell)) << c.dimension;
+        if (c.hints > 0) EXPECT_EQ(storageHints.back(), c.lastHintBytes) << c.dimension;
     }
 }
 
