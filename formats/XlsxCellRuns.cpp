@@ -118,7 +118,10 @@ bool WorksheetHandler::parseCell(XmlElementCursor& in, CellMarkup& out) {
         return false;
     };
     if (!in.startTag("c")) return false;
-    out = CellMarkup{};
+    // Reset part by part, each as its element is met: a whole-struct reset
+    // is a block fill that costs more than the rest of a plain cell.
+    out.cell = CellStart{};
+    out.valued = out.formulated = false;
     CellStart& cell = out.cell;
     std::string_view name, value;
     bool typed = false, styled = false, empty = false;
@@ -151,9 +154,12 @@ bool WorksheetHandler::parseCell(XmlElementCursor& in, CellMarkup& out) {
         bool childEmpty = false;
         if (kind == 'v' && in.startTag("v")) {
             if (std::exchange(out.valued, true) || !in.tagEnd(childEmpty)) return decline();
+            out.value = {};
             if (!childEmpty && !(in.text(out.value) && in.endTag("v"))) return decline();
         } else if (kind == 'f' && in.startTag("f")) {
             if (std::exchange(out.formulated, true)) return decline();
+            out.formula = FormulaStart{};
+            out.formulaText = {};
             FormulaStart& formula = out.formula;
             bool typedFormula = false, ranged = false;
             while (in.attribute(name, value)) {
