@@ -1,5 +1,6 @@
 #include "formats/ZipArchive.h"
 
+#include "formats/RawInflate.h"
 #include "formats/ReadAhead.h"
 
 #include <sys/mman.h>
@@ -8,7 +9,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <thread>
+#include <vector>
 
 namespace sumora {
 
@@ -140,18 +143,27 @@ const ZipEntry* ZipReader::entry(std::string_view path) const {
 namespace {
 
 // One open entry with the size limits applied to every piece it delivers.
+// Read through libzip, or, for a plain deflated entry whose CRC is known
+// (`rawCrc`), inflated here from its raw bytes; should that go wrong in any
+// way, libzip takes over from the same point and has the last word.
 class ZipEntryReader {
   public:
     ZipEntryReader(zip_t* archive, std::size_t index, const ZipEntry& entry, const ZipLimits& limits,
-                   std::uint64_t& totalBytesRead)
-        : entry_(entry), limits_(limits), totalBytesRead_(totalBytesRead) {
+                   std::uint64_t& totalBytesRead, std::optional<std::uint32_t> rawCrc = std::nullopt)
+        : archive_(archive), index_(index), entry_(entry), limits_(limits), totalBytesRead_(totalBytesRead) {
         // Declared sizes can lie, so they only serve to refuse early; the counts below are what holds.
         if (entry.uncompressedSize > limits.maxEntryBytes) throw entryTooLarge();
         if (totalBytesRead + entry.uncompressedSize > limits.maxTotalBytes) throw totalTooLarge();
-        file_.reset(zip_fopen_index(archive, index, 0));
-        if (!file_)
-            throw ArchiveError("Cannot read " + quoted(entry.path) +
-                               " from the ZIP archive: " + zip_strerror(archive));
+        if (rawCrc) {
+            if (zip_file_t* raw = zip_fopen_index(archive, index, ZIP_FL_COMPRESSED)) {
+                rawFile_.reset(raw);
+                rawCrc_ = *rawCrc;
+                inflate_ = std::make_unique<RawInflate>(
+                    [raw](char* into, std::size_t capacity) { return zip_fread(raw, into, capacity); });
+                return;
+            }
+        }
+        openThroughLibzip();
     }
 
     // A size worth reserving up front, never more than the limits allow. Declared
@@ -166,10 +178,15 @@ class ZipEntryReader {
 
     // Fills up to `capacity` bytes; 0 means the entry is complete (and its CRC checked).
     std::size_t readSome(char* destination, std::size_t capacity) {
-        zip_int64_t n = zip_fread(file_.get(), destination, capacity);
-        if (n < 0)
-            throw ArchiveError("The ZIP archive entry " + quoted(entry_.path) +
-                               " is damaged: " + zip_error_strerror(zip_file_get_error(file_.get())));
+        std::size_t n = 0;
+        if (inflate_) {
+            if (!inflate_->readSome(destination, capacity, n) || (n == 0 && inflate_->crc() != rawCrc_)) {
+                takeOverThroughLibzip();
+                n = readThroughLibzip(destination, capacity);
+            }
+        } else {
+            n = readThroughLibzip(destination, capacity);
+        }
         auto count = static_cast<std::uint64_t>(n);
         entryBytes_ += count;
         totalBytesRead_ += count;
@@ -185,6 +202,36 @@ class ZipEntryReader {
     }
 
   private:
+    void openThroughLibzip() {
+        file_.reset(zip_fopen_index(archive_, index_, 0));
+        if (!file_)
+            throw ArchiveError("Cannot read " + quoted(entry_.path) +
+                               " from the ZIP archive: " + zip_strerror(archive_));
+    }
+
+    std::size_t readThroughLibzip(char* destination, std::size_t capacity) {
+        zip_int64_t n = zip_fread(file_.get(), destination, capacity);
+        if (n < 0)
+            throw ArchiveError("The ZIP archive entry " + quoted(entry_.path) +
+                               " is damaged: " + zip_error_strerror(zip_file_get_error(file_.get())));
+        return static_cast<std::size_t>(n);
+    }
+
+    // Libzip reads the entry again up to where the raw inflating stopped
+    // (the same bytes), then goes on, or says what is wrong.
+    void takeOverThroughLibzip() {
+        inflate_.reset();
+        rawFile_.reset();
+        openThroughLibzip();
+        std::vector<char> skipped(64 * 1024);
+        for (std::uint64_t left = entryBytes_; left > 0;) {
+            const std::size_t n = readThroughLibzip(
+                skipped.data(), static_cast<std::size_t>(std::min<std::uint64_t>(left, skipped.size())));
+            if (n == 0) throw ArchiveError("The ZIP archive entry " + quoted(entry_.path) + " is damaged.");
+            left -= n;
+        }
+    }
+
     ArchiveError entryTooLarge() const {
         return ArchiveError("The ZIP archive entry " + quoted(entry_.path) + " expands beyond " +
                             std::to_string(limits_.maxEntryBytes) + " bytes.");
@@ -194,11 +241,16 @@ class ZipEntryReader {
                             " bytes in total.");
     }
 
+    zip_t* archive_;
+    std::size_t index_;
     const ZipEntry& entry_;
     const ZipLimits& limits_;
     std::uint64_t& totalBytesRead_;
     std::uint64_t entryBytes_ = 0;
     std::unique_ptr<zip_file_t, FileCloser> file_;
+    std::unique_ptr<zip_file_t, FileCloser> rawFile_;
+    std::unique_ptr<RawInflate> inflate_;
+    std::uint32_t rawCrc_ = 0;
 };
 
 // A buffer from the system whose consumed pieces go back to it at once.
@@ -288,7 +340,10 @@ void ZipReader::streamWhole(std::string_view path, const WritableChunk& consume)
         std::thread::hardware_concurrency() >= 2) {
         // The ordinary read, with its checks and messages, one core ahead of
         // the consumer; the consumer must leave this reader alone meanwhile.
-        ZipEntryReader entry(archive_, index, declared, limits_, totalBytesRead_);
+        const Storage& storage = storage_[index];
+        ZipEntryReader entry(archive_, index, declared, limits_, totalBytesRead_,
+                             storage.deflated && storage.crcKnown ? std::optional(storage.crc)
+                                                                  : std::nullopt);
         auto fill = [&](char* into, std::size_t capacity) { return entry.readSome(into, capacity); };
         if (readAhead(fill, consume, ReadAheadRing{chunkSize, 8})) return;
     }
