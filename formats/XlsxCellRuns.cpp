@@ -8,7 +8,6 @@
 #include "formats/XlsxWorksheetHandler.h"
 #include "formats/XmlElementCursor.h"
 
-#include <array>
 #include <optional>
 #include <utility>
 
@@ -16,42 +15,103 @@ namespace sumora::xlsx {
 
 namespace {
 
-// Attribute names seen on one start tag, so that a duplicate is declined.
+// Names of attributes a record leaves unread, seen on one start tag, so
+// that a duplicate is declined. Left uninitialised until used.
 class SeenNames {
   public:
     bool add(std::string_view name) {
-        if (count_ == names_.size()) return false;
+        if (count_ == kMax) return false;
         for (std::size_t i = 0; i < count_; ++i)
-            if (names_[i] == name) return false;
-        names_[count_++] = name;
+            if (std::string_view(data_[i], size_[i]) == name) return false;
+        data_[count_] = name.data();
+        size_[count_++] = name.size();
         return true;
     }
 
   private:
-    std::array<std::string_view, 16> names_;
+    static constexpr std::size_t kMax = 16;
+    const char* data_[kMax];
+    std::size_t size_[kMax];
     std::size_t count_ = 0;
 };
 
+// A start tag's attributes into `record`, each name once: a duplicate
+// declines the tag, and so does a name the record does not read unless
+// `othersIgnored`.
+template <class Record> bool takeAttributes(XmlElementCursor& in, Record& record, bool othersIgnored) {
+    unsigned taken = 0; // the record's fields stored so far, a bit each
+    SeenNames others;
+    std::string_view name, value;
+    while (in.attribute(name, value)) {
+        if (const int field = record.take(name, value)) {
+            if (taken & (1u << field)) return false;
+            taken |= 1u << field;
+        } else if (!othersIgnored || !others.add(name)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 } // namespace
 
-std::optional<std::string_view>* WorksheetHandler::RowStart::slot(std::string_view name) {
+int WorksheetHandler::RowStart::take(std::string_view name, std::string_view value) {
+    auto store = [&](std::optional<std::string_view>& to, int field) {
+        to = value;
+        return field;
+    };
     switch (name.size()) {
     case 1:
-        return name[0] == 'r' ? &r : nullptr;
+        return name[0] == 'r' ? store(r, 1) : 0;
     case 2:
-        return name == "ht" ? &ht : nullptr;
+        return name == "ht" ? store(ht, 2) : 0;
     case 5:
-        return name == "spans" ? &spans : nullptr;
+        return name == "spans" ? store(spans, 3) : 0;
     case 6:
-        return name == "hidden" ? &hidden : nullptr;
+        return name == "hidden" ? store(hidden, 4) : 0;
     case 9:
-        return name == "collapsed" ? &collapsed : nullptr;
+        return name == "collapsed" ? store(collapsed, 5) : 0;
     case 12:
-        if (name == "customHeight") return &customHeight;
-        return name == "outlineLevel" ? &outlineLevel : nullptr;
+        if (name == "customHeight") return store(customHeight, 6);
+        return name == "outlineLevel" ? store(outlineLevel, 7) : 0;
     default:
-        return nullptr;
+        return 0;
     }
+}
+
+int WorksheetHandler::CellStart::take(std::string_view name, std::string_view value) {
+    if (name.size() != 1) return 0;
+    switch (name[0]) {
+    case 'r':
+        reference = value;
+        positioned = true;
+        return 1;
+    case 't':
+        type = value;
+        return 2;
+    case 's':
+        style = value;
+        return 3;
+    default:
+        return 0;
+    }
+}
+
+int WorksheetHandler::FormulaStart::take(std::string_view name, std::string_view value) {
+    if (name == "t") {
+        type = value;
+        return 1;
+    }
+    if (name == "si") {
+        sharedIndex = value;
+        shared = true;
+        return 2;
+    }
+    if (name == "ref") {
+        ref = value;
+        return 3;
+    }
+    return 0;
 }
 
 std::size_t WorksheetHandler::readElements(const char* data, std::size_t size) {
@@ -82,14 +142,8 @@ bool WorksheetHandler::readRow(XmlElementCursor& in) {
     };
     if (!in.startTag("row")) return false;
     RowStart row;
-    SeenNames seen;
-    std::string_view name, value;
     bool empty = false;
-    while (in.attribute(name, value)) {
-        if (!seen.add(name)) return decline();
-        if (std::optional<std::string_view>* slot = row.slot(name)) *slot = value;
-    }
-    if (!in.tagEnd(empty)) return decline();
+    if (!takeAttributes(in, row, true) || !in.tagEnd(empty)) return decline();
     // The buffers are reused row after row: each is reset as it is parsed.
     std::size_t cells = 0;
     if (!empty) {
@@ -122,27 +176,8 @@ bool WorksheetHandler::parseCell(XmlElementCursor& in, CellMarkup& out) {
     // is a block fill that costs more than the rest of a plain cell.
     out.cell = CellStart{};
     out.valued = out.formulated = false;
-    CellStart& cell = out.cell;
-    std::string_view name, value;
-    bool typed = false, styled = false, empty = false;
-    while (in.attribute(name, value)) {
-        if (name.size() != 1) return decline();
-        bool seen;
-        if (name[0] == 'r') {
-            seen = std::exchange(cell.positioned, true);
-            cell.reference = value;
-        } else if (name[0] == 't') {
-            seen = std::exchange(typed, true);
-            cell.type = value;
-        } else if (name[0] == 's') {
-            seen = std::exchange(styled, true);
-            cell.style = value;
-        } else {
-            return decline();
-        }
-        if (seen) return decline();
-    }
-    if (!in.tagEnd(empty)) return decline();
+    bool empty = false;
+    if (!takeAttributes(in, out.cell, false) || !in.tagEnd(empty)) return decline();
 
     while (!empty) {
         in.skipBlanks();
@@ -160,25 +195,7 @@ bool WorksheetHandler::parseCell(XmlElementCursor& in, CellMarkup& out) {
             if (std::exchange(out.formulated, true)) return decline();
             out.formula = FormulaStart{};
             out.formulaText = {};
-            FormulaStart& formula = out.formula;
-            bool typedFormula = false, ranged = false;
-            while (in.attribute(name, value)) {
-                bool seen;
-                if (name == "t") {
-                    seen = std::exchange(typedFormula, true);
-                    formula.type = value;
-                } else if (name == "si") {
-                    seen = std::exchange(formula.shared, true);
-                    formula.sharedIndex = value;
-                } else if (name == "ref") {
-                    seen = std::exchange(ranged, true);
-                    formula.ref = value;
-                } else {
-                    return decline();
-                }
-                if (seen) return decline();
-            }
-            if (!in.tagEnd(childEmpty)) return decline();
+            if (!takeAttributes(in, out.formula, false) || !in.tagEnd(childEmpty)) return decline();
             if (!childEmpty && !(in.text(out.formulaText) && in.endTag("f"))) return decline();
         } else {
             return decline();

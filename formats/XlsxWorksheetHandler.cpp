@@ -196,10 +196,8 @@ void WorksheetHandler::characters(std::string_view text) {
 
 void WorksheetHandler::startRow(const XmlAttributes& a) {
     RowStart start;
-    for (size_t i = 0; i < a.size(); ++i) {
-        std::string_view n = a.qualifiedName(i);
-        if (std::optional<std::string_view>* slot = start.slot(n)) *slot = a.value(i);
-    }
+    for (size_t i = 0; i < a.size(); ++i)
+        start.take(a.qualifiedName(i), a.value(i));
     openRow(start);
 }
 
@@ -261,18 +259,8 @@ void WorksheetHandler::endRow() {
 
 void WorksheetHandler::startCell(const XmlAttributes& a) {
     CellStart start;
-    for (size_t i = 0; i < a.size(); ++i) {
-        std::string_view n = a.qualifiedName(i);
-        if (n.size() != 1) continue;
-        if (n[0] == 'r') {
-            start.reference = a.value(i);
-            start.positioned = true;
-        } else if (n[0] == 't') {
-            start.type = a.value(i);
-        } else if (n[0] == 's') {
-            start.style = a.value(i);
-        }
-    }
+    for (size_t i = 0; i < a.size(); ++i)
+        start.take(a.qualifiedName(i), a.value(i));
     openCell(start);
 }
 
@@ -315,17 +303,8 @@ void WorksheetHandler::openCell(const CellStart& start) {
 
 void WorksheetHandler::startFormula(const XmlAttributes& a) {
     FormulaStart start;
-    for (size_t i = 0; i < a.size(); ++i) {
-        std::string_view n = a.qualifiedName(i);
-        if (n == "t") {
-            start.type = a.value(i);
-        } else if (n == "si") {
-            start.sharedIndex = a.value(i);
-            start.shared = true;
-        } else if (n == "ref") {
-            start.ref = a.value(i);
-        }
-    }
+    for (size_t i = 0; i < a.size(); ++i)
+        start.take(a.qualifiedName(i), a.value(i));
     openFormula(start);
 }
 

@@ -97,19 +97,24 @@ class WorksheetHandler : public XmlHandler {
     enum class FormulaKind : uint8_t { normal, shared, array, dataTable };
 
     // What a row's start tag says, by the attributes read.
+    // What the start tags of a row, a cell and a formula say, one attribute
+    // at a time: `take` stores the value of an attribute the record reads
+    // and returns its field's number (from 1), 0 for any other name. The
+    // events and the markup readers fill them alike.
     struct RowStart {
         std::optional<std::string_view> r, spans, ht, customHeight, hidden, outlineLevel, collapsed;
-        // Where the attribute `name` goes; nullptr for those left unread.
-        std::optional<std::string_view>* slot(std::string_view name);
+        int take(std::string_view name, std::string_view value);
     };
-    // What a cell's start tag says; an attribute left out reads as empty.
+    // An attribute left out reads as empty.
     struct CellStart {
         std::string_view reference, type, style;
         bool positioned = false; // has an `r`
+        int take(std::string_view name, std::string_view value);
     };
     struct FormulaStart {
         std::string_view type, sharedIndex, ref;
         bool shared = false; // has an `si`
+        int take(std::string_view name, std::string_view value);
     };
 
     static ValueKind valueKind(std::string_view t);

@@ -334,6 +334,33 @@ TEST(XlsxScanned, CellsReadFromTheMarkupReadAsTheirEvents) {
     }
 }
 
+// An attribute written twice is malformed markup: the plain-form reader
+// declines it, and the read fails as expat's does.
+TEST(XlsxScanned, AnAttributeWrittenTwiceFailsAsWithExpat) {
+    const std::vector<std::string> sheetData = {
+        R"(<row r="1"><c r="A1" r="B1"><v>1</v></c></row>)",
+        R"(<row r="1"><c r="A1" t="n" s="1" t="s"><v>1</v></c></row>)",
+        R"(<row r="1"><c r="A1"><f t="shared" si="0" ref="A1" si="1">1</f></c></row>)",
+        R"(<row r="1" spans="1:1" r="2"><c r="A1"><v>1</v></c></row>)",
+        R"(<row r="1" x="1" x="2"><c r="A1"><v>1</v></c></row>)",
+    };
+    auto failure = [](const std::string& xml, bool scanned) -> std::string {
+        try {
+            readPart(xml, UINT64_MAX, nullptr, scanned);
+        } catch (const std::exception& e) {
+            return e.what();
+        }
+        return "no error";
+    };
+    for (const std::string& rows : sheetData) {
+        SCOPED_TRACE(rows);
+        const std::string xml = worksheet(rows);
+        const std::string expat = failure(xml, false);
+        EXPECT_NE(expat, "no error");
+        EXPECT_EQ(failure(xml, true), expat);
+    }
+}
+
 // Plain shared strings are read straight from the markup, the rest through
 // the events; the items come out as expat's events give them.
 TEST(XlsxScanned, SharedStringsReadFromTheMarkupReadAsTheirEvents) {
