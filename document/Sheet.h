@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -91,6 +92,11 @@ class Sheet {
         return row >= 0 && static_cast<size_t>(row) < rows_.size()
                    ? static_cast<int64_t>(rows_[static_cast<size_t>(row)].size())
                    : 0;
+    }
+    // A row's stored cells in column order, storedColumnCount(row) of them.
+    std::span<const Cell> storedRow(int64_t row) const {
+        if (row < 0 || static_cast<size_t>(row) >= rows_.size()) return {};
+        return rows_[static_cast<size_t>(row)];
     }
     // Visits every stored cell, row-major.
     void forEachStoredCell(const std::function<void(int64_t row, int64_t col, const Cell&)>& f) const;

@@ -25,22 +25,15 @@ namespace {
 constexpr size_t kParallelFormulas = 20000;
 constexpr size_t kBatchFormulas = 4096;
 
-// Calls f(row, col, cell) for every stored cell, row-major: a plain loop, as
-// this visits every cell of a sheet of constants too. A row's stored cells
-// are walked as the array they are, checked once per row.
+// Calls f(row, col, cell) for every stored cell, row-major: each row's
+// cells walked as the array they are, not through forEachStoredCell's
+// callback, as this visits every cell of a sheet of constants too.
 template <class F> void forEachStored(const Sheet& sheet, F&& f) {
     const int64_t rows = sheet.storedRowCount();
     for (int64_t row = 0; row < rows; ++row) {
-        const int64_t cols = sheet.storedColumnCount(row);
-        if (cols == 0) continue;
-        const Cell* first = &sheet.cell(row, 0);
-        if (&sheet.cell(row, cols - 1) == first + (cols - 1)) {
-            for (int64_t col = 0; col < cols; ++col)
-                f(row, col, first[col]);
-        } else {
-            for (int64_t col = 0; col < cols; ++col)
-                f(row, col, sheet.cell(row, col));
-        }
+        int64_t col = 0;
+        for (const Cell& cell : sheet.storedRow(row))
+            f(row, col++, cell);
     }
 }
 

@@ -48,9 +48,7 @@ CellTally tallyCells(const Sheet& sheet, int64_t firstRow, int64_t endRow) {
     // Row by row rather than through a callback: this runs before every
     // save, over every stored cell.
     for (int64_t r = firstRow; r < endRow; ++r) {
-        const int64_t width = sheet.storedColumnCount(r);
-        for (int64_t c = 0; c < width; ++c) {
-            const Cell& cell = sheet.cell(r, c);
+        for (const Cell& cell : sheet.storedRow(r)) {
             t.formulas += cell.hasFormula();
             const CellFormat* handle = cell.formatHandle();
             if (!handle) continue;
